@@ -1,0 +1,39 @@
+# A folder is a layer: a static library of its own, with the layers it may use.
+#
+#   ia_layer(NAME FOLDER dir SOURCES files... USES layers... [LINKS libraries...])
+#
+# USES may name a layer, or `platform` (declarations only; every layer may also
+# use the public headers). An include of any other folder ends the configuring.
+function(ia_layer name)
+    cmake_parse_arguments(ARG "" "FOLDER" "SOURCES;USES;LINKS" ${ARGN})
+    add_library(ia_${name} STATIC ${ARG_SOURCES})
+    target_include_directories(ia_${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+    target_link_libraries(ia_${name} PUBLIC Threads::Threads ${ARG_LINKS})
+    set(allowed pppoeia ${ARG_FOLDER})
+    foreach(layer ${ARG_USES})
+        if(layer STREQUAL "platform")
+            list(APPEND allowed platform)
+        else()
+            target_link_libraries(ia_${name} PUBLIC ia_${layer})
+            get_target_property(folder ia_${layer} IA_FOLDER)
+            list(APPEND allowed ${folder})
+        endif()
+    endforeach()
+    set_target_properties(ia_${name} PROPERTIES IA_FOLDER "${ARG_FOLDER}")
+    ia_check_includes(${name} "${allowed}")
+endfunction()
+
+# Every quoted include of the current folder must start with an allowed folder.
+function(ia_check_includes name allowed)
+    file(GLOB files CONFIGURE_DEPENDS *.h *.cpp *.c)
+    foreach(file ${files})
+        file(STRINGS ${file} lines REGEX "^#include \"[^\"]+\"")
+        foreach(line ${lines})
+            string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" path "${line}")
+            get_filename_component(folder "${path}" DIRECTORY)
+            if(folder AND NOT folder IN_LIST allowed)
+                message(FATAL_ERROR "${file} includes \"${path}\": layer ${name} may use only ${allowed}")
+            endif()
+        endforeach()
+    endforeach()
+endfunction()

@@ -1,0 +1,9 @@
+// The agent's own MAC address: that of the node's management interface.
+#pragma once
+
+#include <cstdint>
+
+inline constexpr char MANAGEMENT_INTERFACE[] = "mng0";
+
+// Fills six bytes. Returns 0, or -1 with a notice (level 3).
+int pppoeia_get_local_mac(std::uint8_t *mac);

@@ -1,0 +1,6 @@
+// The whole interface of the PPPoE Intermediate Agent library.
+#pragma once
+
+#include "pppoeia/fe.h"
+#include "pppoeia/records.h"
+#include "pppoeia/store.h"

@@ -1,0 +1,78 @@
+// The node description: what a plain Linux machine is to the agent, as one
+// TOML file says it. Plain values; read once, then only read.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ia::node {
+
+// The platform's interface types, with their TOML words.
+enum class InterfaceType : std::uint32_t {
+    eth = 0,     // "eth": Ethernet towards the network
+    dsl = 1,     // "dsl"
+    atm = 2,     // "atm": PVC of a DSL port
+    olt = 3,     // "olt": GPON port
+    onu = 4,     // "onu": child of an OLT port
+    gem = 5,     // "gem": child of an ONU
+    mng = 6,     // "mng": the node's management interface
+    lag = 7,     // "lag": link aggregation towards the network
+    access = 8,  // "access": Ethernet towards a subscriber
+};
+
+constexpr bool faces_network(InterfaceType type) {
+    return type == InterfaceType::eth || type == InterfaceType::lag;
+}
+
+struct Interface {
+    std::uint32_t id = 0;  // also the bridge's port id
+    std::string name;      // the interface's name in the node, "1/1/1"
+    InterfaceType type = InterfaceType::eth;
+    std::string device;      // Linux device
+    std::string bridge;      // name of its bridge; the first bridge when not said
+    std::uint32_t parent = 0;  // id of the parent interface, 0 without one
+    std::string panel;         // panel label; empty: no valid panel
+    std::uint32_t port = 0;
+    std::uint32_t onu = 0;
+    std::uint32_t gem = 0;
+    std::uint32_t pvc = 0;
+    std::optional<std::uint32_t> vpi;  // with vci, ATM only
+    std::optional<std::uint32_t> vci;
+    std::string description;
+    std::string remote_id;
+    std::optional<std::uint32_t> role;   // pppoeia_port_state; the type's default when not said
+    std::optional<std::uint32_t> trust;  // pppoeia_port_trust; likewise
+    unsigned line = 0;                   // in the file
+};
+
+struct Bridge {
+    std::string name;           // of the Linux bridge and of the agent's
+    std::uint32_t ports = 256;  // port records: ids 1 to ports - 1
+    std::uint16_t stag_ethertype = 0x88A8;
+    std::uint32_t max_pdu = 1500;  // largest Ethernet frame, bytes
+    bool enabled = true;
+};
+
+struct Vlan {
+    std::uint16_t id = 0;
+    std::string name;
+    std::string bridge;
+    bool enabled = true;
+};
+
+struct Description {
+    std::string file;  // where it was read from
+    std::uint8_t board = 0;
+    std::string shelf;
+    std::string contact;
+    std::string location;
+    std::string name;
+    std::string management_device = "mng0";
+    std::vector<Bridge> bridges;
+    std::vector<Interface> interfaces;
+    std::vector<Vlan> vlans;
+};
+
+}  // namespace ia::node
