@@ -52,6 +52,7 @@ struct Bridge {
     std::uint32_t ports = 256;  // port records: ids 1 to ports - 1
     std::uint16_t stag_ethertype = 0x88A8;
     std::uint32_t max_pdu = 1500;  // largest Ethernet frame, bytes
+    std::uint32_t vsa_mode = 1;    // pppoeia_vsa_mode: remove
     bool enabled = true;
     unsigned line = 0;  // in the file
 };

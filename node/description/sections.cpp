@@ -170,6 +170,7 @@ constexpr Key<Bridge> bridge_keys[] = {
     {"ports", optional, number<&Bridge::ports, 2, most_port_records>},
     {"stag_ethertype", optional, number<&Bridge::stag_ethertype, 0x0600, 0xFFFF>},
     {"max_pdu", optional, number<&Bridge::max_pdu, 64, 65535>},
+    {"vsa_mode", optional, word<&Bridge::vsa_mode, vsa_mode_words>},
     {"enabled", optional, flag<&Bridge::enabled>},
 };
 

@@ -38,6 +38,11 @@ inline constexpr std::array<Word<std::uint32_t>, 2> trust_words{{
     {"untrusted", PPPOEIA_PORT_UNTRUSTED},
 }};
 
+inline constexpr std::array<Word<std::uint32_t>, 2> vsa_mode_words{{
+    {"keep", PPPOEIA_VSA_KEEP},
+    {"remove", PPPOEIA_VSA_REMOVE},
+}};
+
 constexpr std::string_view type_word(InterfaceType type) {
     return type_words[static_cast<std::size_t>(type)].first;
 }

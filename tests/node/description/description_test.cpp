@@ -22,6 +22,7 @@ name = "br0"
 ports = 65536
 stag_ethertype = 0x9100
 max_pdu = 1522
+vsa_mode = "keep"
 enabled = false
 [[bridge]]
 name = "br1"
@@ -72,12 +73,14 @@ id = 0
     EXPECT_EQ(first.ports, 65536U);
     EXPECT_EQ(first.stag_ethertype, 0x9100);
     EXPECT_EQ(first.max_pdu, 1522U);
+    EXPECT_EQ(first.vsa_mode, 0U);
     EXPECT_FALSE(first.enabled);
     EXPECT_EQ(first.line, 9U);
     const Bridge &plain = description.bridges[1];
     EXPECT_EQ(plain.ports, 256U);
     EXPECT_EQ(plain.stag_ethertype, 0x88A8);
     EXPECT_EQ(plain.max_pdu, 1500U);
+    EXPECT_EQ(plain.vsa_mode, 1U);
     EXPECT_TRUE(plain.enabled);
 
     ASSERT_EQ(description.interfaces.size(), 2U);
@@ -99,7 +102,7 @@ id = 0
     EXPECT_EQ(pvc.remote_id, "customer 4711");
     EXPECT_EQ(pvc.role, 1U);
     EXPECT_EQ(pvc.trust, 1U);
-    EXPECT_EQ(pvc.line, 23U);
+    EXPECT_EQ(pvc.line, 24U);
 
     ASSERT_EQ(description.vlans.size(), 2U);
     EXPECT_EQ(description.vlans[0].id, 4095);
