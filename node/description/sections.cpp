@@ -128,18 +128,23 @@ bool device(const Value &value, RecordOf<Member> &record) {
     return true;
 }
 
-template <auto Member, const auto &Words>
-bool word(const Value &value, RecordOf<Member> &record) {
+template <const auto &Words>
+std::string any_word() {
     std::vector<std::string_view> allowed;
     for (const auto &[name, meaning] : Words) allowed.push_back(name);
+    return any_of(allowed);
+}
+
+template <auto Member, const auto &Words>
+bool word(const Value &value, RecordOf<Member> &record) {
     const auto *given = value.node.as_string();
-    if (!given) return refuse_kind(value, any_of(allowed));
+    if (!given) return refuse_kind(value, any_word<Words>());
     for (const auto &[name, meaning] : Words) {
         if (given->get() != name) continue;
         record.*Member = meaning;
         return true;
     }
-    return value.refuse("is " + quoted(given->get()) + ", expected " + any_of(allowed));
+    return value.refuse("is " + quoted(given->get()) + ", expected " + any_word<Words>());
 }
 
 // --- the keys of each section --------------------------------------------------
