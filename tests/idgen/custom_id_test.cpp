@@ -229,20 +229,21 @@ TEST_F(CustomId, CostsNoMoreThanItsLength) {
         }
         return least;
     };
-    const struct {
-        const char *before, *repeated, *after;
-    } formats[] = {
+    struct pattern {
+        const char *before, *text, *after;
+    };
+    const pattern formats[] = {
         {"", "$", ""},      {"", "$", "PORT"}, {"", "$PORT", ""},      {"", "$hVLAN", ""},
         {"", "$TCONT", ""}, {"", "PORT", ""},  {"", "$100PORT", ""},   {"$", "9", "PORT"},
         {"", "AGENT_", ""}, {"$", "F", "HEX"}, {"", "$$$PVC_INT", ""}, {"", "x", "$PORT"},
     };
     const LogLevel quiet(6);
-    for (const auto &[before, text, after] : formats) {
+    for (const pattern &format : formats) {
         const auto of_length = [&](std::size_t count) {
-            return cost(before + repeated(text, count) + after);
+            return cost(format.before + repeated(format.text, count) + format.after);
         };
         const std::clock_t slack = CLOCKS_PER_SEC / 100;
-        EXPECT_LT(of_length(8000), 8 * 3 * of_length(1000) + slack) << before << text << after;
+        EXPECT_LT(of_length(8000), 8 * 3 * of_length(1000) + slack) << format.text;
     }
 }
 
