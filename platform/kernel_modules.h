@@ -19,9 +19,9 @@ inline constexpr char KVBRIDGE_BRIDGE_FILE[] = "bridge";
 inline constexpr int KVMNG_VERSION = 3;
 inline constexpr int KVBRIDGE_VERSION = 56;
 
-inline constexpr unsigned long KVMNG_IOC_PSEUDO_ADD = 0x40046D00;   // char *: device name
-inline constexpr unsigned long KVMNG_IOC_PSEUDO_DEL = 0x40046D01;   // char *: device name
-inline constexpr unsigned long KVMNG_IOC_GET_VERSION = 0x80046D02;  // int32 *: version
+inline constexpr unsigned long KVMNG_IOC_PSEUDO_ADD = 0x40046D00;        // char *: device name
+inline constexpr unsigned long KVMNG_IOC_PSEUDO_DEL = 0x40046D01;        // char *: device name
+inline constexpr unsigned long KVMNG_IOC_GET_VERSION = 0x80046D02;       // int32 *: version
 inline constexpr unsigned long KVBRIDGE_IOC_FILTER_ATTACH = 0x40047AC8;  // kvbridge_filter_req *
 inline constexpr unsigned long KVBRIDGE_IOC_GET_VERSION = 0x80047A05;    // int32 *: version
 inline constexpr unsigned long KVBRIDGE_IOC_GET_INFO = 0x80047A06;       // kvbridge_bridge_info *

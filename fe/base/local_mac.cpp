@@ -3,12 +3,12 @@
 #include "fe/base/trace.h"
 #include "platform/net_device.h"
 
-#include <cerrno>
-#include <cstring>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <cerrno>
+#include <cstring>
 
 namespace {
 

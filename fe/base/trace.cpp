@@ -1,12 +1,12 @@
 #include "fe/base/trace.h"
 
+#include <syslog.h>
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <syslog.h>
 
 namespace {
 
@@ -45,8 +45,8 @@ void pppoeia_log(int level, const char *format, ...) {
     }
 
     const std::size_t size = static_cast<std::size_t>(length) + 1;
-    const std::unique_ptr<char, decltype(&std::free)> longer{
-        static_cast<char *>(std::malloc(size)), &std::free};
+    const std::unique_ptr<char, decltype(&std::free)> longer{static_cast<char *>(std::malloc(size)),
+                                                             &std::free};
     if (!longer) return;
     va_start(args, format);
     std::vsnprintf(longer.get(), size, format, args);

@@ -19,7 +19,9 @@ void pppoeia_log(int level, const char *format, ...) __attribute__((format(print
 
 namespace ia {
 
-inline bool tracing() { return pppoeia_log_level.load(std::memory_order_relaxed) >= 7; }
+inline bool tracing() {
+    return pppoeia_log_level.load(std::memory_order_relaxed) >= 7;
+}
 
 // "%s(%s, %d)" for the types of a call's arguments: texts %s, numbers %d.
 template <class... Args>
@@ -62,8 +64,8 @@ int refuse_port(const char *operation, std::uint32_t port, int level = 7);
 
 // The per-frame trace: the arguments are not even evaluated unless level 7 is
 // written.
-#define IA_TRACE(...)                                       \
-    do {                                                    \
-        if (ia::tracing()) [[unlikely]]                     \
-            pppoeia_log(7, __VA_ARGS__);                    \
+#define IA_TRACE(...)                    \
+    do {                                 \
+        if (ia::tracing()) [[unlikely]]  \
+            pppoeia_log(7, __VA_ARGS__); \
     } while (false)

@@ -56,7 +56,6 @@ int fe_pppoeia_bridge_cpe_serial_get(const char *bridge, std::uint32_t port, uns
 // VLAN). `out` holds 64 bytes; it stays as it was when the line has no ID.
 int fe_gen_circuit_id_by_intf_vlan(const char *bridge, unsigned port, unsigned short vid,
                                    char *out);
-int fe_gen_remote_id_by_intf_vlan(const char *bridge, unsigned port, unsigned short vid,
-                                  char *out);
+int fe_gen_remote_id_by_intf_vlan(const char *bridge, unsigned port, unsigned short vid, char *out);
 
 #pragma GCC visibility pop

@@ -76,6 +76,68 @@ int cache_pppoeia_port_vlan_info_set(const char *bridge, std::uint32_t port, std
 int cache_pppoeia_port_vlan_info_get(const char *bridge, std::uint32_t port, std::uint16_t vid,
                                      int *out);
 
+// --- formats for subscriber IDs: at most 128 characters, empty for none ------
+int cache_pppoeia_circuit_id_format_set(const char *bridge, const char *format);
+int cache_pppoeia_circuit_id_format_get(const char *bridge, char *out);
+int cache_pppoeia_remote_id_format_set(const char *bridge, const char *format);
+int cache_pppoeia_remote_id_format_get(const char *bridge, char *out);
+
+// --- port-VLAN entries: Circuit-ID mode and formats of one port and VLAN ------
+// Formats of at most 127 characters. A setter makes the entry it needs and
+// removes one that it leaves without any setting; the _def_set variants only
+// change an entry that is there (-2 otherwise). -12 or -2 without memory.
+int cache_pppoeia_port_vlan_add(const char *bridge, std::uint32_t port, std::uint16_t vid);
+int cache_pppoeia_port_vlan_del(const char *bridge, std::uint32_t port, std::uint16_t vid);
+int cache_pppoeia_circuit_id_mode_port_vlan_set(const char *bridge, std::uint32_t port,
+                                                std::uint16_t vid, std::uint32_t mode);
+int cache_pppoeia_circuit_id_mode_port_vlan_def_set(const char *bridge, std::uint32_t port,
+                                                    std::uint16_t vid);
+int cache_pppoeia_circuit_id_mode_port_vlan_get(const char *bridge, std::uint32_t port,
+                                                std::uint16_t vid, std::uint32_t *out);
+int cache_pppoeia_circuit_id_format_port_vlan_set(const char *bridge, std::uint32_t port,
+                                                  std::uint16_t vid, const char *format);
+int cache_pppoeia_circuit_id_format_port_vlan_def_set(const char *bridge, std::uint32_t port,
+                                                      std::uint16_t vid);
+int cache_pppoeia_circuit_id_format_port_vlan_get(const char *bridge, std::uint32_t port,
+                                                  std::uint16_t vid, char *out);
+int cache_pppoeia_remote_id_format_port_vlan_set(const char *bridge, std::uint32_t port,
+                                                 std::uint16_t vid, const char *format);
+int cache_pppoeia_remote_id_format_port_vlan_def_set(const char *bridge, std::uint32_t port,
+                                                     std::uint16_t vid);
+int cache_pppoeia_remote_id_format_port_vlan_get(const char *bridge, std::uint32_t port,
+                                                 std::uint16_t vid, char *out);
+
+// Walk a port's entries by ascending VLAN id: first, then next with the id
+// received last, until -2. -6 for a null block.
+int cache_pppoeia_port_vlan_get_first(const char *bridge, std::uint32_t port,
+                                      pppoeia_port_vlan_info *out);
+int cache_pppoeia_port_vlan_get_next(const char *bridge, std::uint32_t port, std::uint16_t vid,
+                                     pppoeia_port_vlan_info *out);
+int cache_pppoeia_port_vlan_info_get(const char *bridge, std::uint32_t port, std::uint16_t vid,
+                                     pppoeia_port_vlan_info *out);
+int cache_clear_port_vlan(const char *bridge, std::uint32_t port);
+int cache_clear_port_vlan_all(const char *bridge);
+
+// --- named VLANs; names of at most 31 characters -------------------------------
+int cache_pppoeia_vlan_add(const char *bridge, std::uint16_t vid);
+int cache_pppoeia_vlan_del(const char *bridge, std::uint16_t vid);
+int cache_pppoeia_vlan_name_set(const char *bridge, std::uint16_t vid, const char *name);
+int cache_clear_vlan(const char *bridge);
+
+// --- life cycle ----------------------------------------------------------------
+// Starts the management process's store, empty; bridges of an earlier one are
+// released. Not while other operations run.
+int pppoeia_cache_init();
+
+// The mirror of the engine's bridges. -6 without a store, -19 when the bridge
+// exists, -22 for a name over 10 characters, -12 without memory.
+int pppoeia_cache_on_bridge_add(const char *bridge, std::uint32_t ports);
+int pppoeia_cache_on_bridge_del(const char *bridge);
+
+// Factory settings of the bridge and its ports, step by step; the first step
+// that fails ends it with its result.
+int cache_pppoeia_apply_default_settings(const char *bridge);
+
 // The port's Circuit ID without a VLAN; `out` holds 64 bytes.
 int cache_pppoeia_port_circuit_id_get(const char *bridge, unsigned port, char *out);
 

@@ -1,0 +1,42 @@
+// PPPoE Discovery processing: what happens to one received frame.
+#pragma once
+
+#include "store/bridge.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace ia {
+
+// Why a frame left, or did not leave, the engine.
+enum class Outcome : std::uint8_t {
+    forwarded,        // checked, counted, perhaps changed
+    answered,         // turned into an error reply to the client
+    bridge_disabled,  // unchanged from here on
+    vlan_not_enabled,
+    port_disabled,
+    unknown_port,  // dropped from here on
+    not_discovery,
+    payload_truncated,
+    wrong_role,
+    untrusted_tag,
+    tag_truncated,
+    no_local_mac,
+};
+
+constexpr bool is_sent(Outcome outcome) {
+    return outcome < Outcome::unknown_port;
+}
+
+// The binary forms of the IDs of the frame in hand, empty for text IDs. The
+// worker's own; kept between frames for their memory.
+struct FrameIds {
+    std::vector<std::uint8_t> circuit_id;
+    std::vector<std::uint8_t> remote_id;
+};
+
+// Processes the datagram in the bridge's frame buffer in place. The caller
+// holds the bridge's lock and sends the datagram when is_sent().
+Outcome process_frame(pppoeia_bridge &bridge, FrameIds &ids);
+
+}  // namespace ia

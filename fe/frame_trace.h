@@ -1,0 +1,16 @@
+// Traces of one frame, level 7. Each formats only what is then written.
+#pragma once
+
+#include "fe/frame.h"
+
+// Hex dump of the frame in the bridge's buffer, 16 bytes a line.
+void pppoeia_dump_frame(const pppoeia_bridge &bridge, const char *prefix);
+
+namespace ia {
+
+void trace_received(const Frame &frame);
+void trace_header(const Frame &frame);
+void trace_tags(const Frame &frame);
+void trace_forwarded(const Frame &frame);
+
+}  // namespace ia

@@ -1,0 +1,122 @@
+#include "idgen/assembly.h"
+
+#include "fe/base/trace.h"
+#include "idgen/debug.h"
+#include "idgen/formatter.h"
+#include "idgen/resolver.h"
+#include "idgen/scanner.h"
+
+#include <charconv>
+
+namespace {
+
+// The macro the scanner found. Delimiter and count live on from macro to macro.
+struct found_macro {
+    unsigned long start = 0;
+    std::string text;
+    customIdFormat type = MACRO_SHELF;
+    char flags = 0;
+    std::string delimiter;
+    unsigned count = 0;
+    std::string user_string;
+};
+
+// An ID in the making.
+struct id_work {
+    std::string text;
+    std::map<unsigned long, unsigned> hex_runs;
+};
+
+// Appends the macro's rendered value; the macro itself when it cannot be rendered.
+void append_formatted(const std::string &value, const found_macro &macro, id_work &work) {
+    std::string processed;
+    if (!processMacroString(value, macro.type, macro.flags, macro.delimiter, macro.count,
+                            processed)) {
+        work.text += macro.text;
+        return;
+    }
+    if ((macro.flags & macroStringPrintHex) || macro.type == MACRO_HEX)
+        work.hex_runs.emplace(work.text.size(), static_cast<unsigned>(processed.size()));
+    work.text += processed;
+}
+
+std::uint8_t byte_of(const char *digits) {
+    std::uint8_t byte = 0;
+    std::from_chars(digits, digits + 2, byte, 16);
+    return byte;
+}
+
+void convert_to_binary(const pppoeia_bridge &bridge, const id_work &work,
+                       std::vector<std::uint8_t> &out) {
+    IA_TRACE("<%s> >> Generating binary string", bridge.name);
+    if (!idStringToBinaryVector(work.text, work.hex_runs, out))
+        IA_TRACE("<%s> >> idStringToBinaryVector failed!", bridge.name);
+}
+
+void cut_to_limit(const pppoeia_bridge &bridge, std::string &id,
+                  std::vector<std::uint8_t> &binary) {
+    constexpr int limit = GENERATED_ID_MAX;
+    if (binary.empty() && id.size() > limit) {
+        IA_TRACE("<%s> >> Cutting CHAR string from %ld to %d chars", bridge.name,
+                 static_cast<long>(id.size()), limit);
+        id.resize(limit);
+    }
+    if (binary.size() > limit) {
+        IA_TRACE("<%s> >> Cutting BIN string from %ld to %d bytes", bridge.name,
+                 static_cast<long>(binary.size()), limit);
+        binary.resize(limit);
+    }
+}
+
+}  // namespace
+
+bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short vid,
+                 unsigned short cvid, const std::string &format, std::string &id,
+                 std::vector<std::uint8_t> &binId, idGenType genType) {
+    IA_TRACE("<%s> >> genCustomId", bridge->name);
+    IA_ID_DEBUG("format '%s', port %u, VLAN %u, customer VLAN %u", format.c_str(), intfId, vid,
+                cvid);
+    id_work work;
+    found_macro macro;
+    unsigned long position = 0;
+    while (getNextMacroFormatString(format, position, macro.start, macro.text, macro.type,
+                                    macro.flags, macro.delimiter, macro.count, macro.user_string)) {
+        work.text.append(format, position, macro.start - position);
+        position = macro.start + macro.text.size();
+        std::string value;
+        if (!macro.user_string.empty()) {
+            value.swap(macro.user_string);
+        } else if (!getMacroStringValue(bridge, macro.type, value, intfId, genType, vid, cvid)) {
+            IA_TRACE("<%s> >> Error reading macro %s. Appending macro string.", bridge->name,
+                     macroFormatTypeToString(macro.type).c_str());
+            work.text += macro.text;
+            continue;
+        }
+        append_formatted(value, macro, work);
+    }
+    work.text.append(format, position);
+    IA_TRACE("<%s> >> Generated custom ID '%s'.", bridge->name, work.text.c_str());
+    if (!work.hex_runs.empty()) convert_to_binary(*bridge, work, binId);
+    id = std::move(work.text);
+    cut_to_limit(*bridge, id, binId);
+    IA_ID_DEBUG("text '%s', %zu bytes", id.c_str(), binId.size());
+    return true;
+}
+
+bool idStringToBinaryVector(const std::string &text,
+                            const std::map<unsigned long, unsigned> &hexRuns,
+                            std::vector<std::uint8_t> &out) {
+    auto run = hexRuns.begin();
+    for (std::size_t at = 0; at < text.size();) {
+        while (run != hexRuns.end() && run->first < at) ++run;
+        if (run == hexRuns.end() || run->first != at || run->second == 0) {
+            out.push_back(static_cast<std::uint8_t>(text[at++]));
+            continue;
+        }
+        for (std::size_t taken = 0; taken < run->second; taken += 2, at += 2) {
+            if (at + 2 > text.size()) return false;
+            out.push_back(byte_of(text.data() + at));
+        }
+    }
+    return true;
+}

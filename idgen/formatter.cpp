@@ -1,0 +1,203 @@
+#include "idgen/formatter.h"
+
+#include "fe/base/trace.h"
+#include "idgen/debug.h"
+
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <string_view>
+
+namespace {
+
+using ia::macro_shape;
+
+constexpr std::size_t ipv6_groups = 8;
+
+constexpr char upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+constexpr bool is_hex_digit(char c) {
+    return (c >= '0' && c <= '9') || (upper(c) >= 'A' && upper(c) <= 'F');
+}
+
+std::string right_aligned(std::string text, std::size_t width, char fill) {
+    if (text.size() < width) text.insert(0, width - text.size(), fill);
+    return text;
+}
+
+// The number the text begins with, in 32 bits (-1 is 0xFFFFFFFF); 0 without one.
+std::uint32_t leading_number(std::string_view text) {
+    std::int64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return static_cast<std::uint32_t>(number);
+}
+
+// Whole bytes, so an even number of digits.
+std::string hex_of(std::uint32_t number) {
+    std::array<char, 8> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
+    std::string text(digits.data(), end);
+    for (char &digit : text) digit = upper(digit);
+    return right_aligned(text, text.size() + text.size() % 2, '0');
+}
+
+std::string replace_all(std::string_view text, char separator, std::string_view by) {
+    std::string replaced;
+    for (const char c : text)
+        if (c == separator)
+            replaced += by;
+        else
+            replaced += c;
+    return replaced;
+}
+
+// Four octets; what is missing is 0.
+std::array<std::uint8_t, 4> ipv4_octets(std::string_view text) {
+    std::array<std::uint8_t, 4> octets{};
+    for (std::uint8_t &octet : octets) {
+        const std::size_t length = std::min(text.find('.'), text.size());
+        octet = static_cast<std::uint8_t>(leading_number(text.substr(0, length)));
+        text.remove_prefix(std::min(length + 1, text.size()));
+    }
+    return octets;
+}
+
+// The address's eight groups, joined. False when it has another number of them.
+bool join_ipv6(const std::string &value, std::string_view separator, std::string &joined) {
+    std::vector<std::string> groups;
+    ipv6AddrStrToVector(value, groups);
+    if (groups.size() != ipv6_groups) {
+        IA_TRACE("<PPPOEIA> >> ERROR: invalid ipv6Parts.size(): %ld\n",
+                 static_cast<long>(groups.size()));
+        return false;
+    }
+    for (const std::string &group : groups) {
+        if (!joined.empty()) joined += separator;
+        joined += group;
+    }
+    return true;
+}
+
+// The user string of HEX: digits only, completed to whole bytes at the end.
+bool put_user_hex(const std::string &digits, std::string &processed) {
+    for (const char digit : digits) {
+        if (!is_hex_digit(digit)) return false;
+        processed += upper(digit);
+    }
+    if (processed.size() % 2 != 0) processed += '0';
+    return true;
+}
+
+// An IP address with its octets or groups filled with zeroes.
+bool put_filled(const std::string &value, macro_shape shape, std::string_view separator,
+                std::string &processed) {
+    if (value.empty()) return true;
+    if (shape == macro_shape::ipv6) return join_ipv6(value, separator, processed);
+    for (const std::uint8_t octet : ipv4_octets(value)) {
+        if (!processed.empty()) processed += separator;
+        processed += right_aligned(std::to_string(octet), 3, '0');
+    }
+    return true;
+}
+
+bool put_hex(const std::string &value, macro_shape shape, std::string &processed) {
+    switch (shape) {
+        case macro_shape::mac: processed = replace_all(value, ':', ""); return true;
+        case macro_shape::ipv4:
+            if (!value.empty())
+                for (const std::uint8_t octet : ipv4_octets(value)) processed += hex_of(octet);
+            return true;
+        case macro_shape::ipv6: return value.empty() || join_ipv6(value, "", processed);
+        default: processed = hex_of(leading_number(value)); return true;
+    }
+}
+
+bool put_delimited(const std::string &value, macro_shape shape, std::string_view delimiter,
+                   std::string &processed) {
+    if (!ia::is_address(shape)) {
+        IA_TRACE("<PPPOEIA> >> ERROR: macro not supported for delimiter");
+        return false;
+    }
+    if (shape == macro_shape::ipv6) {
+        // The address as it was written, "::" and all, unless nothing separates the groups.
+        if (!join_ipv6(value, "", processed)) return false;
+        if (delimiter.empty()) return true;
+    }
+    processed = replace_all(value, shape == macro_shape::ipv4 ? '.' : ':', delimiter);
+    return true;
+}
+
+// Cuts or pads to `count` characters, in hexadecimal to `count` bytes.
+bool fit_to_count(macro_shape shape, char flags, unsigned count, std::string &processed) {
+    const bool padding = flags & (macroStringPadZeroes | macroStringPadSpaces);
+    if (padding && ia::is_address(shape)) {
+        IA_TRACE(
+            "<PPPOEIA> >> ERROR: MAC/IP is not allowed for padding with specified number of "
+            "characters");
+        return false;
+    }
+    if (count > macroNumOfCharsMax) return false;
+    const bool hex = flags & macroStringPrintHex;
+    const std::size_t width = hex ? 2 * std::size_t{count} : count;
+    if (processed.size() > width)
+        processed.resize(width);
+    else if (padding)
+        processed = right_aligned(std::move(processed), width,
+                                  hex || (flags & macroStringPadZeroes) ? '0' : ' ');
+    return true;
+}
+
+// The value before it is cut or padded.
+bool render(const std::string &value, macro_shape shape, char flags, std::string_view delimiter,
+            std::string &processed) {
+    if (flags & macroStringPrintHex) return put_hex(value, shape, processed);
+    if (flags & macroStringDelimChar) return put_delimited(value, shape, delimiter, processed);
+    processed = value;
+    return true;
+}
+
+}  // namespace
+
+bool processMacroString(const std::string &str, customIdFormat type, char flags,
+                        const std::string &delimiter, unsigned numChars, std::string &processed) {
+    IA_ID_DEBUG("value '%s', macro %u, flags 0x%02x, delimiter '%s', count %u", str.c_str(), type,
+                static_cast<unsigned char>(flags), delimiter.c_str(), numChars);
+    processed.clear();
+    if (!macroAreFlagsValid(type, flags, delimiter, numChars)) {
+        IA_TRACE("<PPPOEIA> >> ERROR: invalid flags");
+        return false;
+    }
+    const macro_shape shape = ia::macro_rule_of(type).shape;
+    if (shape == macro_shape::user_hex) return put_user_hex(str, processed);
+
+    const bool counted = flags & macroStringNumOfChars;
+    const bool filled = (flags & macroStringPadZeroes) && !counted && ia::is_ip(shape);
+    if (filled && !(flags & macroStringPrintHex)) {
+        const std::string_view own = shape == macro_shape::ipv4 ? "." : ":";
+        return put_filled(str, shape, flags & macroStringDelimChar ? delimiter : own, processed);
+    }
+    if (!render(str, shape, flags, delimiter, processed)) return false;
+    return !counted || fit_to_count(shape, flags, numChars, processed);
+}
+
+int ipv6AddrStrToVector(const std::string &text, std::vector<std::string> &groups) {
+    std::vector<std::string_view> fields;
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::size_t length = std::min(rest.find(':'), rest.size());
+        fields.push_back(rest.substr(0, length));
+        rest.remove_prefix(std::min(length + 1, rest.size()));
+    }
+    // An empty field is the site of "::": one group where the address begins
+    // with it, elsewhere as many as it takes to have eight.
+    for (std::size_t field = 0; field < fields.size(); ++field) {
+        if (!fields[field].empty())
+            groups.push_back(right_aligned(std::string(fields[field]), 4, '0'));
+        else if (field == 0)
+            groups.emplace_back("0000");
+        else if (fields.size() <= ipv6_groups)
+            groups.insert(groups.end(), ipv6_groups + 1 - fields.size(), "0000");
+    }
+    return 0;
+}

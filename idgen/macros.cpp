@@ -1,0 +1,115 @@
+#include "idgen/macros.h"
+
+#include "fe/base/trace.h"
+#include "idgen/debug.h"
+#include "idgen/resolver.h"
+
+#include <array>
+
+namespace ia {
+namespace {
+
+using enum macro_shape;
+
+constexpr std::array<macro_rule, MACRO_COUNT> rules = {{
+    {MACRO_SHELF, "SHELF", text, source::shelf},
+    {MACRO_CHASSIS, "CHASSIS", number, source::chassis},
+    {MACRO_PANEL, "PANEL", text, source::panel},
+    {MACRO_INTF_TYPE, "INTF_TYPE", text, source::intf_type},
+    {MACRO_AGENT_BOARD, "AGENT_BOARD", number, source::agent_board},
+    {MACRO_BOARD, "BOARD", number, source::board},
+    {MACRO_PORT, "PORT", number, source::port},
+    {MACRO_PORT_REM_ID, "PORT_REM_ID", text, source::port_rem_id},
+    {MACRO_INTF, "INTF", text, source::intf},
+    {MACRO_INTF_DSCR, "INTF_DSCR", text, source::intf_dscr},
+    {MACRO_ONU, "ONU", number, source::onu},
+    {MACRO_VGEM, "VGEM", number, source::vgem},
+    {MACRO_TCONT, "TCONT", number, nullptr},
+    {MACRO_PVC_INTF, "PVC_INTF", number, source::pvc_intf},
+    {MACRO_VPI, "VPI", number, source::vpi},
+    {MACRO_VCI, "VCI", number, source::vci},
+    {MACRO_CLNT_MAC, "CLNT_MAC", mac, source::clnt_mac},
+    {MACRO_AGENT_MAC, "AGENT_MAC", mac, source::agent_mac},
+    {MACRO_AGENT_IPV4, "AGENT_IPV4", ipv4, source::agent_ipv4},
+    {MACRO_AGENT_IPV6, "AGENT_IPV6", ipv6, source::agent_ipv6},
+    {MACRO_VLAN, "VLAN", number, source::vlan},
+    {MACRO_VLAN_NAME, "VLAN_NAME", text, source::vlan_name},
+    {MACRO_CVID, "CVID", number, source::cvid},
+    {MACRO_SYSNAME, "SYSNAME", text, source::sysname},
+    {MACRO_LOCATION, "LOCATION", text, source::location},
+    {MACRO_CONTACT, "CONTACT", text, source::contact},
+    {MACRO_HEX, "HEX", user_hex, nullptr},
+    {MACRO_CPE_SERIAL, "CPE_SERIAL", text, source::cpe_serial},
+    {MACRO_CPE_MAC, "CPE_MAC", mac, source::cpe_mac},
+}};
+
+constexpr bool rows_in_order() {
+    for (std::size_t row = 0; row < rules.size(); ++row)
+        if (rules[row].type != row) return false;
+    return true;
+}
+
+constexpr bool names_differ() {
+    for (std::size_t row = 0; row < rules.size(); ++row)
+        for (std::size_t other = 0; other < row; ++other)
+            if (rules[row].name.empty() || rules[row].name == rules[other].name) return false;
+    return true;
+}
+
+static_assert(rows_in_order() && names_differ());
+
+constexpr macro_rule no_macro = {customIdFormat{MACRO_COUNT}, "N/A", none, nullptr};
+
+}  // namespace
+
+std::span<const macro_rule, MACRO_COUNT> macro_rules() {
+    return rules;
+}
+
+const macro_rule &macro_rule_of(customIdFormat type) {
+    return type < MACRO_COUNT ? rules[type] : no_macro;
+}
+
+}  // namespace ia
+
+bool macroIsSupportedForHex(customIdFormat type) {
+    const ia::macro_shape shape = ia::macro_rule_of(type).shape;
+    return shape == ia::macro_shape::number || ia::is_address(shape);
+}
+
+bool macroIsSupportedForDelimiter(customIdFormat type) {
+    return ia::is_address(ia::macro_rule_of(type).shape);
+}
+
+bool macroIsSupportedForUserString(customIdFormat type) {
+    return ia::macro_rule_of(type).shape == ia::macro_shape::user_hex;
+}
+
+std::string macroFormatTypeToString(customIdFormat type) {
+    return std::string(ia::macro_rule_of(type).name);
+}
+
+bool macroAreFlagsValid(customIdFormat type, char flags, const std::string &, unsigned numChars) {
+    IA_ID_DEBUG("macro %u, flags 0x%02x, count %u", type, static_cast<unsigned char>(flags),
+                numChars);
+    const bool zeroes = flags & macroStringPadZeroes;
+    const bool spaces = flags & macroStringPadSpaces;
+    if (zeroes && spaces) {
+        IA_TRACE("<PPPOEIA> >> ERROR: both macroStringPadZeroes and macroStringPadSpaces set");
+        return false;
+    }
+    // An IP address padded without a count gets its octets or groups filled.
+    if ((zeroes || spaces) && numChars == 0 && !ia::is_ip(ia::macro_rule_of(type).shape)) {
+        IA_TRACE("<PPPOEIA> >> ERROR: padding set, but zero characters");
+        return false;
+    }
+    if ((flags & macroStringNumOfChars) && numChars == 0) {
+        IA_TRACE("<PPPOEIA> >> ERROR: macroStringNumOfChars set, but zero characters");
+        return false;
+    }
+    if ((flags & macroStringPrintHex) && !macroIsSupportedForHex(type)) {
+        IA_TRACE("<PPPOEIA> >> ERROR: macro not supported for HEX format");
+        return false;
+    }
+    return true;
+}

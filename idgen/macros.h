@@ -1,0 +1,116 @@
+// The vocabulary of custom ID formats: the macros, what each can do, and which
+// options go together.
+//
+// A macro in a format is "$", an option block and a name, as in "$z4PORT".
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+enum customIdFormat : std::uint32_t {
+    MACRO_SHELF,
+    MACRO_CHASSIS,
+    MACRO_PANEL,
+    MACRO_INTF_TYPE,
+    MACRO_AGENT_BOARD,
+    MACRO_BOARD,
+    MACRO_PORT,
+    MACRO_PORT_REM_ID,
+    MACRO_INTF,
+    MACRO_INTF_DSCR,
+    MACRO_ONU,
+    MACRO_VGEM,
+    MACRO_TCONT,
+    MACRO_PVC_INTF,
+    MACRO_VPI,
+    MACRO_VCI,
+    MACRO_CLNT_MAC,
+    MACRO_AGENT_MAC,
+    MACRO_AGENT_IPV4,
+    MACRO_AGENT_IPV6,
+    MACRO_VLAN,
+    MACRO_VLAN_NAME,
+    MACRO_CVID,
+    MACRO_SYSNAME,
+    MACRO_LOCATION,
+    MACRO_CONTACT,
+    MACRO_HEX,
+    MACRO_CPE_SERIAL,
+    MACRO_CPE_MAC,
+};
+
+inline constexpr std::uint32_t MACRO_COUNT = MACRO_CPE_MAC + 1;
+inline constexpr char MACRO_PREFIX = '$';
+
+// A macro's options.
+inline constexpr char macroStringPrintHex = 0x01;
+inline constexpr char macroStringNumOfChars = 0x02;
+inline constexpr char macroStringPadZeroes = 0x04;
+inline constexpr char macroStringPadSpaces = 0x08;
+inline constexpr char macroStringDelimChar = 0x10;
+
+inline constexpr unsigned macroNumOfCharsMax = 99;  // largest count of characters or bytes
+
+// Where an ID's subscriber data comes from.
+enum idGenType : std::uint32_t {
+    ID_GEN_FRAME = 0,  // from the caller and the frame being processed
+    ID_GEN_QUERY = 1,  // client MAC and customer VLAN from the test data
+    ID_GEN_TEST = 2,   // all of it from the test data
+};
+
+bool macroIsSupportedForHex(customIdFormat type);
+bool macroIsSupportedForDelimiter(customIdFormat type);
+bool macroIsSupportedForUserString(customIdFormat type);
+
+// The macro's name without the prefix; "N/A" for a value that is no macro.
+std::string macroFormatTypeToString(customIdFormat type);
+
+// Whether the options go together and with the macro. The first that do not are
+// traced. The delimiter does not matter.
+bool macroAreFlagsValid(customIdFormat type, char flags, const std::string &delimiter,
+                        unsigned numChars);
+
+namespace ia {
+
+struct subscriber;
+
+// Writes a macro's value, which comes empty and stays empty, with a trace, when
+// it cannot be had.
+using macro_source = void(const subscriber &who, std::string &value);
+
+// What a macro's value looks like, which decides the options it takes: hex for
+// all but texts, a delimiter for addresses.
+enum class macro_shape : std::uint8_t {
+    none,  // no macro
+    text,
+    number,
+    mac,
+    ipv4,
+    ipv6,
+    user_hex,  // hexadecimal digits that stand in the format itself
+};
+
+struct macro_rule {
+    customIdFormat type;
+    std::string_view name;
+    macro_shape shape;
+    macro_source *source;  // null: no value can ever be had
+};
+
+// Every macro, in the order of customIdFormat.
+std::span<const macro_rule, MACRO_COUNT> macro_rules();
+
+// The macro's rule; one without shape and source for a value that is no macro.
+const macro_rule &macro_rule_of(customIdFormat type);
+
+constexpr bool is_ip(macro_shape shape) {
+    return shape == macro_shape::ipv4 || shape == macro_shape::ipv6;
+}
+
+constexpr bool is_address(macro_shape shape) {
+    return shape == macro_shape::mac || is_ip(shape);
+}
+
+}  // namespace ia

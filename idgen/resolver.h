@@ -1,0 +1,45 @@
+// Finds the values of macros: in the bridge and its ports, in the frame being
+// processed, in the test data, or by asking the platform.
+#pragma once
+
+#include "idgen/macros.h"
+#include "store/bridge.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+// The macro's value as plain text, for the subscriber on port `intfId`, VLAN
+// `vid` and customer VLAN `cvid` (0xFFF: none), or for the test data's. Empty,
+// with a trace, when the value cannot be had; false when the macro never has
+// one (TCONT, and HEX, whose value stands in the format). The caller holds the
+// bridge's lock.
+bool getMacroStringValue(const pppoeia_bridge *bridge, customIdFormat type, std::string &value,
+                         unsigned intfId, idGenType genType, unsigned short vid,
+                         unsigned short cvid);
+
+namespace ia {
+
+inline constexpr std::uint16_t NO_VLAN = 0x0FFF;  // in the low 12 bits of a VLAN id
+
+constexpr bool is_vlan(std::uint16_t vid) {
+    return (vid & NO_VLAN) != NO_VLAN;
+}
+
+// Whose ID is made.
+struct subscriber {
+    const pppoeia_bridge &bridge;
+    std::uint32_t port_id;
+    std::uint16_t vid;
+    std::uint16_t cvid;
+    std::optional<pppoeia_mac> client_mac;  // nothing without a frame
+};
+
+namespace source {
+
+macro_source shelf, chassis, panel, intf_type, agent_board, board, port, port_rem_id, intf,
+    intf_dscr, onu, vgem, pvc_intf, vpi, vci, clnt_mac, agent_mac, agent_ipv4, agent_ipv6, vlan,
+    vlan_name, cvid, sysname, location, contact, cpe_serial, cpe_mac;
+
+}  // namespace source
+}  // namespace ia

@@ -1,0 +1,224 @@
+#include "idgen/selection.h"
+
+#include "diag/test_data.h"
+#include "fe/base/trace.h"
+#include "idgen/assembly.h"
+#include "idgen/debug.h"
+#include "idgen/frame_fields.h"
+#include "idgen/resolver.h"
+#include "pppoeia/fe.h"
+#include "pppoeia/store.h"
+#include "store/accessors.h"
+#include "store/bridge_list.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <concepts>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+namespace {
+
+using ia::is_vlan;
+using ia::NO_VLAN;
+
+// Writes an ID into the caller's 64 bytes, always terminated; what does not fit
+// is left out.
+class IdWriter {
+public:
+    explicit IdWriter(char *out) : at_(out), last_(out + GENERATED_ID_MAX) { *at_ = '\0'; }
+
+    IdWriter &operator<<(std::string_view text) {
+        const std::size_t length = std::min(text.size(), static_cast<std::size_t>(last_ - at_));
+        std::memcpy(at_, text.data(), length);
+        at_ += length;
+        *at_ = '\0';
+        return *this;
+    }
+
+    // In signed decimal.
+    IdWriter &operator<<(std::integral auto number) {
+        char digits[12];
+        const auto end = std::to_chars(digits, std::end(digits), static_cast<int>(number)).ptr;
+        return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
+    }
+
+private:
+    char *at_;
+    char *last_;  // where the last terminator may stand
+};
+
+std::optional<std::uint32_t> circuit_id_mode(const pppoeia_bridge &bridge, const pppoeia_port &port,
+                                             std::uint16_t vid) {
+    std::uint32_t mode = PPPOEIA_CID_NOT_SET;
+    if (is_vlan(vid) && br_circuit_id_mode_port_vlan_get(bridge, port.port_id, vid, &mode) == 0) {
+        IA_TRACE("<%s> >> Intf-VLAN CID mode: %d\n", bridge.name, mode);
+    } else {
+        if (br_port_vsa_circuit_id_mode_get(bridge, port.port_id, &mode) != 0) return std::nullopt;
+        IA_TRACE("<%s> >> Interface CID mode: %d\n", bridge.name, mode);
+    }
+    IA_TRACE("<%s> >> Selected CID mode: %d\n", bridge.name, mode);
+    return mode;
+}
+
+// The VLAN tags that the default form shows.
+struct line_vlans {
+    std::uint16_t vlan;
+    std::optional<std::uint16_t> cvlan;
+};
+
+// On the frame path those of the frame. A query has no frame: the buffer holds
+// whatever frame came last, so it shows the VLAN asked for and the test data's
+// customer VLAN, as custom formats do.
+line_vlans vlans_of(const pppoeia_bridge &bridge, std::uint16_t vid, idGenType genType) {
+    if (genType != ID_GEN_FRAME) {
+        const std::uint16_t cvid = ia::test_data().cvid;
+        return {static_cast<std::uint16_t>(vid & NO_VLAN),
+                is_vlan(cvid) ? std::optional(cvid) : std::nullopt};
+    }
+    const auto vlan = ia::frame_field<ia::be16>(bridge, ia::FRAME_VLAN);
+    const auto cvlan = ia::frame_field<ia::be16>(bridge, ia::FRAME_CVLAN);
+    line_vlans vlans{static_cast<std::uint16_t>((vlan ? *vlan : vid) & NO_VLAN), std::nullopt};
+    // Priority bits count here: only a bare 0x0FFF means that there is none.
+    if (cvlan && *cvlan != KVBRIDGE_NO_CVLAN)
+        vlans.cvlan = static_cast<std::uint16_t>(*cvlan & NO_VLAN);
+    return vlans;
+}
+
+void write_ethernet_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port &port,
+                         std::uint16_t vid, idGenType genType) {
+    IdWriter id(out);
+    id << bridge.vendor << ":" << bridge.shelf_id << " eth " << bridge.board_pos << "/"
+       << port.port_name;
+    if (!is_vlan(vid)) {
+        id << ":<vid>";
+        if (bridge.vsa_circuit_id_cvlan) id << ":<cvid>";
+        return;
+    }
+    const bool member = port.vlan_member.test(vid & NO_VLAN);
+    if (!member && !bridge.vsa_circuit_id_cvlan) return;
+    const line_vlans vlans = vlans_of(bridge, vid, genType);
+    if (member) id << ":" << vlans.vlan;
+    if (bridge.vsa_circuit_id_cvlan && vlans.cvlan) id << ":" << *vlans.cvlan;
+}
+
+void write_atm_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port &port) {
+    std::uint32_t vpi = 0;
+    std::uint32_t vci = 0;
+    std::uint32_t parent = 0;
+    if (br_port_pvc_get(bridge, port.port_id, &vpi, &vci) != 0) return;
+    if (br_port_parent_get(bridge, port.port_id, &parent) != 0) return;
+    IdWriter(out) << bridge.vendor << ":" << bridge.shelf_id << " atm " << bridge.board_pos << "/"
+                  << parent << ":" << vpi << "." << vci;
+}
+
+// Where the formats of one kind of ID are.
+struct id_kind {
+    const char *name;
+    int (*port_vlan_format)(const pppoeia_bridge &, std::uint32_t port, std::uint16_t vid, char *);
+    char (pppoeia_bridge::*bridge_format)[PPPOEIA_FORMAT_SIZE];
+    const char *bridge_format_reader;  // in traces
+};
+
+constexpr id_kind CIRCUIT_ID = {"CID", br_circuit_id_format_port_vlan_get,
+                                &pppoeia_bridge::cid_format, "br_circuit_id_format_get"};
+constexpr id_kind REMOTE_ID = {"RID", br_remote_id_format_port_vlan_get,
+                               &pppoeia_bridge::rid_format, "br_remote_id_format_get"};
+
+// The format for the port and VLAN, else the bridge's; null when both are empty.
+// `buffer` keeps it.
+const char *choose_format(const id_kind &kind, const pppoeia_bridge &bridge, std::uint32_t port,
+                          std::uint16_t vid, char (&buffer)[PPPOEIA_FORMAT_SIZE]) {
+    if (kind.port_vlan_format(bridge, port, vid, buffer) == 0 && buffer[0] != '\0') {
+        IA_TRACE("<%s> >> Using custom %s format from intf-VLAN='%s'\n", bridge.name, kind.name,
+                 buffer);
+        return buffer;
+    }
+    ia::trace_call(kind.bridge_format_reader, bridge.name);
+    const char *format = bridge.*kind.bridge_format;
+    if (format[0] != '\0') {
+        IA_TRACE("<%s> >> Using global %s format='%s'\n", bridge.name, kind.name, format);
+        return format;
+    }
+    IA_TRACE("<%s> >> No custom %s format configured for intf=%d, vid=%d. Return empty %s\n",
+             bridge.name, kind.name, port, vid, kind.name);
+    return nullptr;
+}
+
+void write_custom_id(const id_kind &kind, char *out, const pppoeia_bridge &bridge,
+                     std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
+                     std::vector<std::uint8_t> &binId, idGenType genType) {
+    char buffer[PPPOEIA_FORMAT_SIZE] = "";
+    std::string id;
+    if (const char *format = choose_format(kind, bridge, port, vid, buffer))
+        genCustomId(&bridge, port, vid, cvid, format, id, binId, genType);
+    IdWriter(out) << id;
+    IA_TRACE("<%s> >> Generated custom %s='%s'\n", bridge.name, kind.name, out);
+}
+
+void write_custom_circuit_id(char *out, const pppoeia_bridge &bridge, std::uint32_t port,
+                             std::uint16_t vid, std::vector<std::uint8_t> &binId,
+                             idGenType genType) {
+    const auto cvlan = ia::frame_field<ia::be16>(bridge, ia::FRAME_CVLAN);
+    const auto cvid = static_cast<std::uint16_t>(cvlan ? *cvlan & NO_VLAN : NO_VLAN);
+    IA_TRACE("<%s> >> Custom CID mode for intfId=%d, vid=%d\n", bridge.name, port, vid);
+    write_custom_id(CIRCUIT_ID, out, bridge, port, vid, cvid, binId, genType);
+}
+
+// Runs `build` on the locked bridge and its port.
+template <class Build>
+int query(const char *operation, const char *bridge_name, unsigned port_id, Build build) {
+    ia::trace_call(operation, bridge_name, port_id);
+    const ia::LockedBridge bridge(bridge_name);
+    if (!bridge) return ia::refuse(operation, -ENOENT);
+    pppoeia_port *port = bridge->port(port_id);
+    if (!port) return ia::refuse_port(operation, port_id);
+    std::vector<std::uint8_t> binary;  // a query answers with the text
+    build(&*bridge, port, binary);
+    return 0;
+}
+
+}  // namespace
+
+void pppoeia_build_circuit_id(char *out, pppoeia_bridge *bridge, pppoeia_port *port,
+                              unsigned short vid, std::vector<std::uint8_t> &binId,
+                              idGenType genType) {
+    if (!out || !bridge || !port) return;
+    IA_TRACE("<%s> >> pppoeia_build_circuit_id\n", bridge->name);
+    const auto mode = circuit_id_mode(*bridge, *port, vid);
+    if (mode == PPPOEIA_CID_DEFAULT) write_ethernet_form(out, *bridge, *port, vid, genType);
+    if (mode == PPPOEIA_CID_ATM) write_atm_form(out, *bridge, *port);
+    if (mode == PPPOEIA_CID_CUSTOM)
+        write_custom_circuit_id(out, *bridge, port->port_id, vid, binId, genType);
+}
+
+int pppoeia_build_remote_id(char *out, pppoeia_bridge *bridge, pppoeia_port *port,
+                            unsigned short vid, std::vector<std::uint8_t> &binId,
+                            idGenType genType) {
+    if (out && bridge && port)
+        write_custom_id(REMOTE_ID, out, *bridge, port->port_id, vid, NO_VLAN, binId, genType);
+    return 0;
+}
+
+int fe_gen_circuit_id_by_intf_vlan(const char *bridge, unsigned port, unsigned short vid,
+                                   char *out) {
+    return query(__func__, bridge, port, [=](auto *found, auto *at, auto &binary) {
+        pppoeia_build_circuit_id(out, found, at, vid, binary, ID_GEN_QUERY);
+    });
+}
+
+int fe_gen_remote_id_by_intf_vlan(const char *bridge, unsigned port, unsigned short vid,
+                                  char *out) {
+    return query(__func__, bridge, port, [=](auto *found, auto *at, auto &binary) {
+        pppoeia_build_remote_id(out, found, at, vid, binary, ID_GEN_QUERY);
+    });
+}
+
+int cache_pppoeia_port_circuit_id_get(const char *bridge, unsigned port, char *out) {
+    const int result = query(__func__, bridge, port, [=](auto *found, auto *at, auto &binary) {
+        pppoeia_build_circuit_id(out, found, at, NO_VLAN, binary, ID_GEN_FRAME);
+    });
+    return result == 0 ? ia::trace_result(__func__, 0) : result;
+}

@@ -1,0 +1,41 @@
+// The frame that all operations on a bridge or a port share: find the bridge,
+// hold its lock for the work, trace the outcome.
+//
+// The work returns the operation's result. Refusals (negative) trace their own
+// line; every other result is traced as "operation()=result" once the lock is
+// released.
+#pragma once
+
+#include "fe/base/trace.h"
+#include "store/bridge.h"
+#include "store/bridge_list.h"
+
+#include <cerrno>
+#include <cstdint>
+
+namespace ia {
+
+// work(pppoeia_bridge &)
+template <class Work>
+int on_bridge(const char *operation, const char *bridge, Work work) {
+    int result;
+    {
+        const LockedBridge found(bridge);
+        if (!found) return refuse(operation, -ENOENT);
+        result = work(*found);
+    }
+    return result < 0 ? result : trace_result(operation, result);
+}
+
+// work(pppoeia_bridge &, pppoeia_port &), on a port that is there.
+template <class Work>
+int on_port(const char *operation, const char *bridge, std::uint32_t id, Work work,
+            int refusal_level = 7) {
+    return on_bridge(operation, bridge, [&](pppoeia_bridge &found) {
+        pppoeia_port *port = found.port(id);
+        if (!port) return refuse_port(operation, id, refusal_level);
+        return work(found, *port);
+    });
+}
+
+}  // namespace ia

@@ -1,0 +1,200 @@
+#include "tests/support/scripted_node.h"
+
+#include "platform/ncfm.h"
+#include "platform/net_device.h"
+
+#include <net/if.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <algorithm>
+#include <cerrno>
+#include <mutex>
+
+namespace ia::test {
+
+namespace {
+
+struct State {
+    ScriptedNode script;
+    std::map<int, std::string> control_files;
+    int next_handle = 1000;
+    std::map<std::string, int> index_of;  // devices by their interface index
+    std::map<int, int> peer_of;           // packet socket -> the test's end
+    std::map<std::string, int> pseudo_peer;
+};
+
+std::mutex guard;
+State state;
+
+int failure(unsigned long request) {
+    const auto found = state.script.failing.find(request);
+    if (found == state.script.failing.end()) return 0;
+    errno = found->second;
+    return -1;
+}
+
+void close_peer(const std::string &device) {
+    const auto found = state.pseudo_peer.find(device);
+    if (found == state.pseudo_peer.end()) return;
+    close(found->second);
+    std::erase_if(state.peer_of, [&](const auto &pair) { return pair.second == found->second; });
+    state.pseudo_peer.erase(found);
+}
+
+int peer(const std::string &device) {
+    const std::scoped_lock lock(guard);
+    return state.pseudo_peer.at(device);
+}
+
+std::string bridge_of(const std::string &path) {
+    const std::string head = "/proc/net/kvbridge/";
+    return path.substr(head.size(), path.rfind('/') - head.size());
+}
+
+}  // namespace
+
+ScriptedNode &node() {
+    return state.script;
+}
+
+void reset_node() {
+    const std::scoped_lock lock(guard);
+    for (const auto &[socket, peer] : state.peer_of) close(peer);
+    state = State{};
+}
+
+void send_to(const std::string &device, const Bytes &datagram) {
+    if (send(peer(device), datagram.data(), datagram.size(), 0) < 0)
+        throw std::runtime_error("cannot send to " + device);
+}
+
+Bytes receive_from(const std::string &device) {
+    pollfd ready{peer(device), POLLIN, 0};
+    if (poll(&ready, 1, 2000) != 1) return {};
+    Bytes bytes(65536);
+    const ssize_t length = recv(ready.fd, bytes.data(), bytes.size(), 0);
+    bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    return bytes;
+}
+
+bool nothing_pending(const std::string &device) {
+    pollfd ready{peer(device), POLLIN, 0};
+    return poll(&ready, 1, 0) == 0;
+}
+
+}  // namespace ia::test
+
+namespace ia::platform {
+
+using namespace ia::test;
+
+int control_open(const char *path) {
+    const std::scoped_lock lock(guard);
+    const std::string name = path;
+    const ScriptedNode &script = state.script;
+    const bool there = name == KVMNG_CONFIG_PATH      ? script.kvmng
+                       : name == KVBRIDGE_CONFIG_PATH ? script.kvbridge
+                                                      : script.bridges.contains(bridge_of(name));
+    if (!there) {
+        errno = ENOENT;
+        return -1;
+    }
+    state.control_files[state.next_handle] = name;
+    ++state.script.open_control_files;
+    return state.next_handle++;
+}
+
+int control_request(int handle, unsigned long request, void *argument) {
+    const std::scoped_lock lock(guard);
+    if (failure(request) != 0) return -1;
+    ScriptedNode &script = state.script;
+    const std::string &file = state.control_files.at(handle);
+    switch (request) {
+        case KVMNG_IOC_GET_VERSION: *static_cast<int *>(argument) = script.kvmng_version; return 0;
+        case KVBRIDGE_IOC_GET_VERSION:
+            *static_cast<int *>(argument) = script.kvbridge_version;
+            return 0;
+        case KVMNG_IOC_PSEUDO_ADD:
+            if (script.pseudo_devices.insert(static_cast<char *>(argument)).second) return 0;
+            errno = EEXIST;
+            return -1;
+        case KVMNG_IOC_PSEUDO_DEL:
+            close_peer(static_cast<char *>(argument));
+            return script.pseudo_devices.erase(static_cast<char *>(argument)) ? 0 : -1;
+        case KVBRIDGE_IOC_GET_INFO:
+            static_cast<kvbridge_bridge_info *>(argument)->stag_ethertype = script.stag_ethertype;
+            return 0;
+        case KVBRIDGE_IOC_FILTER_ATTACH:
+            script.filters[bridge_of(file)] = static_cast<kvbridge_filter_req *>(argument)->device;
+            return 0;
+        default: errno = ENOTTY; return -1;
+    }
+}
+
+void control_close(int handle) {
+    const std::scoped_lock lock(guard);
+    const std::string file = state.control_files.at(handle);
+    state.control_files.erase(handle);
+    --state.script.open_control_files;
+    if (file != KVMNG_CONFIG_PATH && file != KVBRIDGE_CONFIG_PATH)
+        state.script.filters.erase(bridge_of(file));
+}
+
+int net_socket(int domain, int, int) {
+    const std::scoped_lock lock(guard);
+    if (domain != AF_PACKET) return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    int ends[2];
+    if (state.script.sockets_fail) {
+        errno = EMFILE;
+        return -1;
+    }
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return -1;
+    state.peer_of[ends[0]] = ends[1];
+    return ends[0];
+}
+
+int net_device_request(int, unsigned long request, ifreq &device) {
+    const std::scoped_lock lock(guard);
+    if (failure(request) != 0) return -1;
+    const ScriptedNode &script = state.script;
+    switch (request) {
+        case SIOCGIFINDEX: {
+            const int next = static_cast<int>(state.index_of.size()) + 1;
+            device.ifr_ifindex = state.index_of.try_emplace(device.ifr_name, next).first->second;
+            return 0;
+        }
+        case SIOCGIFMTU: device.ifr_mtu = script.mtu; return 0;
+        case SIOCGIFHWADDR:
+            std::copy(script.management_mac.begin(), script.management_mac.end(),
+                      reinterpret_cast<std::uint8_t *>(device.ifr_hwaddr.sa_data));
+            return 0;
+        default: return 0;
+    }
+}
+
+int net_bind(int socket, int interface_index) {
+    const std::scoped_lock lock(guard);
+    if (state.script.bind_result != 0) return state.script.bind_result;
+    for (const auto &[device, index] : state.index_of)
+        if (index == interface_index) {
+            close_peer(device);
+            state.pseudo_peer[device] = state.peer_of.at(socket);
+        }
+    return 0;
+}
+
+}  // namespace ia::platform
+
+int ncfmGetMyBoardPos(std::uint8_t *position) {
+    *position = ia::test::node().board;
+    return 0;
+}
+
+int ncfmGetIpv6(ncfm_ipv6 *) {
+    return -1;
+}
+int ncfmGetInterface(ncfm_interface *) {
+    return -1;
+}

@@ -1,0 +1,44 @@
+// The node as a script: the kernel modules, network devices and platform calls
+// answer what the test says, without privileges. A pseudo device is one end of
+// a socket pair; the test holds the other.
+#pragma once
+
+#include "tests/support/datagrams.h"
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+
+namespace ia::test {
+
+struct ScriptedNode {
+    bool kvmng = true;  // control files that can be opened
+    bool kvbridge = true;
+    std::set<std::string> bridges{"br0"};
+    int kvmng_version = 3;
+    int kvbridge_version = 56;
+    std::uint16_t stag_ethertype = 0x88A8;
+    std::map<unsigned long, int> failing;  // control or device request -> errno
+    bool sockets_fail = false;             // packet sockets
+    int bind_result = 0;
+    int mtu = 1615;
+    Bytes management_mac = hex("020000000099");
+    std::uint8_t board = 3;
+
+    std::set<std::string> pseudo_devices;
+    std::map<std::string, std::string> filters;  // bridge -> device
+    int open_control_files = 0;
+};
+
+// The script in force; a test starts with reset_node().
+ScriptedNode &node();
+void reset_node();
+
+// The bridge module's side of a pseudo device. receive() waits up to two
+// seconds and gives nothing after that.
+void send_to(const std::string &device, const Bytes &datagram);
+Bytes receive_from(const std::string &device);
+bool nothing_pending(const std::string &device);
+
+}  // namespace ia::test
