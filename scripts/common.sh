@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Read by the other scripts: where they run, and how they set up and build.
+# Read by the other scripts: where they run, how they build and test.
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -9,20 +9,11 @@ export PYTHONPATH=$PWD PYTHONDONTWRITEBYTECODE=1
 JOBS=$(nproc)
 export JOBS
 
-if [ -z "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ] && command -v ccache >/dev/null; then
-    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
-fi
-
-# Installs what is missing on this machine.
-setup() {
-    if [ -x scripts/setup ]; then scripts/setup; fi
-}
-
-# build PRESET: configures and builds; quiet unless it fails.
+# build PRESET: scripts/build, quiet unless it fails.
 build() {
     local log
     log=$(mktemp)
-    if cmake --preset "$1" >"$log" 2>&1 && cmake --build --preset "$1" -j "$JOBS" >>"$log" 2>&1; then
+    if scripts/build "$1" >"$log" 2>&1; then
         echo "built preset $1"
         rm -f "$log"
     else
