@@ -1,10 +1,10 @@
 #include "tests/support/captured_syslog.h"
 
+#include <syslog.h>
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
-#include <syslog.h>
 
 namespace {
 
