@@ -48,7 +48,8 @@ class TagStacks(testing.LabTest):
         kinds = {
             "ARP": (frames.ARP, bytes.fromhex("0001080006040001020000000101c0000202"
                                               "000000000000c0000201")),
-            "IPv4": (frames.IPV4, bytes(range(46))),
+            # From 192.0.2.1 to everybody, a header that a bridge's packet filter accepts.
+            "IPv4": (frames.IPV4, bytes.fromhex("4500002e000000004011b8bec0000201ffffffff") + bytes(26)),
             "PPPoE session": (frames.SESSION, bytes.fromhex("1100000100060021") + bytes(46)),
         }
         for kind, (ethertype, payload) in kinds.items():
