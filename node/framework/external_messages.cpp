@@ -50,7 +50,9 @@ bool bind_to(const Descriptor &socket, const sockaddr_un &address) {
 }
 
 bool served_by_nobody(const std::string &path, const sockaddr_un &address) {
-    return !connect_to(open_socket(path), address) && errno == ECONNREFUSED;
+    struct stat file {};
+    return lstat(path.c_str(), &file) == 0 && S_ISSOCK(file.st_mode) &&
+           !connect_to(open_socket(path), address) && errno == ECONNREFUSED;
 }
 
 Descriptor listen_at(const std::string &path) {
@@ -120,9 +122,10 @@ void ExternalMessages::receive() {
 }
 
 std::string ExternalMessages::serve(int connection) const {
-    if (!is_root(connection)) return "error: only root may send messages\n";
+    // Read first: closing with the record unread would lose the reply, too.
     std::array<char, message_max> record;
     const ssize_t size = recv(connection, record.data(), record.size(), MSG_TRUNC);
+    if (!is_root(connection)) return "error: only root may send messages\n";
     if (size < 0) return "error: no message came\n";
     const auto length = static_cast<std::size_t>(size);
     if (length > record.size())

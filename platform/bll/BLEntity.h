@@ -34,13 +34,13 @@ public:
     virtual void getDependencies(std::list<std::string> &names) = 0;
     virtual ~BLEntity() = default;
 
-    const std::string &entityName() const { return name; }
+    const std::string &entityName() const { return m_entityName; }
 
 protected:
-    explicit BLEntity(std::string entity_name) : name(std::move(entity_name)) {}
+    explicit BLEntity(std::string entity_name) : m_entityName(std::move(entity_name)) {}
 
 private:
-    std::string name;
+    std::string m_entityName;
 };
 
 #pragma GCC visibility pop
