@@ -18,7 +18,6 @@
 #include <unistd.h>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <new>
 #include <system_error>
 
@@ -67,7 +66,7 @@ int attach_filter(const pppoeia_bridge &bridge) {
 
 ifreq request_for(const pppoeia_bridge &bridge) {
     ifreq request{};
-    std::strncpy(request.ifr_name, bridge.pseudo_dev, sizeof request.ifr_name - 1);
+    copy_text(request.ifr_name, bridge.pseudo_dev);
     return request;
 }
 
