@@ -38,12 +38,21 @@ constexpr void fields(Block &block, Visit &&visit) {
     }
 }
 
-// The blocks' sizes are their type-size codes: every byte is one of a field.
+// A block as it travels. Its size is its type-size code.
 template <class Value>
 using Block = std::array<std::uint8_t, sizeof(Value)>;
 
 template <class Value>
+consteval bool every_byte_is_a_fields() {
+    Value value{};
+    std::size_t bytes = 0;
+    fields(value, [&](const auto &...field) { bytes += (sizeof field + ...); });
+    return bytes == sizeof(Value);
+}
+
+template <class Value>
 Block<Value> encode(const Value &value) {
+    static_assert(every_byte_is_a_fields<Value>());
     Block<Value> bytes;
     std::size_t at = 0;
     const auto put = [&]<class Field>(const Field &field) {

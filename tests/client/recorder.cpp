@@ -25,6 +25,7 @@ Recorder::~Recorder() {
 }
 
 Bytes Recorder::take() {
+    const std::scoped_lock lock(lock_);
     return std::exchange(last_, {});
 }
 
@@ -38,7 +39,10 @@ void Recorder::run() {
         Bytes bytes(70000);
         const ssize_t length = recv(fds[2].fd, bytes.data(), bytes.size(), 0);
         bytes.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-        last_ = bytes;
+        {
+            const std::scoped_lock lock(lock_);
+            last_ = bytes;
+        }
         const Bytes answer = hex("01 02 0000 01000000");
         send(fds[2].fd, answer.data(), answer.size(), MSG_NOSIGNAL);
     }

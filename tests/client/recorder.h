@@ -4,6 +4,7 @@
 
 #include "tests/support/datagrams.h"
 
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -24,7 +25,8 @@ private:
 
     int listener_;
     int stop_;
-    Bytes last_;  // written before the reply is sent, read after it was received
+    std::mutex lock_;  // of the last request
+    Bytes last_;
     std::thread thread_;
 };
 
