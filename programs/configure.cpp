@@ -82,7 +82,6 @@ void add_bridge(const node::Description &node, const node::Bridge &record) {
     const Section section(node, record.line, "bridge \"" + record.name + '"');
     const char *bridge = record.name.c_str();
     APPLY(fe_pppoeia_bridge_add, record.ports);
-    APPLY(cache_pppoeia_bridge_state_set, 0);  // frames pass unchanged until all is set
     APPLY(cache_pppoeia_bridge_max_pdu_set, record.max_pdu);
     APPLY(cache_pppoeia_bridge_vsa_mode_set, record.vsa_mode);
     APPLY(cache_pppoeia_bridge_shelf_id_set, node.shelf.c_str());

@@ -2,6 +2,7 @@
 
 #include "node/description/read_description.h"
 #include "node/kernel/kernel.h"
+#include "node/linux/ncfm.h"
 #include "pppoeia/fe.h"
 #include "programs/command_line.h"
 #include "programs/configure.h"
@@ -34,6 +35,7 @@ public:
 // Every line is undone at the end, the last one first.
 void serve(const node::Description &description) {
     const StopSignals stop;  // before there is any other thread
+    node::describe_node(description);
     const node::Kernel kernel(description);
     const Engine engine;
     configure(description);
