@@ -18,7 +18,6 @@
 #include <unistd.h>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <new>
 #include <system_error>
 
@@ -67,8 +66,16 @@ int attach_filter(const pppoeia_bridge &bridge) {
 
 ifreq request_for(const pppoeia_bridge &bridge) {
     ifreq request{};
-    std::strncpy(request.ifr_name, bridge.pseudo_dev, sizeof request.ifr_name - 1);
+    copy_text(request.ifr_name, bridge.pseudo_dev);
     return request;
+}
+
+// Room for the burst of all lines at once, for which the system's default is too
+// small. Without the privilege to exceed the system's limit, up to that limit.
+void enlarge_receive_queue(int socket) {
+    constexpr int bytes = 16 << 20;
+    if (setsockopt(socket, SOL_SOCKET, SO_RCVBUFFORCE, &bytes, sizeof bytes) != 0)
+        setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
 }
 
 // A non-blocking packet socket bound to the pseudo device.
@@ -78,6 +85,7 @@ int open_socket(pppoeia_bridge &bridge) {
         pppoeia_log(2, "<%s> Cannot create socket (%d).", bridge.name, errno);
         return no_file;
     }
+    enlarge_receive_queue(bridge.sock);
     ifreq request = request_for(bridge);
     if (platform::net_device_request(bridge.sock, SIOCGIFINDEX, request) < 0 ||
         request.ifr_ifindex < 0) {

@@ -2,6 +2,7 @@
 // TOML file says it. Plain values; read once, then only read.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -42,6 +43,9 @@ struct Interface {
     std::optional<std::uint32_t> vci;
     std::string description;
     std::string remote_id;
+    std::string serial;  // "serial", ONU only: 8 hexadecimal digits and 8 characters
+    std::optional<std::array<std::uint8_t, 6>> mac;  // "mac", ONU only
+    bool gem_in_use = true;                          // "in_use", GEM only
     std::optional<std::uint32_t> role;   // pppoeia_port_state; the type's default when not said
     std::optional<std::uint32_t> trust;  // pppoeia_port_trust; likewise
     unsigned line = 0;
@@ -73,6 +77,8 @@ struct Description {
     std::string location;
     std::string name;
     std::string management_device = "mng0";
+    bool profile_mode = false;      // service profiles configure the node
+    bool rpc_reserved_port = true;  // remote calls that change anything come from root
     std::vector<Bridge> bridges;
     std::vector<Interface> interfaces;
     std::vector<Vlan> vlans;
