@@ -212,4 +212,5 @@ class Lab:
 
     def stop_management(self):
         """Asks the management process to end; its status."""
+        self._management_news.close()
         return self.management.stop(signal.SIGTERM)
