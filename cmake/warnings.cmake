@@ -1,6 +1,8 @@
 # Both compilers, the same strictness: a warning is an error.
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wold-style-cast
-    -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Werror)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wcast-align -Werror
+    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
 if(PPPOEIA_SANITIZE)
     add_compile_options(-fsanitize=${PPPOEIA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${PPPOEIA_SANITIZE})

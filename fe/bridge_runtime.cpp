@@ -70,6 +70,14 @@ ifreq request_for(const pppoeia_bridge &bridge) {
     return request;
 }
 
+// Room for the burst of all lines at once, for which the system's default is too
+// small. Without the privilege to exceed the system's limit, up to that limit.
+void enlarge_receive_queue(int socket) {
+    constexpr int bytes = 16 << 20;
+    if (setsockopt(socket, SOL_SOCKET, SO_RCVBUFFORCE, &bytes, sizeof bytes) != 0)
+        setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
+}
+
 // A non-blocking packet socket bound to the pseudo device.
 int open_socket(pppoeia_bridge &bridge) {
     bridge.sock = platform::net_socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETH_P_ALL));
@@ -77,6 +85,7 @@ int open_socket(pppoeia_bridge &bridge) {
         pppoeia_log(2, "<%s> Cannot create socket (%d).", bridge.name, errno);
         return no_file;
     }
+    enlarge_receive_queue(bridge.sock);
     ifreq request = request_for(bridge);
     if (platform::net_device_request(bridge.sock, SIOCGIFINDEX, request) < 0 ||
         request.ifr_ifindex < 0) {

@@ -4,6 +4,7 @@
 #include "idgen/debug.h"
 #include "idgen/resolver.h"
 
+#include <algorithm>
 #include <array>
 
 namespace ia {
@@ -52,11 +53,14 @@ constexpr bool rows_in_order() {
 constexpr bool names_differ() {
     for (std::size_t row = 0; row < rules.size(); ++row)
         for (std::size_t other = 0; other < row; ++other)
-            if (rules[row].name.empty() || rules[row].name == rules[other].name) return false;
+            if (rules[row].name == rules[other].name) return false;
     return true;
 }
 
 static_assert(rows_in_order() && names_differ());
+static_assert(std::ranges::all_of(rules, [](const macro_rule &rule) {
+    return may_begin_macro_name(rule.name.front());
+}));
 
 constexpr macro_rule no_macro = {customIdFormat{MACRO_COUNT}, "N/A", none, nullptr};
 

@@ -105,6 +105,11 @@ std::span<const macro_rule, MACRO_COUNT> macro_rules();
 // The macro's rule; one without shape and source for a value that is no macro.
 const macro_rule &macro_rule_of(customIdFormat type);
 
+// A quick no for most of a format's text.
+constexpr bool may_begin_macro_name(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+
 constexpr bool is_ip(macro_shape shape) {
     return shape == macro_shape::ipv4 || shape == macro_shape::ipv6;
 }

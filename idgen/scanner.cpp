@@ -130,8 +130,10 @@ const ia::macro_rule *macro_named_at(std::string_view text) {
 
 // The first macro whose name stands in the text, and where; null when none does.
 const ia::macro_rule *first_macro_named_in(std::string_view text, std::size_t &position) {
-    for (position = 0; position < text.size(); ++position)
+    for (position = 0; position < text.size(); ++position) {
+        if (!ia::may_begin_macro_name(text[position])) continue;
         if (const ia::macro_rule *rule = macro_named_at(text.substr(position))) return rule;
+    }
     return nullptr;
 }
 

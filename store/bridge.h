@@ -38,7 +38,7 @@ using vlan_set = std::bitset<4096>;
 struct pppoeia_port {
     std::uint32_t port_id = 0;  // 0: never used; a deleted port keeps its id
     char dev_name[17] = "";
-    char port_name[15] = "";
+    char port_name[PPPOEIA_PORT_NAME_SIZE] = "";
     char intf_descr[PPPOEIA_SYSTEM_TEXT_SIZE] = "";
     char cpe_serial[PPPOEIA_CPE_SERIAL_SIZE] = "";
     pppoeia_mac cpe_mac{};

@@ -45,6 +45,7 @@ inline constexpr std::size_t PPPOEIA_REMOTE_ID_SIZE = 64;
 inline constexpr std::size_t PPPOEIA_ID_SIZE = 64;  // a generated ID: at most 63 characters
 inline constexpr std::size_t PPPOEIA_CPE_SERIAL_SIZE = 13;
 inline constexpr std::size_t PPPOEIA_VLAN_NAME_SIZE = 32;
+inline constexpr std::size_t PPPOEIA_PORT_NAME_SIZE = 15;
 
 // A MAC address, passed by value.
 struct pppoeia_mac {

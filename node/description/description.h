@@ -2,6 +2,7 @@
 // TOML file says it. Plain values; read once, then only read.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -30,21 +31,24 @@ struct Interface {
     std::uint32_t id = 0;  // also the bridge's port id
     std::string name;      // the interface's name in the node, "1/1/1"
     InterfaceType type = InterfaceType::eth;
-    std::string device;      // Linux device
-    std::string bridge;      // name of its bridge; the first bridge when not said
+    std::string device;        // Linux device
+    std::string bridge;        // name of its bridge; the first bridge when not said
     std::uint32_t parent = 0;  // id of the parent interface, 0 without one
     std::string panel;         // panel label; empty: no valid panel
     std::uint32_t port = 0;
-    std::uint32_t onu = 0;
-    std::uint32_t gem = 0;
-    std::uint32_t pvc = 0;
+    std::uint32_t onu = 0;             // ONU and GEM ports only
+    std::uint32_t gem = 0;             // GEM ports only
+    std::uint32_t pvc = 0;             // PVC interface number, ATM only
     std::optional<std::uint32_t> vpi;  // with vci, ATM only
     std::optional<std::uint32_t> vci;
     std::string description;
     std::string remote_id;
+    std::string serial;  // "serial", ONU only: 8 hexadecimal digits and 8 characters
+    std::optional<std::array<std::uint8_t, 6>> mac;  // "mac", ONU only
+    bool gem_in_use = true;                          // "in_use", GEM only
     std::optional<std::uint32_t> role;   // pppoeia_port_state; the type's default when not said
     std::optional<std::uint32_t> trust;  // pppoeia_port_trust; likewise
-    unsigned line = 0;                   // in the file
+    unsigned line = 0;
 };
 
 struct Bridge {
@@ -52,14 +56,17 @@ struct Bridge {
     std::uint32_t ports = 256;  // port records: ids 1 to ports - 1
     std::uint16_t stag_ethertype = 0x88A8;
     std::uint32_t max_pdu = 1500;  // largest Ethernet frame, bytes
+    std::uint32_t vsa_mode = 1;    // pppoeia_vsa_mode: remove
     bool enabled = true;
+    unsigned line = 0;  // in the file
 };
 
 struct Vlan {
     std::uint16_t id = 0;
     std::string name;
-    std::string bridge;
+    std::string bridge;  // as an interface's
     bool enabled = true;
+    unsigned line = 0;
 };
 
 struct Description {
@@ -70,6 +77,8 @@ struct Description {
     std::string location;
     std::string name;
     std::string management_device = "mng0";
+    bool profile_mode = false;      // service profiles configure the node
+    bool rpc_reserved_port = true;  // remote calls that change anything come from root
     std::vector<Bridge> bridges;
     std::vector<Interface> interfaces;
     std::vector<Vlan> vlans;

@@ -64,6 +64,12 @@ struct Record {
     std::string out = "net0";
 };
 
+// Sixteen characters fill the field whole, without a terminator.
+inline void put_name(char (&field)[16], const std::string &name) {
+    std::memset(field, 0, sizeof field);
+    name.copy(field, sizeof field);
+}
+
 inline Bytes datagram(const Record &record, const Bytes &frame) {
     kvbridge_frame_hdr header;
     std::memset(&header, 0xA5, sizeof header);  // the module's own bytes
@@ -71,8 +77,8 @@ inline Bytes datagram(const Record &record, const Bytes &frame) {
     header.cvlan = record.cvlan;
     header.total_length = static_cast<std::uint32_t>(sizeof header + frame.size());
     header.input_port = record.port;
-    std::strncpy(header.input_device, record.in.c_str(), sizeof header.input_device);
-    std::strncpy(header.output_device, record.out.c_str(), sizeof header.output_device);
+    put_name(header.input_device, record.in);
+    put_name(header.output_device, record.out);
     Bytes bytes(sizeof header);
     std::memcpy(bytes.data(), &header, sizeof header);
     return bytes + frame;

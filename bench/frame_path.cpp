@@ -1,0 +1,261 @@
+// The frame path alone: one frame after the other through process_frame, and
+// what its custom IDs cost, without worker, socket or device.
+//
+//   frame_path            the table: time and allocations a frame
+//   frame_path list       the scenarios' names
+//   frame_path NAME N     one scenario, N frames, for an instruction counter
+#include "bench/allocations.h"
+#include "bench/line.h"
+#include "bench/measure.h"
+#include "fe/discovery.h"
+#include "fe/frame.h"
+#include "idgen/assembly.h"
+#include "pppoeia/pppoeia.h"
+#include "store/new_bridge.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using namespace ia;
+using namespace ia::bench;
+using ia::test::hex;
+
+namespace {
+
+// Six macros each, all with a value.
+constexpr char text_circuit_id[] = "$SHELF/$CHASSIS/$AGENT_BOARD/$PORT:$VLAN $CLNT_MAC";
+constexpr char text_remote_id[] = "$INTF_TYPE $INTF $INTF_DSCR $PORT_REM_ID $VLAN_NAME $SYSNAME";
+constexpr char binary_circuit_id[] = "$hCHASSIS$hAGENT_BOARD$hPORT$hVLAN$hCVID$hCLNT_MAC";
+constexpr char binary_remote_id[] = "$hCLNT_MAC$hz2VLAN$hPORT$hAGENT_BOARD$hz4CHASSIS$SHELF";
+
+constexpr char text_circuit_id_made[] = "s1/7/3/1:100 02:00:00:00:00:01";
+constexpr char text_remote_id_made[] = "eth 1/1/1 line-17 home-4711 internet node-9";
+constexpr char binary_circuit_id_made[] = "07 03 01 64 05 020000000001";
+constexpr char binary_remote_id_made[] = "020000000001 0064 01 03 00000007 's1'";
+
+using Work = std::function<void(std::size_t frames)>;
+
+void check(bool right, const char *what) {
+    if (!right) throw std::runtime_error(std::string(what) + " is not what it should be");
+}
+
+// The record of a running bridge, with its buffer, without its worker.
+BridgePtr make_bridge() {
+    static int made = 0;
+    const std::string name = "br" + std::to_string(made++);
+    BridgePtr bridge;
+    check(allocate_bridge(name.c_str(), 8, bridge) == 0, "the bridge");
+    bridge->mtu = 1615;
+    bridge->stag_ethertype_nf = 0x88A8;
+    bridge->frame_buf.resize(bridge->mtu + ethernet_start + frame_slack);
+    bridge_list_link(bridge);
+    set_up_line(name.c_str());
+    return bridge;
+}
+
+// The same datagram again and again. The buffer is restored in front of each
+// frame, as far as the frame before it reached.
+struct FrameLoop {
+    BridgePtr bridge = make_bridge();
+    FrameIds ids;
+    Bytes received;
+    std::size_t length = 0;
+    Outcome (*process)(pppoeia_bridge &, FrameIds &) = process_frame;
+
+    explicit FrameLoop(const Bytes &datagram) : received(datagram), length(datagram.size()) {
+        received.resize(length + 128);
+    }
+
+    Outcome one() {
+        std::ranges::copy(received, bridge->frame_buf.begin());
+        bridge->frame_end = length;
+        ids.circuit_id.clear();
+        ids.remote_id.clear();
+        return process(*bridge, ids);
+    }
+
+    void operator()(std::size_t frames) {
+        for (; frames > 0; --frames) one();
+    }
+
+    void expect(const Bytes &frame) {
+        check(one() == Outcome::forwarded, "the outcome");
+        const auto begin = bridge->frame_buf.begin();
+        check(Bytes(begin + ethernet_start, begin + static_cast<long>(bridge->frame_end)) == frame,
+              "the frame");
+    }
+};
+
+Work restoring() {
+    FrameLoop loop(padi_datagram());
+    loop.process = [](pppoeia_bridge &, FrameIds &) { return Outcome::forwarded; };
+    return loop;
+}
+
+Work padi() {
+    FrameLoop loop(padi_datagram());
+    loop.expect(marked_padi(default_tag()));
+    return loop;
+}
+
+Work pado() {
+    FrameLoop loop(pado_datagram());
+    loop.expect(cleaned_pado());
+    return loop;
+}
+
+Work custom_padi(const char *circuit_id, const char *remote_id, const Bytes &tag) {
+    FrameLoop loop(padi_datagram());
+    const char *bridge = loop.bridge->name;
+    check(cache_pppoeia_port_vsa_circuit_id_mode_set(bridge, 1, PPPOEIA_CID_CUSTOM) == 0, "mode");
+    check(cache_pppoeia_circuit_id_format_set(bridge, circuit_id) == 0, "Circuit ID format");
+    check(cache_pppoeia_remote_id_format_set(bridge, remote_id) == 0, "Remote ID format");
+    loop.expect(marked_padi(tag));
+    return loop;
+}
+
+Bytes bytes_of(std::string_view text) {
+    return {text.begin(), text.end()};
+}
+
+Work padi_text() {
+    return custom_padi(text_circuit_id, text_remote_id,
+                       vendor_tag(bytes_of(text_circuit_id_made), bytes_of(text_remote_id_made)));
+}
+
+Work padi_binary() {
+    return custom_padi(binary_circuit_id, binary_remote_id,
+                       vendor_tag(hex(binary_circuit_id_made), hex(binary_remote_id_made)));
+}
+
+// A line whose client has just sent a PADI, and its Circuit ID.
+struct IdLoop {
+    FrameLoop line{padi_datagram()};
+    std::string format;
+    std::string id;
+    Bytes binary;
+
+    explicit IdLoop(const char *wanted) : format(wanted) { line.one(); }
+
+    void operator()(std::size_t frames) {
+        for (; frames > 0; --frames) {
+            id.clear();
+            binary.clear();
+            genCustomId(line.bridge.get(), 1, 100, 5, format, id, binary, ID_GEN_FRAME);
+        }
+    }
+};
+
+Work id_text() {
+    IdLoop loop(text_circuit_id);
+    loop(1);
+    check(loop.id == text_circuit_id_made && loop.binary.empty(), "the text ID");
+    return loop;
+}
+
+Work id_binary() {
+    IdLoop loop(binary_circuit_id);
+    loop(1);
+    check(loop.binary == hex(binary_circuit_id_made), "the binary ID");
+    return loop;
+}
+
+// The text Circuit ID as one would write it for this line alone.
+struct ByHand {
+    FrameLoop line{padi_datagram()};
+    Bytes text = Bytes(PPPOEIA_ID_SIZE);
+
+    ByHand() { line.one(); }
+
+    void operator()(std::size_t frames) {
+        const pppoeia_bridge &bridge = *line.bridge;
+        const std::uint8_t *mac = bridge.frame_buf.data() + ethernet_start + 6;
+        for (; frames > 0; --frames)
+            std::snprintf(reinterpret_cast<char *>(text.data()), text.size(),
+                          "%s/%u/%u/%u:%u %02X:%02X:%02X:%02X:%02X:%02X", bridge.shelf_id,
+                          bridge.chassis_id, bridge.board_pos, bridge.ports[0].location.port, 100U,
+                          mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    }
+};
+
+Work id_by_hand() {
+    ByHand loop;
+    loop(1);
+    check(reinterpret_cast<char *>(loop.text.data()) == std::string(text_circuit_id_made),
+          "the text by hand");
+    return loop;
+}
+
+struct Scenario {
+    const char *name;
+    const char *what;
+    Work (*make)();
+    Target allocations;
+};
+
+constexpr Target no_allocation{Target::at_most, 0};
+constexpr Scenario scenarios[] = {
+    {"restore", "restoring the buffer (in the four below)", restoring, {}},
+    {"padi", "PADI marked, default forms", padi, no_allocation},
+    {"pado", "PADO, tag removed", pado, no_allocation},
+    {"padi_text", "PADI marked, custom text IDs (6+6 macros)", padi_text, {}},
+    {"padi_binary", "PADI marked, custom binary IDs (6+6 macros)", padi_binary, {}},
+    {"id_text", "custom ID alone, text, 6 macros", id_text, {}},
+    {"id_binary", "custom ID alone, binary, 6 macros", id_binary, {}},
+    {"id_by_hand", "the text ID by one snprintf", id_by_hand, {}},
+};
+constexpr std::size_t scenario_count = std::size(scenarios);
+
+double allocations_per_frame(const Work &work) {
+    constexpr std::size_t frames = 1000;
+    const std::size_t before = allocations();
+    work(frames);
+    return static_cast<double>(allocations() - before) / frames;
+}
+
+// The scenarios take turns, so that what else the machine does meets them all.
+void print_table() {
+    constexpr std::size_t runs = 200;
+    constexpr std::size_t frames = 100;
+    std::vector<Work> works;
+    for (const Scenario &scenario : scenarios) works.push_back(scenario.make());
+    std::vector<Series> times(scenario_count);
+    for (std::size_t repetition = 0; repetition < repetitions; ++repetition)
+        for (std::size_t i = 0; i < scenario_count; ++i)
+            times[i][repetition] = cpu_time_per_frame(runs, frames, works[i]);
+    for (std::size_t i = 0; i < scenario_count; ++i) {
+        print_row(scenarios[i].what, "CPU ns/frame", times[i]);
+        Series counts;
+        counts.fill(allocations_per_frame(works[i]));
+        print_row(scenarios[i].what, "allocations/frame", counts, scenarios[i].allocations);
+    }
+}
+
+void run(const std::string &name, std::size_t frames) {
+    const auto found = std::ranges::find(scenarios, name, &Scenario::name);
+    if (found == std::end(scenarios)) throw std::runtime_error("no scenario " + name);
+    found->make()(frames);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) try {
+    check(bridge_list_create(), "the bridge list");
+    if (argc == 1)
+        print_table();
+    else if (argc == 2)
+        for (const Scenario &scenario : scenarios)
+            std::printf("%s\t%s\n", scenario.name, scenario.what);
+    else
+        run(argv[1], std::stoul(argv[2]));
+    return 0;
+} catch (const std::exception &error) {
+    std::fprintf(stderr, "frame_path: %s\n", error.what());
+    return 1;
+}

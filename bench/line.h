@@ -1,0 +1,30 @@
+// The subscriber line that is measured: port 1 of a bridge, "1/1/1" on board 3,
+// shelf "s1", VLAN 100 "internet", customer VLAN 5, client 02:00:00:00:00:01.
+// Port 2 faces the network.
+#pragma once
+
+#include "tests/support/datagrams.h"
+
+namespace ia::bench {
+
+using test::Bytes;
+
+// Gives a bridge that is in the list its ports and its data.
+void set_up_line(const char *bridge);
+
+Bytes padi_datagram();
+
+// A server's PADO with the line's own tag, to be taken out.
+Bytes pado_datagram();
+
+// The frame, without the record, as it leaves: `tag` is the Vendor-Specific tag.
+Bytes marked_padi(const Bytes &tag);
+Bytes cleaned_pado();
+
+// The line's tag with the default forms: 39 bytes.
+Bytes default_tag();
+
+// Any tag of a Circuit ID and a Remote ID.
+Bytes vendor_tag(const Bytes &circuit_id, const Bytes &remote_id);
+
+}  // namespace ia::bench

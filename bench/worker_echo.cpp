@@ -1,0 +1,198 @@
+// The whole worker on a pseudo device, against bare echoes on the same device.
+//
+// The engine's thread is held while the generator fills its socket with a burst
+// and then works it off without a pause, so the engine is what is measured;
+// generator and engine have a core each. Its CPU time is then its serving time,
+// and what bears a loaded machine: the rates are made from it. The time on the
+// wall, from the release to the last frame out, has the wake-up in it and
+// whatever else ran. All variants take turns in short slices.
+#include "bench/echo.h"
+#include "bench/line.h"
+#include "bench/measure.h"
+#include "bench/tap.h"
+#include "pppoeia/pppoeia.h"
+#include "store/bridge_list.h"
+
+#include <pthread.h>
+#include <sched.h>
+#include <sys/sysinfo.h>
+#include <cstdio>
+#include <exception>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+using namespace ia;
+using namespace ia::bench;
+
+namespace {
+
+constexpr char bridge_name[] = "br0";
+constexpr char device_name[] = "br0_pppoe";
+constexpr std::size_t burst = 256;
+constexpr std::size_t bursts = 20;  // in a slice
+constexpr std::size_t slices = 10;  // in a repetition
+
+void pin(int core) {
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    CPU_SET(core, &cores);
+    pthread_setaffinity_np(pthread_self(), sizeof cores, &cores);
+}
+
+// The engine with one bridge; held by its lock.
+class Worker {
+public:
+    Worker() {
+        if (fe_pppoeia_init() != 0 || fe_pppoeia_bridge_add(bridge_name, 8) != 0)
+            throw std::runtime_error("the engine does not start");
+        set_up_line(bridge_name);
+    }
+    Worker(const Worker &) = delete;
+    Worker &operator=(const Worker &) = delete;
+    ~Worker() {
+        held_.reset();
+        fe_pppoeia_fini();
+    }
+
+    void hold() { held_.emplace(bridge_name); }
+    void release() { held_.reset(); }
+
+    clockid_t cpu_clock() {
+        clockid_t clock = 0;
+        pthread_getcpuclockid(bridge_list_find(bridge_name)->worker.native_handle(), &clock);
+        return clock;
+    }
+
+private:
+    std::optional<LockedBridge> held_;
+};
+
+// Of each burst, ns a frame.
+struct Costs {
+    std::vector<double> wall;
+    std::vector<double> cpu;
+};
+
+// Waits for the burst to come out. Anything but the expected datagrams, each
+// of them, is an error.
+void take_burst(Tap &tap, std::size_t expected_length) {
+    Bytes datagram(2048);
+    const Clock::time_point start = Clock::now();
+    for (std::size_t out = 0; out < burst;) {
+        const std::size_t length = tap.take(datagram);
+        if (length == 0) {
+            if (Clock::now() - start > std::chrono::seconds(5))
+                throw std::runtime_error("lost " + std::to_string(burst - out) + " frames");
+        } else if (length != expected_length) {
+            throw std::runtime_error("a stray datagram came out");
+        } else {
+            ++out;
+        }
+    }
+}
+
+template <class Engine>
+void measure_burst(Tap &tap, Engine &engine, std::size_t expected_length, Costs &costs) {
+    static const Bytes sent = padi_datagram();
+    engine.hold();
+    for (std::size_t frame = 0; frame < burst; ++frame) tap.put(sent);
+    const double cpu_before = cpu_time(engine.cpu_clock());
+    const Clock::time_point start = Clock::now();
+    engine.release();
+    take_burst(tap, expected_length);
+    costs.wall.push_back(nanoseconds(Clock::now() - start) / burst);
+    costs.cpu.push_back((cpu_time(engine.cpu_clock()) - cpu_before) / burst);
+}
+
+// A thread starts on the core of who makes it.
+template <class Engine, class... Args>
+void measure_slice(Tap &tap, std::size_t expected_length, Costs &costs, Args... args) {
+    pin(get_nprocs() - 1);
+    Engine engine(args...);
+    pin(0);
+    for (std::size_t i = 0; i < bursts; ++i) measure_burst(tap, engine, expected_length, costs);
+}
+
+template <EchoStyle style>
+void echo(Tap &tap, Costs &costs) {
+    measure_slice<Echo>(tap, padi_datagram().size(), costs, device_name, style);
+}
+
+void worker(Tap &tap, Costs &costs) {
+    measure_slice<Worker>(tap, padi_datagram().size() + default_tag().size(), costs);
+}
+
+struct Variant {
+    const char *what;
+    void (*slice)(Tap &, Costs &);
+    Series wall{};
+    Series cpu{};
+};
+
+void repeat(Tap &tap, std::span<Variant> variants, std::size_t repetition) {
+    std::vector<Costs> costs(variants.size());
+    for (std::size_t slice = 0; slice < slices; ++slice)
+        for (std::size_t i = 0; i < variants.size(); ++i) variants[i].slice(tap, costs[i]);
+    for (std::size_t i = 0; i < variants.size(); ++i) {
+        variants[i].wall[repetition] = median(std::move(costs[i].wall));
+        variants[i].cpu[repetition] = median(std::move(costs[i].cpu));
+    }
+}
+
+Series rate(const Series &time) {
+    Series frames;
+    for (std::size_t i = 0; i < repetitions; ++i) frames[i] = 1e9 / time[i];
+    return frames;
+}
+
+Series ratio(const Series &above, const Series &below) {
+    Series ratios;
+    for (std::size_t i = 0; i < repetitions; ++i) ratios[i] = above[i] / below[i];
+    return ratios;
+}
+
+void print_table(Tap &tap) {
+    Variant variants[] = {
+        {"worker, PADI marked", worker},
+        {"echo: select, recv, send", echo<EchoStyle::select_each>},
+        {"echo: recv, send", echo<EchoStyle::no_wait>},
+        {"echo: recvmmsg, sendmmsg of 32", echo<EchoStyle::batched>},
+    };
+    for (std::size_t i = 0; i < repetitions; ++i) repeat(tap, variants, i);
+    for (const Variant &variant : variants) {
+        print_row(variant.what, "CPU ns/frame", variant.cpu);
+        print_row(variant.what, "frames/CPU s", rate(variant.cpu));
+        print_row(variant.what, "frames/s", rate(variant.wall));
+    }
+    const Variant &measured = variants[0];
+    const Variant &baseline = variants[1];
+    print_row("worker / select echo", "frames/CPU s", ratio(baseline.cpu, measured.cpu),
+              {Target::at_least, 0.85});
+    print_row("worker / select echo", "frames/s", ratio(baseline.wall, measured.wall));
+}
+
+}  // namespace
+
+int main() try {
+    if (get_nprocs() < 2) {
+        std::puts("worker on a pseudo device\tskipped: needs two cores\t-\t-\t-\t-\t-");
+        return 0;
+    }
+    std::optional<Tap> tap;
+    try {
+        tap.emplace(device_name);
+    } catch (const std::system_error &error) {
+        std::printf("worker on a pseudo device\tskipped: %s\t-\t-\t-\t-\t-\n", error.what());
+        return 0;
+    }
+    print_table(*tap);
+    return 0;
+} catch (const std::exception &error) {
+    std::fprintf(stderr, "worker_echo: %s\n", error.what());
+    return 1;
+}

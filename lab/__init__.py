@@ -1,0 +1,15 @@
+"""Real PPPoE peers around the forwarding engine, in network namespaces.
+
+    isolation.py  a private world to work in, gone with its last process
+    netns.py      namespaces, devices, work inside a namespace
+    processes.py  programs with their output, and bounded waits
+    frames.py     Ethernet and PPPoE Discovery bytes
+    wire.py       raw frames in and out of a device, captures
+    decode.py     tshark's reading of a capture
+    node.py       the node description of the lab
+    topology.py   the lab: two subscribers, the node, a BNG
+    testing.py    what the tests need around unittest
+    demo.py       one client through the engine, shown step by step
+
+Python's standard library only.
+"""

@@ -1,0 +1,31 @@
+"""`python3 -m lab [COMMAND...]`: runs a command, or a shell, in the lab's node.
+
+The peers are reached by `ip netns exec sub1|sub2|bng COMMAND`. The engine runs
+when it has been built, the server always.
+"""
+
+import os
+import subprocess
+import sys
+
+from lab import isolation
+from lab.topology import Lab, programs
+
+
+def main():
+    if not isolation.inside():
+        lacking = isolation.missing()
+        if lacking:
+            sys.exit(f"lab: needs {', '.join(lacking)}")
+        sys.exit(isolation.isolated(["-m", "lab", *sys.argv[1:]]))
+    with Lab() as lab:
+        lab.start_server()
+        if (programs() / "pppoeia-fe").exists():
+            lab.start_engine()
+        command = sys.argv[1:] or [os.environ.get("SHELL", "/bin/sh")]
+        status = subprocess.run(command, check=False).returncode
+    sys.exit(status)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,102 @@
+"""One client through the engine, step by step. Run by scripts/demo."""
+
+import sys
+import time
+
+from lab import decode, frames, isolation, netns, node
+from lab.processes import WaitFailed
+from lab.topology import ACCESS_CONCENTRATOR, Lab, programs
+
+PICTURE = """
+  sub1 ----+                            sub1, sub2: subscribers
+           +---- br0 (node) ---- bng    br0: the node's bridge, with the engine
+  sub2 ----+                            bng: pppoe-server
+"""
+
+
+class Wrong(Exception):
+    pass
+
+
+def expect(holds, what):
+    if not holds:
+        raise Wrong(what)
+
+
+def section(title):
+    print(f"\n== {title} " + "=" * (70 - len(title)), flush=True)
+
+
+def say(text, indent=2):
+    for line in text.strip("\n").splitlines():
+        print((" " * indent + line).rstrip(), flush=True)
+
+
+def show(title, lab, wire, code):
+    """Prints tshark's reading of the one frame with this code; the frame."""
+    wire.waiting()
+    found = [frame for frame in map(frames.parse, wire.recorded()) if frame.code == code]
+    expect(len(found) == 1, f"{title}: {len(found)} frames, not one")
+    capture = wire.save(lab.folder / f"{wire.name}.pcap")
+    section(title)
+    for lines in decode.discovery(capture, f"pppoe.code == {code}"):
+        say("\n".join(lines))
+    return found[0]
+
+
+def demonstrate(lab):
+    section("The lab")
+    say(PICTURE, 0)
+    lab.start_server()
+
+    section("The engine")
+    begin = time.monotonic()
+    lab.start_engine()
+    say(f"pppoeia-fe, process {lab.engine.pid}, ready after {time.monotonic() - begin:.2f} s")
+
+    section("The client looks for a concentrator")
+    client, server = lab.wire("sub1", outgoing=True), lab.wire("bng", outgoing=True)
+    say("$ pppoe-discovery -I wan")
+    status, said = lab.discover("sub1")
+    say(said)
+    expect(status == 0 and ACCESS_CONCENTRATOR in said, "the client found no concentrator")
+
+    sent = show("PADI, as the client sent it", lab, client, frames.PADI)
+    expect(not sent.marks, "the client's own PADI holds a Vendor-Specific tag")
+    received = show("PADI, as the server received it", lab, server, frames.PADI)
+    expect([mark.get(frames.CIRCUIT_ID) for mark in received.marks]
+           == [node.circuit_id("sub1").encode()], "the PADI was not marked with its Circuit ID")
+    expect(received.marks[0].get(frames.REMOTE_ID) == node.PORTS["sub1"]["remote_id"].encode(),
+           "the PADI was not marked with its Remote ID")
+
+    show("PADO, as the server sent it", lab, server, frames.PADO)
+    offer = show("PADO, as the client received it", lab, client, frames.PADO)
+    expect(not offer.marks, "the PADO still holds a Vendor-Specific tag")
+
+    section("The engine stops")
+    status, seconds = lab.stop_engine()
+    say(f"status {status} after {seconds:.2f} s")
+    expect(status == 0, f"the engine ended with status {status}:\n{lab.engine.output()}")
+
+
+def main():
+    if not isolation.inside():
+        lacking = isolation.missing()
+        if not (programs() / "pppoeia-fe").exists():
+            lacking.append(f"{programs() / 'pppoeia-fe'}")
+        if lacking:
+            sys.exit(f"demo: failed: needs {', '.join(lacking)}")
+        sys.exit(isolation.isolated(["-m", "lab.demo"]))
+    before = netns.device_state()
+    try:
+        with Lab() as lab:
+            demonstrate(lab)
+        expect(netns.device_state() == before, "devices or filters were left behind")
+    except (Wrong, WaitFailed, netns.CommandFailed) as failure:
+        print()
+        sys.exit(f"demo: failed: {failure}")
+    print("\ndemo: passed")
+
+
+if __name__ == "__main__":
+    main()

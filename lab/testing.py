@@ -1,0 +1,32 @@
+"""What the lab's tests need around unittest."""
+
+import os
+import sys
+import unittest
+
+from lab import isolation
+from lab.topology import Lab, programs
+
+SKIPPED = 77  # ctest's SKIP_RETURN_CODE
+REQUIRE = "PPPOEIA_REQUIRE_ROOT_TESTS"
+
+
+class LabTest(unittest.TestCase):
+    """A test with a lab of its own, up before it and gone after it."""
+
+    def setUp(self):
+        self.lab = self.enterContext(Lab())
+
+
+def main(engine=True):
+    """Runs the calling file's tests in a private world, or skips, saying why."""
+    if isolation.inside():
+        unittest.main(verbosity=2)
+    lacking = isolation.missing()
+    if engine and not (programs() / "pppoeia-fe").exists():
+        lacking.append(f"{programs() / 'pppoeia-fe'}")
+    if lacking:
+        required = os.environ.get(REQUIRE) == "1"
+        print(f"{'FAILED' if required else 'SKIPPED'}: needs {', '.join(lacking)}")
+        sys.exit(1 if required else SKIPPED)
+    sys.exit(isolation.isolated(sys.argv))

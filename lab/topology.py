@@ -1,0 +1,185 @@
+"""The lab: two subscribers, a node with the engine, a BNG.
+
+    sub1 [wan]----[sub1]--+
+                          |  node
+                         br0 ------[net0]----[net] bng
+                          |  mng0
+    sub2 [wan]----[sub2]--+
+
+sub1, sub2 and bng are namespaces; the node is the namespace of the caller.
+"""
+
+import contextlib
+import os
+import signal
+import time
+from pathlib import Path
+
+from lab import frames, netns, node
+from lab.processes import Notifications, Process, wait_until
+from lab.wire import Wire
+
+REPOSITORY = Path(__file__).resolve().parent.parent
+
+SUBSCRIBERS = ("sub1", "sub2")
+BNG = "bng"
+ACCESS_CONCENTRATOR = "BNG-1"
+SERVICE = "internet"
+MNG = "mng0"
+
+# The device inside each namespace, its address there, and the node's end.
+PEERS = {
+    "sub1": ("wan", "02:00:00:00:01:01", "sub1"),
+    "sub2": ("wan", "02:00:00:00:02:01", "sub2"),
+    BNG: ("net", "02:00:00:00:99:01", "net0"),
+}
+MNG_MAC = "02:00:00:00:00:fe"
+
+
+def mac_of(peer):
+    return frames.mac(PEERS[peer][1])
+
+
+def programs():
+    """The folder of the programs under test: of the preset that was built."""
+    preset = os.environ.get("PPPOEIA_PRESET", "dev")
+    return Path(os.environ.get("PPPOEIA_PROGRAMS", REPOSITORY / "build" / preset / "programs"))
+
+
+class Lab:
+    """Brought up by `with`; what it started or made is gone after it."""
+
+    def __init__(self):
+        self.folder = Path("/run/lab")
+        self._undo = []  # what to call, last first
+        self._engine_starts = 0
+        self.engine = None
+        self.server = None
+
+    def __enter__(self):
+        try:
+            self._up()
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        failure = None
+        while self._undo:
+            try:
+                self._undo.pop()()
+            except Exception as error:  # go on: the rest has to go too
+                failure = failure or error
+        if failure:
+            raise failure
+
+    def _up(self):
+        self.folder.mkdir()
+        self._undo.append(self._remove_folder)
+        netns.quiet()
+        self._device(["add", node.BRIDGE, "type", "bridge", "forward_delay", 0,
+                      "mcast_snooping", 0], node.BRIDGE)
+        # A management interface of its own: any real device with an address does.
+        self._device(["add", MNG, "address", MNG_MAC, "type", "bridge"], MNG)
+        netns.run("ip", "address", "add", "192.0.2.1/24", "dev", MNG)
+        for peer, (device, mac, node_device) in PEERS.items():
+            netns.run("ip", "netns", "add", peer)
+            self._undo.append(lambda name=peer: self._remove_namespace(name))
+            netns.quiet(peer)
+            self._device(["add", node_device, "type", "veth", "peer", "name", device,
+                          "address", mac, "netns", peer], node_device)
+            netns.run("ip", "link", "set", node_device, "master", node.BRIDGE, "up")
+            netns.run("ip", "link", "set", device, "up", namespace=peer)
+        for device in (node.BRIDGE, MNG):
+            netns.run("ip", "link", "set", device, "up")
+        for _, _, device in PEERS.values():
+            wait_until(lambda name=device: "state forwarding" in netns.run(
+                "bridge", "link", "show", "dev", name), f"{device} to forward")
+        wait_until(lambda: "state UP" in netns.run("ip", "link", "show", "dev", node.BRIDGE),
+                   f"{node.BRIDGE} to be up")
+
+    def _device(self, words, name):
+        netns.run("ip", "link", *words)
+        self._undo.append(lambda: netns.run("ip", "link", "del", name))
+
+    @staticmethod
+    def _remove_namespace(name):
+        def emptied():
+            """Kills what a server left behind; true when nothing was."""
+            pids = netns.run("ip", "netns", "pids", name).split()
+            for pid in pids:
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(int(pid), signal.SIGKILL)
+            return not pids
+
+        wait_until(emptied, f"the processes in {name} to be gone")
+        netns.run("ip", "netns", "del", name)
+
+    def _remove_folder(self):
+        for path in self.folder.iterdir():
+            path.unlink()
+        self.folder.rmdir()
+
+    def wire(self, peer, outgoing=False):
+        """A raw socket at a peer, closed with the lab."""
+        wire = Wire(PEERS[peer][0], peer, outgoing)
+        self._undo.append(wire.close)
+        return wire
+
+    def start_server(self):
+        """The BNG's PPPoE server, once it listens."""
+        device = PEERS[BNG][0]
+        self.server = self._process(
+            ["pppoe-server", "-F", "-I", device, "-C", ACCESS_CONCENTRATOR, "-S", SERVICE,
+             "-L", "198.51.100.1", "-R", "198.51.100.10"], BNG)
+        wait_until(lambda: self._listens(BNG, frames.DISCOVERY) or not self.server.running(),
+                   "pppoe-server to listen")
+        if not self.server.running():
+            raise netns.CommandFailed(f"pppoe-server: {self.server.output()}")
+        return self.server
+
+    @staticmethod
+    def _listens(namespace, ethertype):
+        sockets = netns.run("cat", "/proc/net/packet", namespace=namespace)
+        return any(line.split()[3] == f"{ethertype:04x}" for line in sockets.splitlines()[1:])
+
+    def start_engine(self, text=None, seconds=10.0):
+        """The forwarding engine with the description `text`, once it is ready."""
+        description = self.folder / "node.toml"
+        description.write_text(text or node.description(), encoding="utf-8")
+        self._engine_starts += 1
+        notifications = Notifications(str(self.folder / f"notify-{self._engine_starts}"))
+        try:
+            self.engine = self._process(
+                [programs() / "pppoeia-fe", "--node", description], None,
+                {"NOTIFY_SOCKET": notifications.path})
+            notifications.wait_ready(self.engine, seconds)
+        finally:
+            notifications.close()
+        return self.engine
+
+    def _process(self, argv, namespace=None, environment=None):
+        process = Process(argv, namespace, environment)
+        self._undo.append(lambda: process.running() and process.stop())
+        return process
+
+    def discover(self, peer="sub1", seconds=5.0):
+        """`pppoe-discovery` at a subscriber: one PADI, and the offers it got."""
+        client = self._process(["pppoe-discovery", "-I", PEERS[peer][0], "-a", 3, "-t", 1], peer)
+        return client.wait(seconds), client.output()
+
+    def open_session(self, peer="sub1", seconds=5.0):
+        """`pppoe -d` at a subscriber: PADI to PADS, without a session after it."""
+        client = self._process(["pppoe", "-I", PEERS[peer][0], "-d", "-t", 1], peer)
+        return client.wait(seconds), client.output()
+
+    def kill_engine(self):
+        """Ends the engine as a crash would."""
+        self.engine.stop(signal.SIGKILL)
+
+    def stop_engine(self):
+        """Asks the engine to end; its status and the seconds it took."""
+        begin = time.monotonic()
+        status = self.engine.stop(signal.SIGTERM)
+        return status, time.monotonic() - begin

@@ -1,0 +1,192 @@
+#include "node/description/check.h"
+
+#include "node/description/words.h"
+
+#include <algorithm>
+#include <string>
+#include <unordered_map>
+
+namespace ia::node {
+
+namespace {
+
+// Finds values used twice, in one pass.
+template <class Value>
+class Once {
+public:
+    Once(const char *what, Problems &problems) : what_(what), problems_(problems) {}
+
+    // `line` 0: the value is absent or was refused, and claims nothing.
+    void claim(const Value &value, unsigned line, const std::string &shown) {
+        if (line == 0) return;
+        const auto [first, is_new] = lines_.try_emplace(value, line);
+        if (!is_new)
+            problems_.add(line, std::string(what_) + ' ' + shown + " is already used on line " +
+                                    std::to_string(first->second) + ", expected each once");
+    }
+
+private:
+    const char *what_;
+    Problems &problems_;
+    std::unordered_map<Value, unsigned> lines_;
+};
+
+// The parent that a type of interface has, and nothing for the types that
+// stand alone.
+std::optional<InterfaceType> parent_type(InterfaceType type) {
+    switch (type) {
+        case InterfaceType::atm: return InterfaceType::dsl;
+        case InterfaceType::onu: return InterfaceType::olt;
+        case InterfaceType::gem: return InterfaceType::onu;
+        default: return std::nullopt;
+    }
+}
+
+// Keys that only some types of interface have.
+struct OwnedKey {
+    std::string_view key;
+    std::initializer_list<InterfaceType> owners;
+};
+
+const OwnedKey owned_keys[] = {
+    {"vpi", {InterfaceType::atm}}, {"vci", {InterfaceType::atm}},
+    {"pvc", {InterfaceType::atm}}, {"onu", {InterfaceType::onu, InterfaceType::gem}},
+    {"gem", {InterfaceType::gem}},
+};
+
+class Check {
+public:
+    Check(Sections &sections, Problems &problems)
+        : sections_(sections), description_(sections.description), problems_(problems) {}
+
+    void run() {
+        bridges();
+        index_interfaces();
+        for (std::size_t i = 0; i < description_.interfaces.size(); ++i) {
+            Interface &interface = description_.interfaces[i];
+            const KeyLines &lines = sections_.interface_lines[i];
+            if (const Bridge *bridge = place(interface, lines)) id_fits(interface, lines, *bridge);
+            if (!lines.of("type")) continue;
+            parent_fits(interface, lines);
+            keys_fit_type(interface, lines);
+        }
+        vlans();
+    }
+
+private:
+    void bridges() {
+        if (description_.bridges.empty()) problems_.add(1, "no [[bridge]], expected at least one");
+        Once<std::string> names("bridge", problems_);
+        for (std::size_t i = 0; i < description_.bridges.size(); ++i) {
+            const Bridge &bridge = description_.bridges[i];
+            const unsigned line = sections_.bridge_lines[i].of("name");
+            names.claim(bridge.name, line, quoted(bridge.name));
+            if (line)
+                bridges_.emplace(bridge.name, &bridge);
+            else
+                every_bridge_known_ = false;
+        }
+    }
+
+    void index_interfaces() {
+        Once<std::uint32_t> ids("interface id", problems_);
+        Once<std::string> names("interface name", problems_);
+        Once<std::string> devices("device", problems_);
+        for (std::size_t i = 0; i < description_.interfaces.size(); ++i) {
+            const Interface &interface = description_.interfaces[i];
+            const KeyLines &lines = sections_.interface_lines[i];
+            ids.claim(interface.id, lines.of("id"), std::to_string(interface.id));
+            names.claim(interface.name, lines.of("name"), quoted(interface.name));
+            devices.claim(interface.device, lines.of("device"), quoted(interface.device));
+            if (lines.of("id"))
+                by_id_.emplace(interface.id, i);
+            else
+                every_id_known_ = false;
+        }
+    }
+
+    // Puts an interface or a VLAN on its bridge. Null when that is not known.
+    template <class Record>
+    const Bridge *place(Record &record, const KeyLines &lines) {
+        if (record.bridge.empty() && !description_.bridges.empty())
+            record.bridge = description_.bridges.front().name;
+        const auto found = bridges_.find(record.bridge);
+        if (found != bridges_.end()) return found->second;
+        if (const unsigned line = lines.of("bridge"); line && every_bridge_known_)
+            problems_.add(line, "there is no bridge " + quoted(record.bridge) +
+                                    ", expected the name of a [[bridge]]");
+        return nullptr;
+    }
+
+    void id_fits(const Interface &interface, const KeyLines &lines, const Bridge &bridge) {
+        if (lines.of("id") && interface.id >= bridge.ports)
+            problems_.add(lines.of("id"), "interface id " + std::to_string(interface.id) +
+                                              " is past the ports of bridge " +
+                                              quoted(bridge.name) + ", expected 1 to " +
+                                              std::to_string(bridge.ports - 1));
+    }
+
+    void parent_fits(const Interface &interface, const KeyLines &lines) {
+        const unsigned line = lines.of("parent");
+        if (!line) return;
+        const auto expected = parent_type(interface.type);
+        const std::string what = "parent " + std::to_string(interface.parent) + " of " +
+                                 quoted(type_word(interface.type));
+        if (!expected) return problems_.add(line, what + ", expected no parent for this type");
+        const auto found = by_id_.find(interface.parent);
+        if (found == by_id_.end()) {
+            if (every_id_known_)
+                problems_.add(line, what + " does not exist, expected the id of " +
+                                        quoted(type_word(*expected)));
+            return;
+        }
+        const Interface &parent = description_.interfaces[found->second];
+        if (sections_.interface_lines[found->second].of("type") && parent.type != *expected)
+            problems_.add(line, what + " is " + quoted(type_word(parent.type)) + ", expected " +
+                                    quoted(type_word(*expected)));
+    }
+
+    void keys_fit_type(const Interface &interface, const KeyLines &lines) {
+        for (const auto &[key, owners] : owned_keys) {
+            const unsigned line = lines.of(key);
+            if (!line || std::find(owners.begin(), owners.end(), interface.type) != owners.end())
+                continue;
+            std::vector<std::string_view> words;
+            for (const InterfaceType owner : owners) words.push_back(type_word(owner));
+            problems_.add(line, std::string(key) + " on " + quoted(type_word(interface.type)) +
+                                    ", expected only on " + any_of(words));
+        }
+        const unsigned vpi = lines.of("vpi");
+        const unsigned vci = lines.of("vci");
+        if ((vpi == 0) != (vci == 0))
+            problems_.add(vpi + vci, std::string(vpi ? "vpi" : "vci") + " without " +
+                                         (vpi ? "vci" : "vpi") + ", expected both or neither");
+    }
+
+    void vlans() {
+        Once<std::string> ids("VLAN", problems_);
+        for (std::size_t i = 0; i < description_.vlans.size(); ++i) {
+            Vlan &vlan = description_.vlans[i];
+            const KeyLines &lines = sections_.vlan_lines[i];
+            if (!place(vlan, lines)) continue;
+            const std::string shown = std::to_string(vlan.id) + " of bridge " + quoted(vlan.bridge);
+            ids.claim(shown, lines.of("id"), shown);
+        }
+    }
+
+    Sections &sections_;
+    Description &description_;
+    Problems &problems_;
+    std::unordered_map<std::string, const Bridge *> bridges_;
+    std::unordered_map<std::uint32_t, std::size_t> by_id_;  // index of the interface
+    bool every_bridge_known_ = true;
+    bool every_id_known_ = true;
+};
+
+}  // namespace
+
+void check_description(Sections &sections, Problems &problems) {
+    Check(sections, problems).run();
+}
+
+}  // namespace ia::node

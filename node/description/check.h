@@ -1,0 +1,12 @@
+// What must hold between the sections of a description.
+#pragma once
+
+#include "node/description/problems.h"
+#include "node/description/sections.h"
+
+namespace ia::node {
+
+// Also puts interfaces and VLANs that name no bridge on the first one.
+void check_description(Sections &sections, Problems &problems);
+
+}  // namespace ia::node

@@ -1,0 +1,33 @@
+// What the node tells the agent's entity without an event of the platform:
+// calls that other management code makes. The management program passes each
+// on to the entity's operation of the same name; none of them may throw.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace ia::node {
+
+class EntityCalls {
+public:
+    virtual ~EntityCalls() = default;
+
+    // What the node is.
+    virtual void setSystemContact(const std::string &contact) = 0;
+    virtual void setSystemLocation(const std::string &location) = 0;
+    virtual void setSystemName(const std::string &name) = 0;
+    virtual void setIntfDescr(unsigned int ifIndex, const std::string &description) = 0;
+    virtual void setVlanName(unsigned short vlanId, const std::string &name) = 0;
+    virtual void notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigned int vci) = 0;
+    virtual void profileModeChange(bool profile_mode) = 0;
+
+    // How the node's description wants the agent set.
+    virtual void setState(bool enabled) = 0;
+    virtual void maxPduSet(const std::string &bridge, unsigned int pdu) = 0;
+    virtual void setVlanState(unsigned short vlanId, bool enabled) = 0;
+    virtual void setInterfaceState(unsigned int ifIndex, std::uint32_t state) = 0;
+    virtual void setInterfaceMode(unsigned int ifIndex, std::uint32_t trust) = 0;
+    virtual void setInterfaceRemoteId(unsigned int ifIndex, const std::string &remote_id) = 0;
+};
+
+}  // namespace ia::node

@@ -1,0 +1,56 @@
+// Diagnostic commands from outside the process, over a local socket.
+//
+// A message is one record of a SOCK_SEQPACKET connection, its reply another:
+//
+//   command NUL argument NUL target NUL        at most 1024 bytes
+//   "ok\n" and the answer, or "error: why\n"   at most 64 KiB
+#pragma once
+
+#include "node/framework/descriptor.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace ia::node {
+
+struct ExternalMessage {
+    std::string command;   // 1 to 63 characters
+    std::string argument;  // may be empty
+    std::string target;    // path of the sender's terminal; may be empty
+};
+
+// Nothing when the record is not a message.
+std::optional<ExternalMessage> parse_external_message(std::string_view record);
+
+// Receives messages from root, one after another, on a thread of its own.
+class ExternalMessages {
+public:
+    // `deliver` runs on the receiving thread; its result is the answer.
+    using Deliver = std::function<std::string(const ExternalMessage &)>;
+
+    // Makes the socket at `path`, in place of one that nobody serves any more.
+    // Throws std::system_error, naming the path.
+    ExternalMessages(const std::string &path, Deliver deliver);
+    ~ExternalMessages();  // waits for the message that is being delivered
+    ExternalMessages(const ExternalMessages &) = delete;
+    ExternalMessages &operator=(const ExternalMessages &) = delete;
+
+private:
+    void receive();
+    std::string serve(int connection) const;
+
+    const std::string socket_path;
+    const Deliver deliver_message;
+    Descriptor listener;
+    Descriptor stop;  // an event: readable once the thread shall end
+    std::thread receiver;
+};
+
+// Sends one message and returns the reply. Throws std::system_error when the
+// socket cannot be reached, std::invalid_argument when it is no message.
+std::string send_external_message(const std::string &path, const ExternalMessage &message);
+
+}  // namespace ia::node

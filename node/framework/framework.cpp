@@ -1,0 +1,139 @@
+#include "node/framework/framework.h"
+
+#include "node/framework/changes.h"
+#include "platform/bll/BLLManager.h"
+#include "platform/bll/CliConfig.h"
+#include "platform/bll/Interfaces.h"
+
+#include <syslog.h>
+#include <algorithm>
+#include <sstream>
+#include <system_error>
+
+namespace ia::node {
+namespace {
+
+BLLManager &manager() {
+    return singleton<BLLManager>::instance();
+}
+
+// The loop's thread serves what others register; it has no service of its own.
+void *no_service(void *) {
+    return nullptr;
+}
+
+std::string deliver(const ExternalMessage &message) {
+    std::ostringstream answer;
+    if (manager().externalMessage.ask(message.command, message.argument, &answer, message.target))
+        manager().externalMessage.tell(message.command, message.argument, &answer, message.target);
+    return answer.str();
+}
+
+bool is_among(const std::vector<BLEntity *> &entities, const std::string &name) {
+    return std::any_of(entities.begin(), entities.end(),
+                       [&](const BLEntity *entity) { return entity->entityName() == name; });
+}
+
+// The platform's own singletons are there before any entity.
+bool may_start(BLEntity &entity, const std::vector<BLEntity *> &running) {
+    std::list<std::string> needed;
+    entity.getDependencies(needed);
+    return std::all_of(needed.begin(), needed.end(), [&](const std::string &name) {
+        return name == singleton<Interfaces>::instance().entityName() || is_among(running, name);
+    });
+}
+
+}  // namespace
+
+Framework::Framework(EntityCalls &calls, std::string message_socket)
+    : entity_calls(calls),
+      message_path(std::move(message_socket)),
+      receive_loop(no_service, "BLLManager_mng") {}
+
+Framework::~Framework() {
+    stop();
+}
+
+bool Framework::start(const Description &description) {
+    const std::lock_guard guard(operation);
+    begin_registry(description);
+    try {
+        if (start_entities()) {
+            announce(description);
+            if (!message_path.empty()) messages.emplace(message_path, deliver);
+            if (receive_loop.start()) return true;
+            syslog(LOG_ERR, "cannot start the RPC receive loop");
+        }
+    } catch (const std::system_error &error) {
+        syslog(LOG_ERR, "cannot receive messages: %s", error.what());
+    }
+    stop_running();
+    return false;
+}
+
+bool Framework::start_entities() {
+    std::vector<BLEntity *> waiting = manager().entities();
+    while (!waiting.empty()) {
+        const auto next = std::find_if(waiting.begin(), waiting.end(), [&](BLEntity *entity) {
+            return may_start(*entity, running);
+        });
+        if (next == waiting.end()) {
+            syslog(LOG_ERR, "entity %s depends on one that is not there",
+                   waiting.front()->entityName().c_str());
+            return false;
+        }
+        if (!(*next)->start()) {
+            syslog(LOG_ERR, "entity %s does not start", (*next)->entityName().c_str());
+            return false;
+        }
+        running.push_back(*next);
+        waiting.erase(next);
+    }
+    return true;
+}
+
+bool Framework::announce(const Description &description) {
+    manager().configurationApplyStart.tell();
+    const unsigned missed = announce_changes(description, entity_calls);
+    manager().configurationApplyStop.tell(static_cast<int>(missed));
+    return missed == 0;
+}
+
+bool Framework::apply(const Description &description) {
+    const std::lock_guard guard(operation);
+    return announce(description);
+}
+
+bool Framework::clear_configuration() {
+    const std::lock_guard guard(operation);
+    CliConfig &config = singleton<CliConfig>::instance();
+    config.clearConfigStart.tell();
+    bool cleared = true;
+    for (BLEntity *entity : running) cleared = entity->applyDefaultSettings() && cleared;
+    announce_settings_again(entity_calls);
+    config.clearConfigStop.tell();
+    return cleared;
+}
+
+void Framework::save_configuration() {
+    const std::lock_guard guard(operation);
+    CliConfig &config = singleton<CliConfig>::instance();
+    config.saveConfigStart.tell();
+    for (const BLEntity *entity : running) entity->saveConfiguration({});
+    config.saveConfigStop.tell();
+}
+
+bool Framework::stop() {
+    const std::lock_guard guard(operation);
+    return stop_running();
+}
+
+bool Framework::stop_running() {
+    messages.reset();
+    receive_loop.stop(false);
+    bool stopped = true;
+    for (; !running.empty(); running.pop_back()) stopped = running.back()->stop() && stopped;
+    return stopped;
+}
+
+}  // namespace ia::node

@@ -1,0 +1,63 @@
+// The management process on a plain machine: hosts the entities that libraries
+// have registered, tells them what the node is, serves their RPC programs and
+// receives the operator's diagnostic commands.
+#pragma once
+
+#include "node/description/description.h"
+#include "node/framework/entity_calls.h"
+#include "node/framework/external_messages.h"
+#include "platform/bll/BLEntity.h"
+#include "rte/BLL/core/rpcProxy.h"
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ia::node {
+
+// One in a process: the platform's singletons answer from its node. Any thread
+// may use it; its operations run one at a time.
+class Framework {
+public:
+    // `calls` outlives the framework. External messages arrive at
+    // `message_socket`; an empty path receives none.
+    Framework(EntityCalls &calls, std::string message_socket);
+    ~Framework();  // stops
+    Framework(const Framework &) = delete;
+    Framework &operator=(const Framework &) = delete;
+
+    // Starts the entities, each after those it depends on, announces the node
+    // to them, then serves requests. False, with everything stopped again and
+    // the reason in the log, when something does not start.
+    bool start(const Description &description);
+
+    // Announces how the node differs from what it was. False when a change was
+    // refused; the next call tries it again.
+    bool apply(const Description &description);
+
+    // Takes the entities back to their defaults and tells them the
+    // description's settings once more. False when an entity refuses.
+    bool clear_configuration();
+
+    // The description is what is stored, so saving only tells who follows it.
+    void save_configuration();
+
+    // Stops serving, then the entities, latest first. False when an entity
+    // reports a failure.
+    bool stop();
+
+private:
+    bool start_entities();
+    bool stop_running();
+    bool announce(const Description &description);
+
+    EntityCalls &entity_calls;
+    const std::string message_path;
+    std::mutex operation;
+    std::vector<BLEntity *> running;  // in the order of their start
+    RPCProxy receive_loop;
+    std::optional<ExternalMessages> messages;
+};
+
+}  // namespace ia::node

@@ -1,0 +1,56 @@
+// The node as it stands: what the platform's lookups answer from. Changed by
+// the framework one announced change at a time; read from any thread.
+#pragma once
+
+#include "node/description/description.h"
+
+#include <map>
+#include <mutex>
+#include <shared_mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ia::node {
+
+using VlanKey = std::pair<std::string, std::uint16_t>;  // bridge, VLAN id
+
+// A description, ordered for lookups.
+struct NodeState {
+    Description facts;  // its lists are empty
+    bool gpon = false;  // it has an OLT port; fixed while the framework runs
+    std::vector<Bridge> bridges;
+    std::map<std::uint32_t, Interface> interfaces;
+    std::map<VlanKey, Vlan> vlans;
+
+    NodeState() = default;
+    explicit NodeState(const Description &description);
+
+    const Bridge *bridge(const std::string &name) const;
+    const Interface *interface(std::uint32_t id) const;
+};
+
+class Registry {
+public:
+    // Runs `use` on the state, which does not change meanwhile. `use` calls
+    // nothing that asks or changes the registry.
+    template <class Use>
+    auto read(Use use) const {
+        const std::shared_lock guard(mutex);
+        return use(static_cast<const NodeState &>(state));
+    }
+    template <class Use>
+    auto change(Use use) {
+        const std::lock_guard guard(mutex);
+        return use(state);
+    }
+
+private:
+    mutable std::shared_mutex mutex;
+    NodeState state;
+};
+
+// The registry behind the platform's singletons.
+Registry &registry();
+
+}  // namespace ia::node

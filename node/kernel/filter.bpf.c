@@ -1,0 +1,377 @@
+// The "pppoe" filter: three programs on the clsact hooks of a bridge's ports
+// and of its pseudo device.
+//
+//                 enter                              guard
+//   port A  ---->  |  ==== record + frame ====>        |  ----> port B
+//                  |        pseudo device              |
+//                  |         <engine>                  |
+//                  |  <=== record + frame ====  leave  |
+//
+// enter  takes every Discovery frame off a port before the bridge sees it, puts
+//        the record in front and hands it to the pseudo device's receive side;
+// leave  takes the record off what the engine sends and passes the frame on to
+//        the output device that the record names;
+// guard  lets no Discovery frame out of a port that did not come from leave, so
+//        a port whose enter program is not there yet cannot feed the others.
+//
+// Whatever is missing or fails, the frame is dropped, never passed.
+#include "node/kernel/filter_maps.h"
+
+#include <linux/bpf.h>
+#include <linux/if_ether.h>
+#include <linux/pkt_cls.h>
+
+#include <bpf/bpf_endian.h>
+#include <bpf/bpf_helpers.h>
+
+#define ETH_P_DISCOVERY 0x8863
+#define TAGS_READ 8             // tags looked behind
+#define TAGS_TAKEN 3            // tags that the engine reads
+#define FROM_ENGINE 0x70706F65  // packet mark between leave and guard
+#define SECOND 1000000000ULL
+#define STATION_LIFE (300 * SECOND)
+
+// New addresses of one subscriber port: so many at once, one a second after
+// that. A storm of made-up addresses cannot push other lines out.
+#define STATION_PACE SECOND
+#define STATION_BURST (256 * STATION_PACE)
+
+// The tag types of this node, a bit each. The owner adds those of its bridges.
+__u8 tag_types[65536 / 8];
+
+struct {
+    __uint(type, BPF_MAP_TYPE_ARRAY);
+    __uint(max_entries, FILTER_BRIDGES);
+    __type(key, __u32);
+    __type(value, struct filter_bridge);
+} bridges SEC(".maps");
+
+struct {
+    __uint(type, BPF_MAP_TYPE_HASH);
+    __uint(max_entries, FILTER_BRIDGES *FILTER_SLOTS);
+    __uint(map_flags, BPF_F_NO_PREALLOC);
+    __type(key, __u32);
+    __type(value, struct filter_port);
+} ports SEC(".maps");
+
+// The pseudo devices: interface index to bridge number.
+struct {
+    __uint(type, BPF_MAP_TYPE_HASH);
+    __uint(max_entries, FILTER_BRIDGES);
+    __type(key, __u32);
+    __type(value, __u32);
+} pseudo_devices SEC(".maps");
+
+struct {
+    __uint(type, BPF_MAP_TYPE_HASH);
+    __uint(max_entries, FILTER_BRIDGES *(FILTER_SLOTS + 1));
+    __uint(map_flags, BPF_F_NO_PREALLOC);
+    __type(key, char[FILTER_NAME_SIZE]);
+    __type(value, struct filter_output);
+} outputs SEC(".maps");
+
+// Where a frame for several ports goes: by bridge, role and slot an interface
+// index, 0 in a free slot.
+struct {
+    __uint(type, BPF_MAP_TYPE_ARRAY);
+    __uint(max_entries, FILTER_BRIDGES *FILTER_ROLES *FILTER_SLOTS);
+    __type(key, __u32);
+    __type(value, __u32);
+} slots SEC(".maps");
+
+// By the same key: when the port's next new address would be on time.
+struct {
+    __uint(type, BPF_MAP_TYPE_ARRAY);
+    __uint(max_entries, FILTER_BRIDGES *FILTER_ROLES *FILTER_SLOTS);
+    __type(key, __u32);
+    __type(value, __u64);
+} station_clocks SEC(".maps");
+
+struct {
+    __uint(type, BPF_MAP_TYPE_LRU_HASH);
+    __uint(max_entries, FILTER_ADDRESSES);
+    __type(key, struct filter_station);
+    __type(value, struct filter_place);
+} stations SEC(".maps");
+
+struct {
+    __uint(type, BPF_MAP_TYPE_PERCPU_ARRAY);
+    __uint(max_entries, OUTCOME_COUNT);
+    __type(key, __u32);
+    __type(value, __u64);
+} outcomes SEC(".maps");
+
+struct frame_copy {
+    __u8 bytes[FILTER_FRAME_MAX];
+};
+
+struct {
+    __uint(type, BPF_MAP_TYPE_PERCPU_ARRAY);
+    __uint(max_entries, 1);
+    __type(key, __u32);
+    __type(value, struct frame_copy);
+} copies SEC(".maps");
+
+// As they lie in the frame.
+struct tag {
+    __be16 type;
+    __be16 control;
+};
+
+struct heading {
+    struct tag tags[TAGS_TAKEN];
+    __u32 count;
+};
+
+static __always_inline void tell(enum filter_outcome outcome) {
+    __u32 key = outcome;
+    __u64 *count = bpf_map_lookup_elem(&outcomes, &key);
+    if (count) *count += 1;
+}
+
+static __always_inline int drop(enum filter_outcome outcome) {
+    tell(outcome);
+    return TC_ACT_SHOT;
+}
+
+static __always_inline int is_tag(__be16 wire_type) {
+    __u16 type = bpf_ntohs(wire_type);
+    return tag_types[type >> 3] & (1 << (type & 7));
+}
+
+enum finding { PLAIN, DISCOVERY, TOO_DEEP };
+
+// Reads the tags, the one that the kernel keeps beside the frame first.
+static __always_inline enum finding read_heading(struct __sk_buff *skb, struct heading *heading) {
+    struct tag next = {};
+    __u32 beside = skb->vlan_present, inner = 0, at = 2 * ETH_ALEN;
+
+    if (bpf_skb_load_bytes(skb, at, &next.type, sizeof next.type)) return PLAIN;
+    if (!beside && !is_tag(next.type))
+        return next.type == bpf_htons(ETH_P_DISCOVERY) ? DISCOVERY : PLAIN;
+
+    if (beside) {
+        heading->tags[0].type = skb->vlan_proto;
+        heading->tags[0].control = bpf_htons(skb->vlan_tci);
+    }
+#pragma unroll
+    for (int i = 0; i < TAGS_READ; i++) {
+        if (!is_tag(next.type)) break;
+        if (bpf_skb_load_bytes(skb, at, &next, sizeof next)) return PLAIN;
+        if (beside && i + 1 < TAGS_TAKEN) heading->tags[i + 1] = next;
+        if (!beside && i < TAGS_TAKEN) heading->tags[i] = next;
+        inner++;
+        at += sizeof next;
+        if (bpf_skb_load_bytes(skb, at, &next.type, sizeof next.type)) return PLAIN;
+    }
+    heading->count = inner + (beside ? 1 : 0);
+    if (is_tag(next.type)) return TOO_DEEP;
+    if (next.type != bpf_htons(ETH_P_DISCOVERY)) return PLAIN;
+    return heading->count > TAGS_TAKEN ? TOO_DEEP : DISCOVERY;
+}
+
+static __always_inline __u16 vlan_id(const struct tag *tag) {
+    return bpf_ntohs(tag->control) & 0x0FFF;
+}
+
+static __always_inline __u32 slot_key(__u32 bridge, __u32 role, __u32 slot) {
+    return (bridge * FILTER_ROLES + role) * FILTER_SLOTS + slot;
+}
+
+// Whether a port may bring in one more address.
+static __always_inline int newcomer_allowed(const struct filter_port *port, __u64 now) {
+    __u32 key = slot_key(port->bridge, port->role, port->slot);
+    __u64 *due = bpf_map_lookup_elem(&station_clocks, &key);
+    if (!due) return 0;
+    __u64 from = *due > now ? *due : now;
+    if (from - now >= STATION_BURST) return 0;
+    *due = from + STATION_PACE;
+    return 1;
+}
+
+// The port on which a station lives, or null when it is not known on `bridge`.
+static __always_inline struct filter_port *find_port(const struct filter_place *place, __u64 now,
+                                                     __u32 bridge) {
+    if (now > place->seen && now - place->seen > STATION_LIFE) return 0;
+    struct filter_port *port = bpf_map_lookup_elem(&ports, &place->device);
+    return port && port->bridge == bridge ? port : 0;
+}
+
+static __always_inline void learn(const struct filter_station *station, __u32 device,
+                                  const struct filter_port *port, __u64 now) {
+    if (station->address[0] & 1) return;
+    struct filter_place *place = bpf_map_lookup_elem(&stations, station);
+    struct filter_port *owner = place ? find_port(place, now, port->bridge) : 0;
+    if (owner && place->device == device) {
+        if (now - place->seen > SECOND) place->seen = now;
+        return;
+    }
+    if (port->role == FILTER_SUBSCRIBER) {
+        if (owner && owner->role == FILTER_NETWORK) return;
+        if (!newcomer_allowed(port, now)) return;
+    }
+    struct filter_place fresh = {.seen = now, .device = device};
+    bpf_map_update_elem(&stations, station, &fresh, BPF_ANY);
+}
+
+// Writes the name of the device that a frame for `station` leaves by; the
+// bridge's own name when several are meant. Zero when there is none: the
+// station lives where the frame came from. Nothing ever goes from subscriber
+// to subscriber.
+static __always_inline int choose_output(const struct filter_station *station, __u32 device,
+                                         const struct filter_port *port,
+                                         const struct filter_bridge *bridge, __u64 now,
+                                         char *name) {
+    __u32 other = port->role == FILTER_NETWORK ? FILTER_SUBSCRIBER : FILTER_NETWORK;
+    struct filter_place *place =
+        station->address[0] & 1 ? 0 : bpf_map_lookup_elem(&stations, station);
+    struct filter_port *output = place ? find_port(place, now, port->bridge) : 0;
+    if (output && place->device == device && port->role == FILTER_NETWORK) return 0;
+    if (output && port->role == FILTER_SUBSCRIBER && output->role == FILTER_SUBSCRIBER) output = 0;
+    if (!output && bridge->sole[other]) {
+        __u32 sole = bridge->sole[other];
+        output = bpf_map_lookup_elem(&ports, &sole);
+    }
+    __builtin_memcpy(name, output ? output->name : bridge->name, FILTER_NAME_SIZE);
+    return 1;
+}
+
+// Makes room in front of the frame, with every tag inline again in its order,
+// and writes the record there. The tag beside the frame has to go first, and
+// taking it off moves the next one into its place.
+static __always_inline long put_record(struct __sk_buff *skb, const struct heading *heading,
+                                       const __u8 *record, const __u8 *addresses) {
+    __u32 popped = 0;
+#pragma unroll
+    for (int i = 0; i < TAGS_TAKEN; i++) {
+        if (!skb->vlan_present) break;
+        if (bpf_skb_vlan_pop(skb)) return -1;
+        popped++;
+    }
+    if (skb->vlan_present) return -1;
+    if (bpf_skb_change_head(skb, RECORD_SIZE + popped * sizeof(struct tag), 0)) return -1;
+    if (bpf_skb_store_bytes(skb, 0, record, RECORD_SIZE, 0)) return -1;
+    if (!popped) return 0;
+    if (bpf_skb_store_bytes(skb, RECORD_SIZE, addresses, 2 * ETH_ALEN, 0)) return -1;
+#pragma unroll
+    for (int i = 0; i < TAGS_TAKEN; i++)
+        if (i < popped && bpf_skb_store_bytes(skb, RECORD_SIZE + 2 * ETH_ALEN + 4 * i,
+                                              &heading->tags[i], sizeof(struct tag), 0))
+            return -1;
+    return 0;
+}
+
+SEC("tc")
+int pppoeia_enter(struct __sk_buff *skb) {
+    struct heading heading = {};
+    enum finding finding = read_heading(skb, &heading);
+    if (finding == PLAIN) return TC_ACT_UNSPEC;
+    if (finding == TOO_DEEP) return drop(OUTCOME_REFUSED);
+
+    __u32 device = skb->ifindex;
+    struct filter_port *port = bpf_map_lookup_elem(&ports, &device);
+    if (!port) return drop(OUTCOME_HELD);
+    struct filter_bridge *bridge = bpf_map_lookup_elem(&bridges, &port->bridge);
+    if (!bridge) return drop(OUTCOME_HELD);
+    __u32 pseudo = bridge->pseudo;
+    if (!pseudo) return drop(OUTCOME_HELD);
+
+    __u32 length = skb->len + (skb->vlan_present ? sizeof(struct tag) : 0);
+    if (length > bridge->frame_max) return drop(OUTCOME_REFUSED);
+
+    __u8 addresses[2 * ETH_ALEN];
+    if (bpf_skb_load_bytes(skb, 0, addresses, sizeof addresses)) return drop(OUTCOME_REFUSED);
+    struct filter_station station = {
+        .vlan = heading.count ? vlan_id(&heading.tags[0]) : 0,
+        .cvlan = heading.count > 1 ? vlan_id(&heading.tags[1]) : RECORD_NO_CVLAN,
+        .bridge = port->bridge,
+    };
+    __u64 now = bpf_ktime_get_ns();
+    __builtin_memcpy(station.address, addresses + ETH_ALEN, ETH_ALEN);
+    learn(&station, device, port, now);
+    __builtin_memcpy(station.address, addresses, ETH_ALEN);
+
+    __u8 record[RECORD_SIZE] = {};
+    if (!choose_output(&station, device, port, bridge, now, (char *)record + RECORD_OUTPUT_DEVICE))
+        return drop(OUTCOME_REFUSED);
+    record[RECORD_VLAN] = station.vlan >> 8;
+    record[RECORD_VLAN + 1] = (__u8)station.vlan;
+    record[RECORD_CVLAN] = station.cvlan >> 8;
+    record[RECORD_CVLAN + 1] = (__u8)station.cvlan;
+    record[RECORD_MARK] = RECORD_MARK_ETHERTYPE >> 8;
+    record[RECORD_MARK + 1] = RECORD_MARK_ETHERTYPE & 0xFF;
+    record[RECORD_ROLE] = (__u8)port->role;
+    __u32 total = RECORD_SIZE + length;
+    __u16 input = (__u16)port->input;
+    __builtin_memcpy(record + RECORD_TOTAL_LENGTH, &total, sizeof total);
+    __builtin_memcpy(record + RECORD_INPUT_PORT, &input, sizeof input);
+    __builtin_memcpy(record + RECORD_INPUT_DEVICE, port->name, FILTER_NAME_SIZE);
+
+    if (put_record(skb, &heading, record, addresses)) return drop(OUTCOME_REFUSED);
+    tell(OUTCOME_HANDED);
+    return bpf_redirect(pseudo, BPF_F_INGRESS);
+}
+
+SEC("tc")
+int pppoeia_guard(struct __sk_buff *skb) {
+    struct heading heading = {};
+    if (read_heading(skb, &heading) == PLAIN) return TC_ACT_UNSPEC;
+    if (skb->mark != FROM_ENGINE) return drop(OUTCOME_UNMARKED);
+    skb->mark = 0;
+    return TC_ACT_UNSPEC;
+}
+
+// Moves the frame down over the record.
+static __always_inline long strip_record(struct __sk_buff *skb) {
+    __u32 zero = 0;
+    struct frame_copy *copy = bpf_map_lookup_elem(&copies, &zero);
+    __u32 length = skb->len - RECORD_SIZE;
+    if (!copy || length < ETH_HLEN || length > FILTER_FRAME_MAX) return -1;
+    if (bpf_skb_load_bytes(skb, RECORD_SIZE, copy->bytes, length)) return -1;
+    if (bpf_skb_store_bytes(skb, 0, copy->bytes, length, 0)) return -1;
+    return bpf_skb_change_tail(skb, length, 0);
+}
+
+struct spreading {
+    struct __sk_buff *skb;
+    __u32 first;  // key of the role's first slot
+};
+
+static long spread_one(__u32 index, struct spreading *spreading) {
+    __u32 key = spreading->first + index;
+    __u32 *device = bpf_map_lookup_elem(&slots, &key);
+    if (device && *device) bpf_clone_redirect(spreading->skb, *device, 0);
+    return 0;
+}
+
+SEC("tc")
+int pppoeia_leave(struct __sk_buff *skb) {
+    __u8 record[RECORD_SIZE];
+    __u32 device = skb->ifindex;
+    __u32 *number = bpf_map_lookup_elem(&pseudo_devices, &device);
+    if (!number || bpf_skb_load_bytes(skb, 0, record, sizeof record) ||
+        record[RECORD_MARK] != RECORD_MARK_ETHERTYPE >> 8 ||
+        record[RECORD_MARK + 1] != (RECORD_MARK_ETHERTYPE & 0xFF))
+        return drop(OUTCOME_BAD_RECORD);
+
+    char name[FILTER_NAME_SIZE] = {};
+    for (int i = 0; i < FILTER_NAME_SIZE - 1; i++) {
+        name[i] = (char)record[RECORD_OUTPUT_DEVICE + i];
+        if (!name[i]) break;
+    }
+    struct filter_output *output = bpf_map_lookup_elem(&outputs, name);
+    if (!output || output->bridge != *number || strip_record(skb)) return drop(OUTCOME_BAD_RECORD);
+
+    skb->mark = FROM_ENGINE;
+    if (output->role != FILTER_BRIDGE) {
+        tell(OUTCOME_SENT);
+        return bpf_redirect(output->device, 0);
+    }
+    __u32 role = record[RECORD_ROLE] == FILTER_NETWORK ? FILTER_SUBSCRIBER : FILTER_NETWORK;
+    struct filter_bridge *bridge = bpf_map_lookup_elem(&bridges, number);
+    if (!bridge) return drop(OUTCOME_BAD_RECORD);
+    struct spreading spreading = {.skb = skb, .first = slot_key(*number, role, 0)};
+    bpf_loop(bridge->slots[role], spread_one, &spreading, 0);
+    tell(OUTCOME_SPREAD);
+    return TC_ACT_STOLEN;  // sent, as the engine's socket sees it
+}

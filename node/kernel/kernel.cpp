@@ -1,0 +1,141 @@
+#include "node/kernel/kernel.h"
+
+#include "node/kernel/pseudo_device.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <system_error>
+
+namespace ia::node {
+namespace {
+
+[[noreturn]] void fail(const char *what) {
+    throw std::system_error(errno, std::system_category(), what);
+}
+
+std::string joined(const std::vector<std::string> &lines) {
+    std::string text;
+    for (const std::string &line : lines) text += (text.empty() ? "" : "; ") + line;
+    return text;
+}
+
+}  // namespace
+
+Kernel::Claim::Claim() : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    if (!socket_) fail("socket");
+    static constexpr char name[] = "pppoeia-kernel";
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path + 1, name, sizeof name - 1);
+    const auto *generic = static_cast<const sockaddr *>(static_cast<const void *>(&address));
+    if (bind(socket_.get(), generic, offsetof(sockaddr_un, sun_path) + sizeof name) == 0) return;
+    if (errno == EADDRINUSE)
+        throw std::runtime_error("another forwarding engine runs on this machine");
+    fail("socket");
+}
+
+Kernel::Kernel(const Description &description) {
+    ports_.describe(description);
+    const auto links = list_links();
+    const auto errors = ports_.reconcile(links, false);
+    if (!errors.empty()) {
+        ports_.release();
+        throw std::runtime_error(joined(errors));
+    }
+    take_over(links);
+    watcher_ = std::thread(&Kernel::watch, this);
+    enlist();
+}
+
+Kernel::~Kernel() {
+    delist();
+    events_.stop();
+    watcher_.join();
+    for (const auto &[name, pseudo] : pseudo_devices_) {
+        hold_pseudo(pseudo.device);
+        if (const int error = delete_pseudo_device(name); error != 0 && error != ENODEV) {
+            syslog(LOG_ERR, "%s: pseudo device not deleted: %s", name.c_str(), strerror(error));
+            Filter::detach(pseudo.device, pseudo.with_qdisc);
+        }
+    }
+    ports_.release();
+}
+
+void Kernel::update(const Description &description) {
+    const std::lock_guard guard(lock_);
+    ports_.describe(description);
+    const auto errors = ports_.reconcile(list_links(), false);
+    if (!errors.empty()) throw std::runtime_error(joined(errors));
+}
+
+std::vector<PortStatus> Kernel::ports() const {
+    const std::lock_guard guard(lock_);
+    return ports_.status();
+}
+
+std::array<std::uint64_t, OUTCOME_COUNT> Kernel::outcomes() const {
+    return filter_.outcomes();
+}
+
+// What a killed process left: pseudo devices wait for their bridge, programs on
+// devices that are no ports any more go.
+void Kernel::take_over(const std::vector<Link> &links) {
+    for (const Link &link : links) {
+        if (link.is_tap() && Filter::attached_by_anyone(Hook::pseudo_out, link.index)) {
+            pseudo_devices_[link.name] = {link.index, true};
+        } else if (!ports_.carries(link.index) &&
+                   (Filter::attached_by_anyone(Hook::port_in, link.index) ||
+                    Filter::attached_by_anyone(Hook::port_out, link.index))) {
+            Filter::detach(link.index, true);
+        }
+    }
+}
+
+void Kernel::hold_pseudo(int device) {
+    for (BridgeState &bridge : ports_.bridges())
+        if (bridge.pseudo == device) ports_.direct(bridge, 0);
+}
+
+// Looks at the devices anew. With the lock held.
+void Kernel::follow(bool verify) {
+    const auto links = list_links();
+    for (const std::string &error : ports_.reconcile(links, verify))
+        syslog(LOG_ERR, "%s", error.c_str());
+    check_pseudo_devices(links, verify);
+}
+
+// A pseudo device that somebody deletes takes the engine's socket with it; its
+// bridge holds until the engine adds the bridge anew.
+void Kernel::check_pseudo_devices(const std::vector<Link> &links, bool verify) {
+    for (auto at = pseudo_devices_.begin(); at != pseudo_devices_.end();) {
+        auto &[name, pseudo] = *at;
+        if (!find_link(links, pseudo.device)) {
+            syslog(LOG_ERR, "%s: pseudo device is gone, its bridge holds", name.c_str());
+            hold_pseudo(pseudo.device);
+            at = pseudo_devices_.erase(at);
+            continue;
+        }
+        if (verify && !filter_.attached(Hook::pseudo_out, pseudo.device))
+            pseudo.with_qdisc |= filter_.attach(Hook::pseudo_out, pseudo.device, name);
+        ++at;
+    }
+}
+
+void Kernel::watch() {
+    while (const auto change = events_.wait()) {
+        if (!change->links && !change->filters) continue;
+        const std::lock_guard guard(lock_);
+        try {
+            follow(change->filters);
+        } catch (const std::exception &error) {
+            syslog(LOG_ERR, "bridge ports: %s", error.what());
+        }
+    }
+}
+
+}  // namespace ia::node

@@ -1,0 +1,18 @@
+// The options of pppoeia-fe.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace ia {
+
+struct CommandLine {
+    std::string node;    // file with the node description
+    bool check = false;  // read and check only
+};
+
+// Fills the options. When there is nothing left to do, help was asked for or
+// the command line is wrong, it says so and returns 0 or another number.
+std::optional<int> read_command_line(int argc, char **argv, CommandLine &options);
+
+}  // namespace ia

@@ -1,0 +1,91 @@
+#include "rte/BLL/core/rpcProxy.h"
+
+#include "platform/bll/BLLManager.h"
+
+#include <sys/select.h>
+#include <unistd.h>
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+// The threads that serve the process's RPC requests, by name.
+constexpr const char *receive_loop_threads[] = {"BLLManager_mng", "dhcpra_fun"};
+
+bool runs_receive_loop(const std::string &name) {
+    for (const char *thread : receive_loop_threads)
+        if (name == thread) return true;
+    return false;
+}
+
+}  // namespace
+
+int checkInterrupt() {
+    try {
+        boost::this_thread::interruption_point();
+    } catch (const boost::thread_interrupted &) {
+        return 1;
+    }
+    return 0;
+}
+
+RPCProxy::RPCProxy(void *(*service_start)(void *), const std::string &thread_name)
+    : serviceStart(service_start), name(thread_name) {}
+
+RPCProxy::~RPCProxy() {
+    stop(false);
+}
+
+bool RPCProxy::start() {
+    if (thread.joinable()) return false;
+    try {
+        boost::thread started(&RPCProxy::threadFunction, this);
+        thread = boost::move(started);
+    } catch (const boost::thread_resource_error &) {
+        return false;
+    }
+    return true;
+}
+
+bool RPCProxy::stop(bool no_wait) {
+    if (thread.joinable()) thread.interrupt();
+    if (no_wait) return isStopped();
+    if (thread.joinable()) thread.join();
+    return true;
+}
+
+bool RPCProxy::isStopped() {
+    if (!thread.joinable()) return true;
+    return thread.timed_join(boost::posix_time::microsec_clock::universal_time() +
+                             boost::posix_time::milliseconds(100));
+}
+
+void RPCProxy::threadFunction() {
+    singleton<BLLManager>::instance().registerThread(name);
+    serviceStart(&interruptCheck);
+    if (runs_receive_loop(name)) receiveLoop();
+}
+
+void RPCProxy::receiveLoop() const {
+    const int process = getpid();
+    std::fprintf(stderr, "[%d] %s: Starting main RPC loop - custom made.\n", process, name.c_str());
+    for (;;) {
+        fd_set ready = svc_fdset;
+        timeval timeout{1, 0};
+        const int count = select(FD_SETSIZE, &ready, nullptr, nullptr, &timeout);
+        if (count < 0) {
+            const int error = errno;
+            if (error == EINTR) continue;
+            std::fprintf(stderr, "[%d] %s: RPC main loop stopping (%d - %s).\n", process,
+                         name.c_str(), error, std::strerror(error));
+            return;
+        }
+        if (count > 0) svc_getreqset(&ready);
+        if (checkInterrupt()) {
+            std::fprintf(stderr, "[%d] %s: RPC main loop stopping.\n", process, name.c_str());
+            return;
+        }
+    }
+}

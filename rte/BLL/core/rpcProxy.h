@@ -1,0 +1,53 @@
+// The host of an ONC RPC service: a named thread that registers the service,
+// and, in the one thread of the process chosen by name, serves every service.
+#pragma once
+
+#include <rpc/rpc.h>
+#include <boost/thread/thread.hpp>
+#include <string>
+
+#pragma GCC visibility push(default)
+
+// 1 when the calling thread has been asked to stop, which consumes the
+// request; 0 otherwise. For service code on a proxy's thread.
+int checkInterrupt();
+
+// Makes `dispatch` reachable for the program number and version over UDP and
+// TCP, on ports of 127.0.0.1 that the system picks and the port mapper knows.
+// A failing transport is reported on standard error; the other is tried still.
+void rpcProxyRegisterSvc(unsigned long program, unsigned long version,
+                         void (*dispatch)(svc_req *request, SVCXPRT *transport));
+
+// The owner calls start, stop and isStopped from one thread at a time.
+class RPCProxy {
+public:
+    // `service_start` runs on the proxy's thread; its argument is the address
+    // of a pointer to checkInterrupt, its result is ignored.
+    RPCProxy(void *(*service_start)(void *), const std::string &thread_name);
+    ~RPCProxy();
+    RPCProxy(const RPCProxy &) = delete;
+    RPCProxy &operator=(const RPCProxy &) = delete;
+
+    // False while an earlier thread, even one that has ended, is not joined by
+    // stop(), and when no thread can be created.
+    bool start();
+
+    // Asks the thread to end. Joins it and returns true, or with `no_wait`
+    // answers as isStopped(). Joining from the service thread itself throws
+    // boost::thread_resource_error.
+    bool stop(bool no_wait);
+
+    // Whether the thread has ended, waiting up to 100 ms.
+    bool isStopped();
+
+private:
+    void threadFunction();
+    void receiveLoop() const;
+
+    boost::thread thread;  // not joinable until start() succeeds
+    int (*interruptCheck)() = checkInterrupt;
+    void *(*serviceStart)(void *);
+    std::string name;
+};
+
+#pragma GCC visibility pop

@@ -1,0 +1,47 @@
+// The default IDs are built for every subscriber's frame: without allocating.
+#include "idgen/selection.h"
+#include "tests/idgen/scenario.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local std::size_t allocations = 0;
+
+}  // namespace
+
+void *operator new(std::size_t size) {
+    ++allocations;
+    if (void *memory = std::malloc(size ? size : 1)) return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void *memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void *memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+using namespace ia::test;
+
+namespace {
+
+TEST(Allocation, IsNotNeededForTheDefaultIds) {
+    pppoeia_bridge bridge("br0", 13);
+    fill(bridge);
+    receive_frame(bridge, 100, 5);
+    bridge.vsa_circuit_id_cvlan = 1;
+    bridge.ports[PVC - 1].vsa_circuit_id_mode = PPPOEIA_CID_ATM;
+    char out[64] = "";
+    std::vector<std::uint8_t> binary;
+    const std::size_t before = allocations;
+    pppoeia_build_circuit_id(out, &bridge, &bridge.ports[DSL - 1], 100, binary, ID_GEN_FRAME);
+    pppoeia_build_circuit_id(out, &bridge, &bridge.ports[PVC - 1], 100, binary, ID_GEN_FRAME);
+    EXPECT_EQ(allocations, before);
+    EXPECT_STREQ(out, "KORVALEN:R2-S4 atm 3/2:8.35");
+    EXPECT_GT(before, 0U);  // the bridge's own: they are counted
+}
+
+}  // namespace

@@ -1,0 +1,92 @@
+// What each macro takes, and which options go together.
+#include "idgen/macros.h"
+#include "tests/idgen/scenario.h"
+
+#include <set>
+
+using namespace ia::test;
+
+namespace {
+
+std::set<std::uint32_t> all_that(bool (*takes)(customIdFormat)) {
+    std::set<std::uint32_t> macros;
+    for (std::uint32_t type = 0; type < 40; ++type)
+        if (takes(customIdFormat{type})) macros.insert(type);
+    return macros;
+}
+
+TEST(Vocabulary, MacrosTakeOptionsByTheirValue) {
+    EXPECT_EQ(
+        all_that(macroIsSupportedForHex),
+        (std::set<std::uint32_t>{1, 4, 5, 6, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 22, 28}));
+    EXPECT_EQ(all_that(macroIsSupportedForDelimiter),
+              (std::set<std::uint32_t>{16, 17, 18, 19, 28}));
+    EXPECT_EQ(all_that(macroIsSupportedForUserString), (std::set<std::uint32_t>{26}));
+}
+
+TEST(Vocabulary, NamesAreInTheirOrder) {
+    const char *names[] = {"SHELF",   "CHASSIS",   "PANEL",       "INTF_TYPE",  "AGENT_BOARD",
+                           "BOARD",   "PORT",      "PORT_REM_ID", "INTF",       "INTF_DSCR",
+                           "ONU",     "VGEM",      "TCONT",       "PVC_INTF",   "VPI",
+                           "VCI",     "CLNT_MAC",  "AGENT_MAC",   "AGENT_IPV4", "AGENT_IPV6",
+                           "VLAN",    "VLAN_NAME", "CVID",        "SYSNAME",    "LOCATION",
+                           "CONTACT", "HEX",       "CPE_SERIAL",  "CPE_MAC",    "N/A"};
+    for (std::uint32_t type = 0; type < std::size(names); ++type)
+        EXPECT_EQ(macroFormatTypeToString(customIdFormat{type}), names[type]);
+    EXPECT_EQ(macroFormatTypeToString(customIdFormat{0xFFFFFFFF}), "N/A");
+}
+
+struct flags_row {
+    const char *name;
+    customIdFormat macro;
+    char flags;
+    unsigned count;
+    const char *refusal;  // empty: valid
+};
+
+constexpr char BOTH[] =
+    "<PPPOEIA> >> ERROR: both macroStringPadZeroes and macroStringPadSpaces set";
+constexpr char NO_WIDTH[] = "<PPPOEIA> >> ERROR: padding set, but zero characters";
+constexpr char NO_COUNT[] = "<PPPOEIA> >> ERROR: macroStringNumOfChars set, but zero characters";
+constexpr char NO_HEX[] = "<PPPOEIA> >> ERROR: macro not supported for HEX format";
+
+const flags_row rows[] = {
+    {"nothing", MACRO_PORT, 0, 0, ""},
+    {"both paddings", MACRO_PORT, 0x0C, 5, BOTH},
+    {"both paddings of an IP address", MACRO_AGENT_IPV4, 0x0C, 0, BOTH},
+    {"both paddings before everything else", MACRO_SHELF, 0x0F, 0, BOTH},
+    {"zeroes with a count", MACRO_PORT, 0x06, 1, ""},
+    {"zeroes with an earlier macro's count", MACRO_PORT, 0x04, 5, ""},
+    {"zeroes without a count", MACRO_PORT, 0x04, 0, NO_WIDTH},
+    {"spaces without a count", MACRO_INTF, 0x08, 0, NO_WIDTH},
+    {"spaces and count 0", MACRO_PORT, 0x0A, 0, NO_WIDTH},
+    {"zeroes without a count of a MAC", MACRO_CLNT_MAC, 0x04, 0, NO_WIDTH},
+    {"zeroes without a count, IPv4", MACRO_AGENT_IPV4, 0x04, 0, ""},
+    {"zeroes without a count, IPv6", MACRO_AGENT_IPV6, 0x04, 0, ""},
+    {"spaces without a count, IPv6", MACRO_AGENT_IPV6, 0x08, 0, ""},
+    {"zeroes and count 0, IPv4", MACRO_AGENT_IPV4, 0x06, 0, NO_COUNT},
+    {"count 0", MACRO_PORT, 0x02, 0, NO_COUNT},
+    {"count 0 before hex", MACRO_SHELF, 0x03, 0, NO_COUNT},
+    {"hex and count 0", MACRO_PORT, 0x03, 0, NO_COUNT},
+    {"any count", MACRO_PORT, 0x02, 0xFFFFFFFF, ""},
+    {"hex of a number", MACRO_TCONT, 0x01, 0, ""},
+    {"hex of a text", MACRO_VLAN_NAME, 0x01, 0, NO_HEX},
+    {"hex of HEX", MACRO_HEX, 0x01, 0, NO_HEX},
+    {"hex of no macro", customIdFormat{29}, 0x01, 0, NO_HEX},
+    {"delimiter is not looked at", MACRO_SHELF, 0x10, 0, ""},
+};
+
+class Flags : public IdTest {};
+
+TEST_F(Flags, GoTogetherAsTabled) {
+    for (const flags_row &row : rows) {
+        SCOPED_TRACE(row.name);
+        clear_syslog();
+        const bool valid = *row.refusal == '\0';
+        EXPECT_EQ(macroAreFlagsValid(row.macro, row.flags, "-", row.count), valid);
+        EXPECT_EQ(traces().size(), valid ? 0U : 1U);
+        EXPECT_TRUE(was_traced(row.refusal));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,65 @@
+"""Packaged clients and server through the engine; tshark judges the tags."""
+
+from lab import decode, frames, node, testing
+from lab.topology import ACCESS_CONCENTRATOR, PEERS, mac_of
+
+TAG_FIELDS = ["pppoe.code", "pppoed.tags.vendor_id", "pppoed.tags.circuit_id",
+              "pppoed.tags.remote_id"]
+VENDOR = "3561"
+
+
+class Discovery(testing.LabTest):
+    def read(self, wire):
+        """tshark's rows for what a wire heard: lists of the four fields."""
+        wire.waiting()
+        rows = decode.fields(wire.save(self.lab.folder / f"{wire.name}.pcap"), TAG_FIELDS)
+        return [[int(row["pppoe.code"], 16), *list(row.values())[1:]] for row in rows]
+
+    def mark(self, device):
+        return [VENDOR, node.circuit_id(device), node.PORTS[device]["remote_id"]]
+
+    def test_discovery(self):
+        self.lab.start_engine()
+        self.lab.start_server()
+        for device in ("sub1", "sub2"):
+            with self.subTest(device):
+                at_client, at_server = self.lab.wire(device, outgoing=True), self.lab.wire("bng")
+                status, said = self.lab.discover(device)
+                self.assertEqual(status, 0, said)
+                self.assertIn(f"Access-Concentrator: {ACCESS_CONCENTRATOR}", said)
+                self.assertEqual(self.read(at_server), [[frames.PADI, *self.mark(device)]])
+                self.assertEqual(self.read(at_client), [[frames.PADI, "", "", ""],
+                                                        [frames.PADO, "", "", ""]])
+
+    def test_request(self):
+        self.lab.start_engine()
+        self.lab.start_server()
+        at_client, at_server = self.lab.wire("sub1", outgoing=True), self.lab.wire("bng")
+        status, said = self.lab.open_session()
+        self.assertEqual(status, 0, said)
+        self.assertRegex(said, f"^[0-9]+:{PEERS['bng'][1]}$")
+        self.assertEqual(self.read(at_server)[:2], [[frames.PADI, *self.mark("sub1")],
+                                                    [frames.PADR, *self.mark("sub1")]])
+        codes = [row[0] for row in self.read(at_client)]
+        self.assertEqual(codes[:4], [frames.PADI, frames.PADO, frames.PADR, frames.PADS])
+        self.assertNotIn(VENDOR, [row[1] for row in self.read(at_client)])
+
+    def test_servers_tag(self):
+        # The packaged server sends no such tag back; real concentrators do.
+        tag = frames.vendor_tag(b"circuit", b"remote")
+        for mode, expected in (("remove", ["", "", ""]), ("keep", [VENDOR, "circuit", "remote"])):
+            with self.subTest(mode):
+                self.lab.start_engine(node.description({"vsa_mode": mode}))
+                server, client = self.lab.wire("bng"), self.lab.wire("sub1")
+                for code in (frames.PADO, frames.PADS):
+                    tags = frames.tag(frames.SERVICE_NAME) + tag + frames.tag(frames.AC_NAME, b"x")
+                    server.send(frames.discovery(mac_of("sub1"), mac_of("bng"), code, tags))
+                    frame, _ = client.wait(lambda frame, code=code: frame.code == code, "the reply")
+                    self.assertEqual(frame.values(frames.AC_NAME), [b"x"])
+                self.assertEqual(self.read(client), [[frames.PADO, *expected],
+                                                     [frames.PADS, *expected]])
+                self.lab.stop_engine()
+
+
+if __name__ == "__main__":
+    testing.main()

@@ -1,0 +1,67 @@
+"""Every PADI arrives once and marked, whatever its VLAN tags; the rest passes."""
+
+from lab import frames, node, testing
+from lab.topology import mac_of
+
+COUNT = 1000
+
+# Tag stack, and the VLAN that the Circuit ID names.
+STACKS = {
+    "untagged": ([], 0),
+    "0x8100": ([(0x8100, 100)], 100),
+    "0x88A8 over 0x8100": ([(0x88A8, 200), (0x8100, 7)], 200),
+    "0x8100 over 0x8100": ([(0x8100, 100), (0x8100, 7)], 100),
+}
+
+
+def padi(number, stack):
+    tags = frames.tag(frames.SERVICE_NAME) + frames.tag(frames.HOST_UNIQ, b"%08d" % number)
+    return frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI, tags, stack)
+
+
+class TagStacks(testing.LabTest):
+    def setUp(self):
+        super().setUp()
+        self.lab.start_engine()
+        self.client, self.other, self.server = map(self.lab.wire, ("sub1", "sub2", "bng"))
+
+    def test_each_padi_once_and_marked(self):
+        for name, (stack, vlan) in STACKS.items():
+            with self.subTest(name):
+                for number in range(COUNT):
+                    self.client.send(padi(number, stack))
+                # One more behind them: when it is here, all of them are.
+                self.client.send(padi(COUNT, stack))
+                last, arrived = self.server.wait(
+                    lambda frame: frame.host_uniq == b"%08d" % COUNT, "the last PADI", 30)
+                self.assertEqual(self.server.lost(), 0, "lost by the test's own socket")
+                self.assertEqual([frame.host_uniq for frame in arrived],
+                                 [b"%08d" % number for number in range(COUNT)])
+                circuit_id = node.circuit_id("sub1", vlan).encode()
+                for frame in (*arrived, last):
+                    self.assertEqual((frame.code, frame.stack), (frames.PADI, stack))
+                    self.assertEqual([mark[frames.CIRCUIT_ID] for mark in frame.marks],
+                                     [circuit_id])
+                self.assertEqual(self.other.waiting(), [], "heard by the other subscriber")
+
+    def test_other_frames_pass_unchanged(self):
+        kinds = {
+            "ARP": (frames.ARP, bytes.fromhex("0001080006040001020000000101c0000202"
+                                              "000000000000c0000201")),
+            # From 192.0.2.1 to everybody, a header that a bridge's packet filter accepts.
+            "IPv4": (frames.IPV4, bytes.fromhex("4500002e000000004011b8bec0000201ffffffff") + bytes(26)),
+            "PPPoE session": (frames.SESSION, bytes.fromhex("1100000100060021") + bytes(46)),
+        }
+        for kind, (ethertype, payload) in kinds.items():
+            for name, (stack, _) in STACKS.items():
+                with self.subTest(f"{kind}, {name}"):
+                    sent = frames.ethernet(frames.BROADCAST, mac_of("sub1"), ethertype, payload,
+                                           stack)
+                    self.client.send(sent)
+                    for wire in (self.server, self.other):
+                        wire.wait(lambda frame, e=ethertype: frame.ethertype == e, kind)
+                        self.assertEqual(wire.heard[-1][1], sent)
+
+
+if __name__ == "__main__":
+    testing.main()

@@ -1,0 +1,146 @@
+#include "node/description/description.h"
+
+#include "tests/node/description/description_file.h"
+
+#include <gtest/gtest.h>
+
+using namespace ia::node;
+
+namespace {
+
+TEST(Description, holds_every_key_of_every_section) {
+    const DescriptionFile file(R"([node]
+board = 3
+shelf = "rack 7"
+contact = "noc@example.net"
+location = "Hauptstraße 1"
+name = "node-a"
+management = "eth9"
+
+[[bridge]]
+name = "br0"
+ports = 65536
+stag_ethertype = 0x9100
+max_pdu = 1522
+vsa_mode = "keep"
+enabled = false
+[[bridge]]
+name = "br1"
+
+[[interface]]
+id = 1
+name = "1/1"
+type = "dsl"
+device = "dsl1"
+[[interface]]
+id = 65535
+name = "1/1/pvc1"
+type = "atm"
+device = "dsl1.8.35"
+bridge = "br0"
+parent = 1
+panel = "P1"
+port = 1
+pvc = 4
+vpi = 8
+vci = 35
+description = "flat 12"
+remote_id = "customer 4711"
+role = "client"
+trust = "untrusted"
+
+[[vlan]]
+id = 4095
+name = "voice"
+bridge = "br1"
+enabled = false
+[[vlan]]
+id = 0
+)");
+    const Description description = read_description(file.path());
+
+    EXPECT_EQ(description.file, file.path());
+    EXPECT_EQ(description.board, 3);
+    EXPECT_EQ(description.shelf, "rack 7");
+    EXPECT_EQ(description.contact, "noc@example.net");
+    EXPECT_EQ(description.location, "Hauptstraße 1");
+    EXPECT_EQ(description.name, "node-a");
+    EXPECT_EQ(description.management_device, "eth9");
+
+    ASSERT_EQ(description.bridges.size(), 2U);
+    const Bridge &first = description.bridges[0];
+    EXPECT_EQ(first.name, "br0");
+    EXPECT_EQ(first.ports, 65536U);
+    EXPECT_EQ(first.stag_ethertype, 0x9100);
+    EXPECT_EQ(first.max_pdu, 1522U);
+    EXPECT_EQ(first.vsa_mode, 0U);
+    EXPECT_FALSE(first.enabled);
+    EXPECT_EQ(first.line, 9U);
+    const Bridge &plain = description.bridges[1];
+    EXPECT_EQ(plain.ports, 256U);
+    EXPECT_EQ(plain.stag_ethertype, 0x88A8);
+    EXPECT_EQ(plain.max_pdu, 1500U);
+    EXPECT_EQ(plain.vsa_mode, 1U);
+    EXPECT_TRUE(plain.enabled);
+
+    ASSERT_EQ(description.interfaces.size(), 2U);
+    const Interface &dsl = description.interfaces[0];
+    EXPECT_EQ(dsl.bridge, "br0");
+    EXPECT_FALSE(dsl.role || dsl.trust || dsl.vpi || dsl.vci);
+    const Interface &pvc = description.interfaces[1];
+    EXPECT_EQ(pvc.id, 65535U);
+    EXPECT_EQ(pvc.name, "1/1/pvc1");
+    EXPECT_EQ(pvc.type, InterfaceType::atm);
+    EXPECT_EQ(pvc.device, "dsl1.8.35");
+    EXPECT_EQ(pvc.parent, 1U);
+    EXPECT_EQ(pvc.panel, "P1");
+    EXPECT_EQ(pvc.port, 1U);
+    EXPECT_EQ(pvc.pvc, 4U);
+    EXPECT_EQ(pvc.vpi, 8U);
+    EXPECT_EQ(pvc.vci, 35U);
+    EXPECT_EQ(pvc.description, "flat 12");
+    EXPECT_EQ(pvc.remote_id, "customer 4711");
+    EXPECT_EQ(pvc.role, 1U);
+    EXPECT_EQ(pvc.trust, 1U);
+    EXPECT_EQ(pvc.line, 24U);
+
+    ASSERT_EQ(description.vlans.size(), 2U);
+    EXPECT_EQ(description.vlans[0].id, 4095);
+    EXPECT_EQ(description.vlans[0].name, "voice");
+    EXPECT_EQ(description.vlans[0].bridge, "br1");
+    EXPECT_FALSE(description.vlans[0].enabled);
+    EXPECT_EQ(description.vlans[1].bridge, "br0");
+    EXPECT_TRUE(description.vlans[1].enabled);
+}
+
+// Texts that fill their field to the last byte.
+TEST(Description, takes_texts_up_to_the_limit) {
+    const auto filled = [](std::size_t size) { return '"' + std::string(size, 'x') + "\"\n"; };
+    const DescriptionFile file("[node]\nshelf = " + filled(39) + "contact = " + filled(64) +
+                               "[[bridge]]\nname = " + filled(10) +
+                               "[[interface]]\nid = 255\ntype = 'eth'\nname = " + filled(14) +
+                               "device = " + filled(15) + "panel = " + filled(7) +
+                               "description = " + filled(64) + "remote_id = " + filled(63) +
+                               "[[vlan]]\nid = 1\nname = " + filled(31));
+    EXPECT_EQ(file.problems(), "");
+}
+
+TEST(Description, holds_thousands_of_interfaces) {
+    std::string text = "[[bridge]]\nname = 'br0'\nports = 4001\n";
+    for (int id = 1; id <= 4000; ++id) {
+        const std::string number = std::to_string(id);
+        text += "[[interface]]\nid = " + number + "\nname = '1/" + number +
+                "'\ntype = 'access'\ndevice = 'sub" + number + "'\n";
+    }
+    const DescriptionFile file(text);
+    const Description description = read_description(file.path());
+    ASSERT_EQ(description.interfaces.size(), 4000U);
+    EXPECT_EQ(description.interfaces.back().device, "sub4000");
+}
+
+TEST(Description, examples_are_good) {
+    for (const char *name : {"access.toml", "gpon.toml", "dsl.toml"})
+        EXPECT_NO_THROW(read_description(std::string(EXAMPLES_DIR "/") + name)) << name;
+}
+
+}  // namespace

@@ -1,0 +1,213 @@
+// What is said against a bad description: place, fault, expectation.
+#include "tests/node/description/description_file.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Refusal {
+    const char *name;
+    std::string text;
+    const char *problems;
+};
+
+void PrintTo(const Refusal &row, std::ostream *out) {
+    *out << row.name;
+}
+
+class Refusals : public testing::TestWithParam<Refusal> {};
+
+TEST_P(Refusals, name_place_and_expectation) {
+    EXPECT_EQ(DescriptionFile(GetParam().text).problems(), GetParam().problems);
+}
+
+// A good start of two lines, so that what is wrong begins on line 3.
+const std::string bridge = "[[bridge]]\nname = 'br0'\n";
+
+// An interface of five lines; `more` begins on its sixth.
+std::string interface(const char *id, const char *type, const std::string &more = "") {
+    return std::string("[[interface]]\nid = ") + id + "\nname = '1/" + id + "'\ntype = '" + type +
+           "'\ndevice = 'dev" + id + "'\n" + more;
+}
+
+const Refusal file_rows[] = {
+    {"empty", "", "FILE:1: no [[bridge]], expected at least one"},
+    {"not_toml", bridge + "name = \n",
+     "FILE:3: Error while parsing key-value pair: expected value, saw '\\n'"},
+    {"unknown_section", bridge + "[[interfaces]]\nid = 1\n",
+     "FILE:3: unknown key \"interfaces\", expected \"interface\""},
+    {"single_brackets", "[bridge]\nname = 'br0'\n",
+     "FILE:1: bridge is not a list of sections, expected [[bridge]]\n"
+     "FILE:1: no [[bridge]], expected at least one"},
+    {"list_of_numbers", "vlan = [1, 2]\n" + bridge,
+     "FILE:1: vlan is not a list of sections, expected [[vlan]]"},
+    {"node_is_a_number", "node = 1\n" + bridge, "FILE:1: node is not a section, expected [node]"},
+    {"all_problems_at_once", "[node]\nbord = 1\nboard = 256\n" + bridge + "[[vlan]]\nid = 4096\n",
+     "FILE:2: [node] unknown key \"bord\", expected \"board\"\n"
+     "FILE:3: [node] board is 256, expected 0 to 255\n"
+     "FILE:7: [[vlan]] id is 4096, expected 0 to 4095"},
+};
+
+const Refusal value_rows[] = {
+    {"unknown_key_far_from_any", bridge + "[[vlan]]\nid = 1\ncolour = 'red'\n",
+     "FILE:5: [[vlan]] unknown key \"colour\", expected \"id\", \"name\", \"bridge\" or "
+     "\"enabled\""},
+    {"number_for_a_text", "[node]\nname = 5\n" + bridge,
+     "FILE:2: [node] name is an integer, expected a text"},
+    {"text_for_a_number", bridge + "ports = '16'\n",
+     "FILE:3: [[bridge]] ports is a text, expected an integer, 2 to 65536"},
+    {"fraction_for_a_number", bridge + "max_pdu = 1500.0\n",
+     "FILE:3: [[bridge]] max_pdu is a fraction, expected an integer, 64 to 65535"},
+    {"number_for_a_flag", bridge + "enabled = 1\n",
+     "FILE:3: [[bridge]] enabled is an integer, expected true or false"},
+    {"one_port_record", bridge + "ports = 1\n",
+     "FILE:3: [[bridge]] ports is 1, expected 2 to 65536"},
+    {"too_many_port_records", bridge + "ports = 65537\n",
+     "FILE:3: [[bridge]] ports is 65537, expected 2 to 65536"},
+    {"id_0", bridge + interface("0", "eth"), "FILE:4: [[interface]] id is 0, expected 1 to 65535"},
+    {"negative_vlan", bridge + "[[vlan]]\nid = -1\n",
+     "FILE:4: [[vlan]] id is -1, expected 0 to 4095"},
+    {"bad_type", bridge + interface("1", "vdsl"),
+     "FILE:6: [[interface]] type is \"vdsl\", expected \"eth\", \"dsl\", \"atm\", \"olt\", "
+     "\"onu\", "
+     "\"gem\", \"mng\", \"lag\" or \"access\""},
+    {"bad_role", bridge + interface("1", "eth", "role = 'Client'\n"),
+     "FILE:8: [[interface]] role is \"Client\", expected \"disabled\", \"client\", \"server\" or "
+     "\"both\""},
+    {"bad_trust", bridge + interface("1", "eth", "trust = true\n"),
+     "FILE:8: [[interface]] trust is true or false, expected \"trusted\" or \"untrusted\""},
+    {"escape_in_a_text", "[node]\ncontact = \"a\\u001Bb\"\n" + bridge,
+     "FILE:2: [node] contact \"a\\x1Bb\" has control characters, expected none"},
+    {"slash_in_a_device", "[node]\nmanagement = 'eth/0'\n" + bridge,
+     "FILE:2: [node] management \"eth/0\" cannot name a device, expected no '/', ':' or space"},
+    {"nothing_required_given", bridge + "[[interface]]\n[[vlan]]\n",
+     "FILE:3: [[interface]] has no id, expected one\n"
+     "FILE:3: [[interface]] has no name, expected one\n"
+     "FILE:3: [[interface]] has no type, expected one\n"
+     "FILE:3: [[interface]] has no device, expected one\n"
+     "FILE:4: [[vlan]] has no id, expected one"},
+    {"bridge_without_a_name", "[[bridge]]\nports = 16\n[[vlan]]\nid = 1\n",
+     "FILE:1: [[bridge]] has no name, expected one"},
+    {"empty_device", bridge + "[[interface]]\nid = 1\nname = '1'\ntype = 'eth'\ndevice = ''\n",
+     "FILE:7: [[interface]] device is empty, expected a text"},
+};
+
+// One byte more than the field holds.
+Refusal too_long(const char *name, const std::string &before, const char *key, std::size_t size,
+                 const char *problem) {
+    return {name, before + key + " = '" + std::string(size, 'x') + "'\n", problem};
+}
+
+const Refusal length_rows[] = {
+    too_long("bridge_name", "[[bridge]]\n", "name", 11,
+             "FILE:2: [[bridge]] name \"xxxxxxxxxxx\" has 11 characters, expected at most 10"),
+    too_long(
+        "interface_name", bridge + "[[interface]]\nid = 1\ntype = 'eth'\ndevice = 'a'\n", "name",
+        15,
+        "FILE:7: [[interface]] name \"xxxxxxxxxxxxxxx\" has 15 characters, expected at most 14"),
+    too_long(
+        "device", bridge + "[[interface]]\nid = 1\ntype = 'eth'\nname = 'a'\n", "device", 16,
+        "FILE:7: [[interface]] device \"xxxxxxxxxxxxxxxx\" has 16 characters, expected at most 15"),
+    too_long("panel", bridge + interface("1", "eth"), "panel", 8,
+             "FILE:8: [[interface]] panel \"xxxxxxxx\" has 8 characters, expected at most 7"),
+    too_long(
+        "vlan_name", bridge + "[[vlan]]\nid = 1\n", "name", 32,
+        "FILE:5: [[vlan]] name \"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx\" has 32 characters, expected "
+        "at most 31"),
+    too_long("shelf", bridge + "[node]\n", "shelf", 40,
+             "FILE:4: [node] shelf \"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx\" has 40 characters, "
+             "expected at most 39"),
+    too_long("description_is_shown_cut", bridge + interface("1", "eth"), "description", 65,
+             "FILE:8: [[interface]] description "
+             "\"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...\" has 65 "
+             "characters, expected at most 64"),
+    too_long("remote_id", bridge + interface("1", "eth"), "remote_id", 64,
+             "FILE:8: [[interface]] remote_id "
+             "\"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...\" has 64 "
+             "characters, expected at most 63"),
+};
+
+const Refusal cross_rows[] = {
+    {"id_twice",
+     bridge + interface("1", "eth") +
+         "[[interface]]\nid = 1\nname = 'b'\ntype = 'eth'\n"
+         "device = 'b'\n",
+     "FILE:9: interface id 1 is already used on line 4, expected each once"},
+    {"name_and_device_twice",
+     bridge + interface("1", "eth") +
+         "[[interface]]\nid = 2\nname = '1/1'\ntype = 'eth'\ndevice = 'dev1'\n",
+     "FILE:10: interface name \"1/1\" is already used on line 5, expected each once\n"
+     "FILE:12: device \"dev1\" is already used on line 7, expected each once"},
+    {"bridge_twice", bridge + bridge,
+     "FILE:4: bridge \"br0\" is already used on line 2, expected each once"},
+    {"vlan_twice_on_one_bridge_only",
+     bridge + "[[bridge]]\nname = 'br1'\n[[vlan]]\nid = 7\n[[vlan]]\nid = 7\nbridge = 'br1'\n"
+              "[[vlan]]\nid = 7\nbridge = 'br0'\n",
+     "FILE:11: VLAN 7 of bridge \"br0\" is already used on line 6, expected each once"},
+    {"id_past_the_ports", bridge + "ports = 16\n" + interface("16", "eth"),
+     "FILE:5: interface id 16 is past the ports of bridge \"br0\", expected 1 to 15"},
+    {"no_such_bridge", bridge + interface("1", "eth", "bridge = 'br7'\n"),
+     "FILE:8: there is no bridge \"br7\", expected the name of a [[bridge]]"},
+    {"no_such_parent", bridge + interface("1", "onu", "parent = 2\n"),
+     "FILE:8: parent 2 of \"onu\" does not exist, expected the id of \"olt\""},
+    {"atm_on_olt", bridge + interface("1", "olt") + interface("2", "atm", "parent = 1\n"),
+     "FILE:13: parent 1 of \"atm\" is \"olt\", expected \"dsl\""},
+    {"gem_on_olt", bridge + interface("1", "olt") + interface("2", "gem", "parent = 1\n"),
+     "FILE:13: parent 1 of \"gem\" is \"olt\", expected \"onu\""},
+    {"onu_on_itself", bridge + interface("1", "onu", "parent = 1\n"),
+     "FILE:8: parent 1 of \"onu\" is \"onu\", expected \"olt\""},
+    {"parent_of_eth", bridge + interface("1", "olt") + interface("2", "eth", "parent = 1\n"),
+     "FILE:13: parent 1 of \"eth\", expected no parent for this type"},
+    {"pvc_on_eth", bridge + interface("1", "access", "vpi = 8\nvci = 35\n"),
+     "FILE:8: vpi on \"access\", expected only on \"atm\"\n"
+     "FILE:9: vci on \"access\", expected only on \"atm\""},
+    {"onu_number_on_olt", bridge + interface("1", "olt", "onu = 3\n"),
+     "FILE:8: onu on \"olt\", expected only on \"onu\" or \"gem\""},
+    {"vpi_alone", bridge + interface("1", "atm", "vpi = 8\n"),
+     "FILE:8: vpi without vci, expected both or neither"},
+    {"vci_alone", bridge + interface("1", "atm", "vci = 35\n"),
+     "FILE:8: vci without vpi, expected both or neither"},
+};
+
+// One mistake is said once, not again by all that refers to it.
+const Refusal echo_rows[] = {
+    {"children_of_a_refused_id",
+     bridge + interface("0", "olt") + interface("2", "onu", "parent = 9\n"),
+     "FILE:4: [[interface]] id is 0, expected 1 to 65535"},
+    {"children_of_a_refused_type",
+     bridge + interface("1", "pon") + interface("2", "onu", "parent = 1\n"),
+     "FILE:6: [[interface]] type is \"pon\", expected \"eth\", \"dsl\", \"atm\", \"olt\", \"onu\", "
+     "\"gem\", \"mng\", \"lag\" or \"access\""},
+    {"members_of_a_refused_bridge",
+     "[[bridge]]\nname = 'bridge-number-0'\n" + interface("1", "eth", "bridge = 'bridge-num'\n"),
+     "FILE:2: [[bridge]] name \"bridge-number-0\" has 15 characters, expected at most 10"},
+};
+
+std::string row_name(const testing::TestParamInfo<Refusal> &info) {
+    return info.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(File, Refusals, testing::ValuesIn(file_rows), row_name);
+INSTANTIATE_TEST_SUITE_P(Value, Refusals, testing::ValuesIn(value_rows), row_name);
+INSTANTIATE_TEST_SUITE_P(Length, Refusals, testing::ValuesIn(length_rows), row_name);
+INSTANTIATE_TEST_SUITE_P(Between, Refusals, testing::ValuesIn(cross_rows), row_name);
+INSTANTIATE_TEST_SUITE_P(Echo, Refusals, testing::ValuesIn(echo_rows), row_name);
+
+TEST(Refusal, missing_file) {
+    try {
+        ia::node::read_description("/nowhere/node.toml");
+        FAIL();
+    } catch (const ia::node::DescriptionError &error) {
+        EXPECT_STREQ(error.what(),
+                     "/nowhere/node.toml: cannot be opened: No such file or directory");
+    }
+}
+
+// A sparse file: one byte past the limit of 16 MiB.
+TEST(Refusal, file_too_large) {
+    const DescriptionFile file("");
+    ASSERT_EQ(truncate(file.path().c_str(), (16 << 20) + 1), 0);
+    EXPECT_EQ(file.problems(), "FILE: is too large, expected at most 16 MiB");
+}
+
+}  // namespace

@@ -1,0 +1,207 @@
+// Devices that come, go and change while the engine runs.
+#include "tests/node/kernel/fixture.h"
+
+#include <gmock/gmock.h>
+#include <algorithm>
+
+namespace ia::node::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+class PortsFollow : public BridgeTest {
+protected:
+    // "held", "<bridge> <id>" or "absent".
+    std::string port(const std::string &device) const {
+        for (const PortStatus &status : kernel->ports())
+            if (status.device == device)
+                return status.held ? "held" : status.bridge + ' ' + std::to_string(status.id);
+        return "absent";
+    }
+
+    bool becomes(const std::string &device, const std::string &state) const {
+        return eventually([&] { return port(device) == state; });
+    }
+
+    static std::string filters(const std::string &device) {
+        return output_of("tc filter show dev " + device + " ingress; tc filter show dev " + device +
+                         " egress");
+    }
+};
+
+TEST_F(PortsFollow, WhatTheBridgeHasAndTheDescriptionNames) {
+    add_port("x1 y1");
+    run("ip link add e1 type veth peer name e2; ip link add m1 type veth peer name m2");
+    node.interfaces.push_back(interface(20, InterfaceType::gem, "e1"));  // waits outside
+    node.interfaces.push_back(interface(21, InterfaceType::mng, "m1"));  // belongs outside
+    start();
+    EXPECT_EQ("br0 11", port("p1"));
+    EXPECT_EQ("br0 1", port("n1"));
+    EXPECT_EQ("held", port("x1"));
+    EXPECT_EQ("held", port("e1"));
+    EXPECT_EQ("absent", port("m1"));
+    EXPECT_EQ("absent", port("h1"));
+    EXPECT_EQ("absent", port("br0"));
+}
+
+TEST_F(PortsFollow, AnUndescribedMemberNeitherSendsNorReceives) {
+    start();
+    Echo echo("br0");
+    add_port("x1 y1");
+    ASSERT_TRUE(becomes("x1", "held"));
+    ASSERT_TRUE(eventually([] { return forwarding_ports() == 5; }));
+    const Host h1("h1"), s1("s1"), y1("y1");
+    y1.send(discovery(PADI, broadcast, mac_h2, {{0x8100, 1}}).bytes());
+    EXPECT_EQ(0U, discovery_heard(s1, y1));
+    EXPECT_EQ(1U, outcome(OUTCOME_HELD));
+    const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
+    h1.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());
+    EXPECT_EQ(0U, discovery_heard(y1, h1));
+}
+
+TEST_F(PortsFollow, ADescribedDeviceThatComesLater) {
+    node.interfaces.push_back(interface(12, InterfaceType::gem, "p3"));
+    start();
+    Echo echo("br0");
+    EXPECT_EQ("absent", port("p3"));
+    add_port("p3 h3");
+    ASSERT_TRUE(becomes("p3", "br0 12"));
+    const Host h3("h3"), s1("s1");
+    const Bytes padi = discovery(PADI, broadcast, mac_h1, {{0x8100, 1}}).bytes();
+    h3.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());
+    run("ip link del p3");
+    EXPECT_TRUE(becomes("p3", "absent"));
+}
+
+TEST_F(PortsFollow, ARenamedDeviceAndOnesThatSwapNames) {
+    start();
+    run("ip link set p1 down; ip link set p1 name q1; ip link set q1 up");
+    EXPECT_TRUE(becomes("q1", "held"));
+    run("ip link set p2 down; ip link set p2 name p1; ip link set p1 up;"
+        "ip link set q1 down; ip link set q1 name p2; ip link set p2 up");
+    ASSERT_TRUE(becomes("p1", "br0 11") && becomes("p2", "br0 300"));
+    Echo echo("br0");
+    ASSERT_TRUE(eventually([] { return forwarding_ports() == 4; }));
+    const Host h1("h1"), h2("h2"), s1("s1");  // h1 is behind p2 now
+    h1.send(discovery(PADI, broadcast, mac_h1, {}).bytes());
+    ASSERT_TRUE(s1.receive_discovery());
+    const Bytes pado = discovery(PADO, mac_h1, mac_s1, {}).bytes();
+    s1.send(pado);
+    EXPECT_EQ(pado, h1.receive_discovery());
+    EXPECT_EQ(0U, discovery_heard(h2, s1));
+}
+
+TEST_F(PortsFollow, ADeviceThatLeavesTheBridge) {
+    add_port("x1 y1");
+    start();
+    run("ip link set x1 nomaster; ip link set p1 nomaster");
+    EXPECT_TRUE(becomes("x1", "absent"));
+    EXPECT_EQ("", filters("x1"));
+    EXPECT_TRUE(becomes("p1", "held"));  // described: waits to come back
+    run("ip link set p1 master br0");
+    EXPECT_TRUE(becomes("p1", "br0 11"));
+}
+
+TEST_F(PortsFollow, ABridgeThatIsMadeAnew) {
+    start();
+    run("ip link del br0");
+    EXPECT_TRUE(becomes("p1", "held"));
+    run("ip link add br0 up type bridge; for d in p1 p2 n1; do ip link set $d master br0; done");
+    EXPECT_TRUE(becomes("p1", "br0 11") && becomes("n1", "br0 1"));
+    ASSERT_TRUE(eventually([] { return forwarding_ports() == 3; }));
+    Echo echo("br0");
+    const Host h1("h1"), s1("s1");
+    const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
+    h1.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());
+}
+
+TEST_F(PortsFollow, FiltersTakenAwayByHandComeBack) {
+    start();
+    Echo echo("br0");
+    for (const char *removal : {"tc filter del dev p1 ingress", "tc filter del dev p1 egress",
+                                "tc qdisc del dev p1 clsact"}) {
+        run(removal);
+        EXPECT_TRUE(eventually([] {
+            const std::string there = filters("p1");
+            return there.find("pppoeia_enter") != there.npos &&
+                   there.find("pppoeia_guard") != there.npos;
+        })) << removal;
+    }
+    run("tc qdisc del dev br0_pppoe clsact");
+    EXPECT_TRUE(
+        eventually([] { return filters("br0_pppoe").find("pppoeia_leave") != std::string::npos; }));
+    kernel.reset();
+    EXPECT_EQ("", output_of("tc qdisc show | grep clsact"));
+}
+
+TEST_F(PortsFollow, APseudoDeviceTakenAwayHolds) {
+    start();
+    Echo echo("br0");
+    const Host h1("h1"), s1("s1");
+    run("ip link del br0_pppoe");
+    h1.send(discovery(PADI, broadcast, mac_h1, {}).bytes());
+    EXPECT_EQ(0U, discovery_heard(s1, h1));
+    echo.stop_reading();
+    echo.close_bridge();
+    Echo again("br0");
+    EXPECT_EQ(0, again.reused());
+    const Bytes padi = discovery(PADI, broadcast, mac_h1, {}, 1).bytes();
+    h1.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());
+}
+
+TEST_F(PortsFollow, AnotherDescription) {
+    start();
+    Echo echo("br0");
+    run("ip link add br1 up type bridge");
+    add_port("p4 h4", "br1");
+    Description next = node;
+    next.bridges.push_back(next.bridges[0]);
+    next.bridges[1].name = "br1";
+    next.interfaces[2].id = 77;                                         // p1
+    next.interfaces[3].type = InterfaceType::eth;                       // p2
+    next.interfaces.push_back(interface(5, InterfaceType::gem, "p4"));  // in br0, it says
+    kernel->update(next);
+    EXPECT_EQ("br0 77", port("p1"));
+    EXPECT_EQ("held", port("p4"));
+    const Host h1("h1"), h2("h2");
+    const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
+    h1.send(padi);
+    EXPECT_EQ(padi, h2.receive_discovery());  // faces the network now; still attached
+
+    Description refused = next;
+    refused.bridges[0].stag_ethertype = 0x8863;
+    EXPECT_THROW(kernel->update(refused), std::runtime_error);
+    EXPECT_EQ("br0 77", port("p1"));
+
+    next.bridges.erase(next.bridges.begin());  // br0 goes
+    for (Interface &each : next.interfaces) each.bridge = "br1";
+    kernel->update(next);
+    EXPECT_EQ("br1 5", port("p4"));
+    EXPECT_EQ("absent", port("p1"));
+    EXPECT_EQ("", filters("p1"));
+}
+
+TEST_F(PortsFollow, ManyPortsAtOnce) {
+    for (unsigned id = 100; id < 200; ++id)
+        node.interfaces.push_back(
+            interface(id, InterfaceType::gem, ("g" + std::to_string(id)).c_str()));
+    start();
+    run("for i in $(seq 100 199); do ip link add g$i mtu 1512 type veth peer name k$i mtu 1512;"
+        " ip link set k$i up; ip link set g$i up master br0; done");
+    for (unsigned id = 100; id < 200; ++id)
+        EXPECT_TRUE(becomes("g" + std::to_string(id), "br0 " + std::to_string(id)));
+    ASSERT_TRUE(eventually([] { return forwarding_ports() == 104; }));
+    Echo echo("br0");
+    const Host k100("k100"), k199("k199"), s1("s1");
+    const Bytes pado = discovery(PADO, broadcast, mac_s1, {}).bytes();
+    s1.send(pado);
+    EXPECT_EQ(pado, k100.receive_discovery());
+    EXPECT_EQ(pado, k199.receive_discovery());
+}
+
+}  // namespace
+}  // namespace ia::node::test

@@ -1,0 +1,60 @@
+// What a frame costs on its way from a subscriber to the network through a bare
+// echo: processor time, as the machine may be busy. Only printed.
+#include "tests/node/kernel/fixture.h"
+
+#include <cstdio>
+#include <ctime>
+
+namespace ia::node::test {
+namespace {
+
+double processor_seconds() {
+    timespec now;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+class Throughput : public BridgeTest {
+protected:
+    static constexpr int batch = 64, rounds = 1500, frames = batch * rounds;
+
+    void SetUp() override {
+        BridgeTest::SetUp();
+        if (IsSkipped()) return;
+        run("ip link del n2");
+        node.interfaces.erase(node.interfaces.begin() + 1);
+        start();
+    }
+
+    // Batches are sent and passed on by turns on one thread.
+    void measure(bool with_select) {
+        Echo echo("br0", nullptr, Echo::Run::by_hand);
+        const Host h1("h1");
+        const Bytes padi = discovery(PADI, broadcast, mac_h1, {{0x88A8, 5}, {0x8100, 6}}).bytes();
+        double sending = 0, passing = 0;
+        for (int round = 0; round < rounds; ++round) {
+            const double begin = processor_seconds();
+            for (int i = 0; i < batch; ++i) h1.send(padi);
+            const double sent = processor_seconds();
+            for (int i = 0; i < batch; ++i)
+                if (!with_select || echo.wait()) echo.pass_one();
+            sending += sent - begin;
+            passing += processor_seconds() - sent;
+        }
+        EXPECT_EQ(static_cast<std::uint64_t>(frames), outcome(OUTCOME_SENT));
+        std::printf("%s: %.2f us a frame, %.0f frames/s; into the pseudo device %.2f us\n",
+                    with_select ? "select, recv, send" : "recv, send", passing / frames * 1e6,
+                    frames / passing, sending / frames * 1e6);
+    }
+};
+
+TEST_F(Throughput, SelectReceiveSend) {
+    measure(true);
+}
+
+TEST_F(Throughput, ReceiveSend) {
+    measure(false);
+}
+
+}  // namespace
+}  // namespace ia::node::test

@@ -1,0 +1,110 @@
+// The service host's thread: start, end, interruption.
+#include "rte/BLL/core/rpcProxy.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <atomic>
+#include <chrono>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+void *register_nothing(void *) {
+    return nullptr;
+}
+
+milliseconds time_of(auto &&action) {
+    const auto begin = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begin);
+}
+
+// Each question waits for the end up to 100 ms; the one that sees it joins.
+void wait_for_end(RPCProxy &proxy) {
+    while (!proxy.isStopped()) {
+    }
+}
+
+std::string line(const std::string &text) {
+    return "[" + std::to_string(getpid()) + "] BLLManager_mng: " + text + "\n";
+}
+
+TEST(RpcProxy, ServiceThreadEndsByItself) {
+    RPCProxy proxy(register_nothing, "pppoeia_mng");
+    EXPECT_TRUE(proxy.isStopped());
+    EXPECT_TRUE(proxy.stop(false));
+    ASSERT_TRUE(proxy.start());
+    EXPECT_FALSE(proxy.start()) << "not joined";
+    wait_for_end(proxy);
+    EXPECT_LE(time_of([&] { EXPECT_TRUE(proxy.stop(true)); }), milliseconds(100));
+    EXPECT_TRUE(proxy.start());
+    EXPECT_TRUE(proxy.stop(false));
+}
+
+TEST(RpcProxy, ReceiveLoopNoticesAnInterruptionWithinASecond) {
+    testing::internal::CaptureStderr();
+    RPCProxy proxy(register_nothing, "BLLManager_mng");
+    ASSERT_TRUE(proxy.start());
+    EXPECT_FALSE(proxy.isStopped());
+    EXPECT_FALSE(proxy.start());
+    EXPECT_LE(time_of([&] { EXPECT_TRUE(proxy.stop(false)); }), milliseconds(1500));
+    EXPECT_TRUE(proxy.isStopped());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              line("Starting main RPC loop - custom made.") + line("RPC main loop stopping."));
+}
+
+TEST(RpcProxy, ReceiveLoopEndsForGoodWhenSelectFails) {
+    testing::internal::CaptureStderr();
+    const int closed = dup(0);
+    close(closed);
+    FD_SET(closed, &svc_fdset);
+    RPCProxy proxy(register_nothing, "BLLManager_mng");
+    ASSERT_TRUE(proxy.start());
+    wait_for_end(proxy);
+    FD_CLR(closed, &svc_fdset);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              line("Starting main RPC loop - custom made.") +
+                  line("RPC main loop stopping (9 - Bad file descriptor)."));
+}
+
+std::atomic<int> second_answer;
+
+void *poll_for_interruption(void *check) {
+    int (*const interrupted)() = *static_cast<int (**)()>(check);
+    while (!interrupted()) boost::this_thread::yield();
+    second_answer = interrupted();
+    return nullptr;
+}
+
+TEST(RpcProxy, ServiceSeesARequestOnce) {
+    EXPECT_EQ(checkInterrupt(), 0);
+    second_answer = -1;
+    RPCProxy proxy(poll_for_interruption, "pppoeia_mng");
+    ASSERT_TRUE(proxy.start());
+    EXPECT_TRUE(proxy.stop(false));
+    EXPECT_EQ(second_answer, 0);
+}
+
+std::atomic<RPCProxy *> own_proxy;
+std::atomic<int> join_error;
+
+void *join_itself(void *) {
+    try {
+        own_proxy.load()->stop(false);
+    } catch (const boost::thread_resource_error &error) {
+        join_error = error.code().value();
+    }
+    return nullptr;
+}
+
+TEST(RpcProxy, JoiningFromTheServiceThreadIsRefused) {
+    RPCProxy proxy(join_itself, "pppoeia_mng");
+    own_proxy = &proxy;
+    ASSERT_TRUE(proxy.start());
+    while (!join_error) boost::this_thread::yield();
+    EXPECT_EQ(join_error, 35);
+    EXPECT_TRUE(proxy.stop(false));
+}
+
+}  // namespace
