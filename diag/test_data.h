@@ -23,11 +23,11 @@ struct customFormatTestData_t {
     std::string customRidStr;
 };
 
+namespace ia {
+
 // While set, the ID generation prints lines "PPPOEIA_DEBUG:..." to standard
 // output.
-inline std::atomic<bool> pppoeia_test_debug{false};
-
-namespace ia {
+inline std::atomic<bool> test_debug{false};
 
 // A copy of the record as it stands.
 customFormatTestData_t test_data();

@@ -69,3 +69,7 @@ int fe_pppoeia_fini() {
     release_bridges();
     return 0;
 }
+
+int fe_ppppoeia_conf_event(std::uint32_t) {
+    return 0;
+}

@@ -12,8 +12,8 @@ void print_debug(const char *function, const char *format, ...)
 }  // namespace ia
 
 // The arguments are not evaluated while the flag is off.
-#define IA_ID_DEBUG(...)                                                     \
-    do {                                                                     \
-        if (pppoeia_test_debug.load(std::memory_order_relaxed)) [[unlikely]] \
-            ia::print_debug(__func__, __VA_ARGS__);                          \
+#define IA_ID_DEBUG(...)                                                 \
+    do {                                                                 \
+        if (ia::test_debug.load(std::memory_order_relaxed)) [[unlikely]] \
+            ia::print_debug(__func__, __VA_ARGS__);                      \
     } while (false)

@@ -58,4 +58,33 @@ int fe_gen_circuit_id_by_intf_vlan(const char *bridge, unsigned port, unsigned s
                                    char *out);
 int fe_gen_remote_id_by_intf_vlan(const char *bridge, unsigned port, unsigned short vid, char *out);
 
+// A configuration event of the management process: nothing to do, always 0.
+int fe_ppppoeia_conf_event(std::uint32_t event);
+
+// --- diagnostics -----------------------------------------------------------
+// Each writes a report to the terminal device at `tty` (nowhere when empty) and
+// returns 0, or 1 without a word when there is no such bridge.
+
+// Formats, port-VLAN entries, subscriber equipment and VLANs of the bridge;
+// those of one port, or of all for port 0.
+int fe_pppoeia_dump(const char *bridge, std::uint32_t port, const char *tty);
+
+// The made-up subscriber that custom ID formats are tried with. The bridge does
+// not matter: always 0.
+int fe_pppoeia_test_dump(const char *bridge, const char *tty);
+
+// Changes one value of it. Keys: "pppoeiaTestSet" and one of Vlan, Cvid,
+// IntfId, Onu, Vgem, TContType (a decimal number; what is none counts as 0),
+// CustomCidStr, CustomRidStr (a format) and ClntMac ("11:22:33:44:55:66", any
+// separators; anything else is reported and not stored).
+int fe_pppoeia_test_set(const char *bridge, const char *key, const char *value, const char *tty);
+
+// Generates the ID that the made-up subscriber gets on this bridge. Commands
+// "pppoeiaTestRunCid" and "pppoeiaTestRunRid", modes "test" and "available" (as
+// the ID queries do it). 1 for any other mode.
+int fe_pppoeia_test_run(const char *bridge, const char *command, const char *mode, const char *tty);
+
+// Switches the step-by-step output of the ID generation.
+int fe_pppoeia_test_debug(const char *bridge, std::uint32_t on, const char *tty);
+
 #pragma GCC visibility pop

@@ -1,0 +1,187 @@
+// What a call of the client API costs: a setter's round trip through the engine
+// and the mirror, against a bare ping-pong of the same bytes on the same kind
+// of socket; and the time to provision a node's ports.
+//
+// Both servers are processes of their own, on one processor with the caller, as
+// a ping-pong across processors measures the wake-up of the other one.
+#include "client/dispatch/dispatch.h"
+#include "client/request.h"
+#include "node/ippc/ippc_server.h"
+#include "pppoeia/pppoeia.h"
+#include "tests/support/raw_socket.h"
+#include "tests/support/scripted_node.h"
+#include "tests/support/temp_dir.h"
+
+#include <sched.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <new>
+#include <vector>
+
+using namespace ia::test;
+
+namespace {
+
+constexpr const char *br = "br0";
+constexpr int rounds = 5;
+constexpr int calls = 20000;  // a round
+
+double us_since(std::chrono::steady_clock::time_point before) {
+    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - before)
+        .count();
+}
+
+void check(bool good, const char *what) {
+    if (good) return;
+    std::fprintf(stderr, "ippc_roundtrip: %s failed\n", what);
+    std::exit(1);
+}
+
+// A process that serves until it is ended with this object.
+class Child {
+public:
+    explicit Child(const std::function<void(int ready)> &serve) {
+        int ends[2];
+        check(pipe(ends) == 0, "pipe");
+        pid_ = fork();
+        if (pid_ == 0) {
+            serve(ends[1]);
+            _exit(0);
+        }
+        char byte = 0;
+        check(read(ends[0], &byte, 1) == 1, "the server's start");
+        close(ends[0]);
+        close(ends[1]);
+    }
+    ~Child() {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+    }
+    Child(const Child &) = delete;
+    Child &operator=(const Child &) = delete;
+
+private:
+    pid_t pid_;
+};
+
+void say_ready(int ready) {
+    check(write(ready, "r", 1) == 1, "the start");
+}
+
+void serve_engine(const std::string &path, std::atomic<long> &requests, int ready) {
+    reset_node();
+    const ia::node::IppcServer server(
+        path,
+        [&](const ia::platform::IppcRequest &request, ia::platform::IppcAnswer &answer) {
+            ++requests;
+            return ia::dispatch(request, answer);
+        },
+        ia::warn_ippc);
+    say_ready(ready);
+    pause();
+}
+
+void serve_bare(const std::string &path, const Bytes &reply, int ready) {
+    const int listener = socket(AF_UNIX, SOCK_SEQPACKET, 0);
+    const sockaddr_un address = unix_address(path);
+    check(bind(listener, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0 &&
+              listen(listener, 1) == 0,
+          "the bare server");
+    say_ready(ready);
+    const int client = accept(listener, nullptr, nullptr);
+    Bytes buffer(4096);
+    while (recv(client, buffer.data(), buffer.size(), 0) > 0)
+        send(client, reply.data(), reply.size(), 0);
+}
+
+// Median of the rounds' mean times; the two take turns.
+struct Times {
+    double call;
+    double bare;
+};
+
+Times measure(const std::function<void()> &call, const std::function<void()> &bare) {
+    std::vector<double> call_us;
+    std::vector<double> bare_us;
+    for (int round = 0; round < rounds; ++round) {
+        auto before = std::chrono::steady_clock::now();
+        for (int i = 0; i < calls; ++i) call();
+        call_us.push_back(us_since(before) / calls);
+        before = std::chrono::steady_clock::now();
+        for (int i = 0; i < calls; ++i) bare();
+        bare_us.push_back(us_since(before) / calls);
+    }
+    std::ranges::sort(call_us);
+    std::ranges::sort(bare_us);
+    return {call_us[rounds / 2], bare_us[rounds / 2]};
+}
+
+void provision(std::uint32_t ports) {
+    pppoeia_port_info info{};
+    std::memcpy(info.intf_type, "eth", 4);
+    for (std::uint32_t port = 1; port <= ports; ++port) {
+        check(pppoeia_port_add(br, port, "dev", "1/1/1", &info) == 0, "port add");
+        check(pppoeia_port_state_set(br, port, PPPOEIA_PORT_CLIENT) == 0, "state");
+        check(pppoeia_port_trust_set(br, port, PPPOEIA_PORT_UNTRUSTED) == 0, "trust");
+        check(pppoeia_circuit_id_format_port_vlan_set(br, port, 100, "$PORT-$VLAN") == 0, "format");
+    }
+}
+
+void pin() {
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
+    sched_setaffinity(0, sizeof one, &one);
+}
+
+}  // namespace
+
+int main() {
+    pin();
+    const TempDir dir;
+    const std::string engine_path = dir / "main";
+    const std::string bare_path = dir / "bare";
+    void *shared = mmap(nullptr, sizeof(std::atomic<long>), PROT_READ | PROT_WRITE,
+                        MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    check(shared != MAP_FAILED, "mmap");
+    auto &requests = *new (shared) std::atomic<long>{0};
+    const Child engine([&](int ready) { serve_engine(engine_path, requests, ready); });
+    const Child bare([&](int ready) { serve_bare(bare_path, hex("0102 0000 00000000"), ready); });
+    const RawSocket bare_client(bare_path);
+    ia::engine_path = engine_path.c_str();
+
+    constexpr std::uint32_t ports = 1000;
+    check(pppoeia_init() == 0 && pppoeia_bridge_add(br, ports + 1) == 0, "the bridge");
+    long before_requests = requests;
+    const auto before = std::chrono::steady_clock::now();
+    provision(ports);
+    const double provisioned_ms = us_since(before) / 1000;
+    const double per_operation = static_cast<double>(requests - before_requests) / (4.0 * ports);
+
+    // The same bytes as the setter's request.
+    const Bytes request =
+        hex("0101 0300 1f000000 0000 0000 04000000 'br0' 00 0400 0000 04000000 01000000"
+            "0400 0000 04000000 01000000");
+    char buffer[64];
+    const Times times = measure(
+        [] { check(pppoeia_port_state_set(br, 1, PPPOEIA_PORT_CLIENT) == 0, "the setter"); },
+        [&] {
+            check(send(bare_client.fd(), request.data(), request.size(), 0) > 0 &&
+                      recv(bare_client.fd(), buffer, sizeof buffer, 0) > 0,
+                  "the ping-pong");
+        });
+    std::printf("setter, engine and store   %6.2f us\n", times.call);
+    std::printf("bare ping-pong             %6.2f us\n", times.bare);
+    std::printf("ratio                      %6.2f\n", times.call / times.bare);
+    std::printf("1,000 ports, 4 calls each  %6.1f ms\n", provisioned_ms);
+    std::printf("requests per operation     %6.2f\n", per_operation);
+}

@@ -1,0 +1,168 @@
+#include "client/dispatch/dispatch.h"
+
+#include "client/operations.h"
+#include "client/wire.h"
+#include "fe/base/trace.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+namespace ia {
+
+namespace {
+
+using platform::IppcAnswer;
+using platform::IppcParam;
+using platform::IppcRequest;
+
+bool refuse_param(const IppcRequest &request, std::size_t index, const char *what) {
+    pppoeia_log(4, "ippc: refused function %u: parameter %zu %s", request.function, index, what);
+    return false;
+}
+
+// Whether a parameter is of the kind that an argument needs: direction, code,
+// length, and a text's end.
+bool check_param(const IppcRequest &request, std::size_t index, int code, int direction) {
+    const IppcParam &param = request.params[index];
+    const std::span<const std::uint8_t> bytes = param.bytes;
+    if (param.direction != direction) return refuse_param(request, index, "has a wrong direction");
+    if (param.code != code) return refuse_param(request, index, "has a wrong type-size code");
+    if (direction == IPPC_OUTPUT)
+        return bytes.empty() || refuse_param(request, index, "is an output and has bytes");
+    if (code != IPPC_TEXT)
+        return bytes.size() == param.code || refuse_param(request, index, "has a wrong length");
+    const auto end = std::ranges::find(bytes, std::uint8_t{0});
+    if (end == bytes.end()) return refuse_param(request, index, "has no terminator");
+    return end + 1 == bytes.end() || refuse_param(request, index, "goes on behind its terminator");
+}
+
+// An argument while its operation runs: of a number or a block by value, ...
+template <class Argument>
+struct Slot {
+    void load(std::span<const std::uint8_t> bytes) {
+        value = wire::decode<Argument>(bytes.first<sizeof(Argument)>());
+    }
+    Argument argument() { return value; }
+    void answer(IppcAnswer &) const {}
+
+    Argument value;
+};
+
+// ... of a block by pointer, ...
+template <class Block>
+struct Slot<const Block *> : Slot<Block> {
+    const Block *argument() { return &this->value; }
+};
+
+// ... of a text, which stays in the request, ...
+template <>
+struct Slot<const char *> {
+    void load(std::span<const std::uint8_t> bytes) {
+        value = reinterpret_cast<const char *>(bytes.data());
+    }
+    const char *argument() const { return value; }
+    void answer(IppcAnswer &) const {}
+
+    const char *value;
+};
+
+// ... and of what the operation fills.
+template <class Block>
+struct Slot<Block *> {
+    void load(std::span<const std::uint8_t>) {}
+    Block *argument() { return &value; }
+    void answer(IppcAnswer &answer) const {
+        platform::IppcOutput &output = answer.output[answer.outputs++];
+        output.code = output.size = sizeof(Block);
+        static_assert(sizeof(Block) <= sizeof output.bytes);
+        std::ranges::copy(wire::encode(value), output.bytes.begin());
+    }
+
+    Block value{};
+};
+
+template <>
+struct Slot<char *> {
+    void load(std::span<const std::uint8_t>) {}
+    char *argument() { return text; }
+    void answer(IppcAnswer &answer) const {
+        platform::IppcOutput &output = answer.output[answer.outputs++];
+        output.code = IPPC_TEXT;
+        output.size = static_cast<std::uint16_t>(strnlen(text, sizeof text - 1) + 1);
+        std::memcpy(output.bytes.data(), text, output.size);
+    }
+
+    char text[platform::ippc_max_output] = "";
+};
+static_assert(platform::ippc_max_output >= PPPOEIA_ID_SIZE);
+
+// Runs one engine operation with a request's parameters.
+template <auto Engine, class... Arguments, std::size_t... Index>
+bool run_with(const IppcRequest &request, IppcAnswer &answer, int (*)(Arguments...),
+              std::index_sequence<Index...>) {
+    if (request.params.size() != sizeof...(Arguments)) {
+        pppoeia_log(4, "ippc: refused function %u: %zu parameters instead of %zu", request.function,
+                    request.params.size(), sizeof...(Arguments));
+        return false;
+    }
+    if (!(check_param(request, Index, wire::code<Arguments>, wire::direction<Arguments>) && ...))
+        return false;
+    std::tuple<Slot<Arguments>...> slots;
+    (std::get<Index>(slots).load(request.params[Index].bytes), ...);
+    answer.result = Engine(std::get<Index>(slots).argument()...);
+    if (answer.result == 0) (std::get<Index>(slots).answer(answer), ...);
+    return true;
+}
+
+template <class Signature>
+struct arity;
+template <class... Arguments>
+struct arity<int (*)(Arguments...)> : std::index_sequence_for<Arguments...> {
+    using indexes = std::index_sequence_for<Arguments...>;
+};
+
+using Handler = bool (*)(const IppcRequest &, IppcAnswer &);
+
+template <class Row>
+bool run(const IppcRequest &request, IppcAnswer &answer) {
+    using Signature = std::remove_const_t<decltype(Row::engine)>;
+    return run_with<Row::engine>(request, answer, Row::engine,
+                                 typename arity<Signature>::indexes{});
+}
+
+// The handlers by function id; ids that are not used have none.
+template <class... Rows>
+constexpr auto make_handlers(operation_table<Rows...>) {
+    std::array<Handler, std::max({Rows::id...}) + 1> by_id{};
+    ((by_id[Rows::id] = run<Rows>), ...);
+    return by_id;
+}
+
+template <class... Rows>
+constexpr bool ids_ascend(operation_table<Rows...>) {
+    constexpr std::array ids{Rows::id...};
+    return std::ranges::is_sorted(ids, std::ranges::less_equal{});
+}
+
+constexpr auto handlers = make_handlers(operations{});
+static_assert(ids_ascend(operations{}), "an id is used twice, or the rows are out of order");
+
+}  // namespace
+
+bool dispatch(const platform::IppcRequest &request, platform::IppcAnswer &answer) {
+    const Handler handler =
+        request.function < handlers.size() ? handlers[request.function] : nullptr;
+    if (handler) return handler(request, answer);
+    pppoeia_log(4, "ippc: refused function %u: there is none", request.function);
+    return false;
+}
+
+void warn_ippc(const std::string &text) {
+    pppoeia_log(4, "%s", text.c_str());
+}
+
+}  // namespace ia

@@ -1,0 +1,76 @@
+// Building and making one call to the engine.
+#pragma once
+
+#include "client/operations.h"
+#include "client/wire.h"
+#include "platform/ippc.h"
+
+#include <cstdint>
+#include <memory>
+#include <type_traits>
+
+namespace ia {
+
+// Where the engine is reached. Tests use a path of their own.
+inline constexpr const char *engine_default_path = "/var/run/pppoeia_fe_main";
+inline constinit const char *engine_path = engine_default_path;
+
+// What a client function returns, when it is not the engine's or the store's
+// result.
+enum client_result : int {
+    CLIENT_OK = 0,
+    CLIENT_NULL_ARGUMENT = 2,
+    CLIENT_IPPC_FAILED = 4,
+};
+
+// A request whose parameters are added in their order. The first one that
+// cannot be added decides the call's result, and no further one is looked at.
+struct request {
+    request(std::uint32_t id, int params);
+
+    std::unique_ptr<ippcFuncData, decltype(&ippcFuncDataDestroy)> handle;
+    int next_index = 0;
+    int failure = CLIENT_OK;
+};
+
+// Adds a parameter at an address; null is reported on standard output.
+void add_parameter(request &call, int code, int direction, void *address);
+
+// An argument of an operation as the next parameter.
+template <class Argument>
+void add(request &call, Argument argument) {
+    constexpr int code = wire::code<Argument>;
+    constexpr int direction = wire::direction<Argument>;
+    if constexpr (!std::is_pointer_v<Argument>) {
+        auto bytes = wire::encode(argument);
+        add_parameter(call, code, direction, bytes.data());
+    } else if constexpr (direction == IPPC_OUTPUT) {
+        static_assert(wire::is_text<Argument> || std::is_same_v<Argument, pppoeia_stats *>);
+        add_parameter(call, code, direction, argument);
+    } else if constexpr (wire::is_text<Argument>) {
+        add_parameter(call, code, direction, const_cast<char *>(argument));
+    } else if (!argument) {
+        add_parameter(call, code, direction, nullptr);
+    } else {
+        add(call, *argument);
+    }
+}
+
+// Sends the request. Returns the engine's result, or why there is none.
+int ask_engine(request &call);
+
+// The whole of a client function: the engine first, then this process's store.
+template <auto Client, class... Arguments>
+int call(Arguments... arguments) {
+    using Row = operation_of<Client>;
+    static_assert(std::is_same_v<int (*)(Arguments...), decltype(Client)>);
+    request sent(Row::id, sizeof...(Arguments));
+    (add(sent, arguments), ...);
+    const int result = ask_engine(sent);
+    if constexpr (Row::mirrored)
+        return result == 0 ? Row::mirror(arguments...) : result;
+    else
+        return result;
+}
+
+}  // namespace ia

@@ -1,0 +1,105 @@
+// How the operations' arguments travel as parameters.
+//
+// Numbers and blocks are little-endian, field by field, as their records lay
+// them out; texts go with their terminator. What a function takes by const
+// pointer is sent, what it takes by pointer is handed back.
+#pragma once
+
+#include "platform/ippc.h"
+#include "pppoeia/records.h"
+
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <type_traits>
+
+namespace ia::wire {
+
+// The fields of each block, said once for both ways.
+template <class Block, class Visit>
+constexpr void fields(Block &block, Visit &&visit) {
+    using Plain = std::remove_const_t<Block>;
+    if constexpr (std::same_as<Plain, pppoeia_mac>) {
+        visit(block.bytes);
+    } else if constexpr (std::same_as<Plain, pppoeia_port_location>) {
+        visit(block.panel, block.value, block.padding, block.panel_validity, block.port,
+              block.onu_or_pvc, block.gem);
+    } else if constexpr (std::same_as<Plain, pppoeia_port_info>) {
+        visit(block.parent_id, block.intf_type, block.intf_kind);
+        fields(block.location, visit);
+    } else if constexpr (std::same_as<Plain, pppoeia_stats>) {
+        visit(block.padi, block.padr, block.pado, block.pads, block.padt, block.dropped,
+              block.unknown_code, block.truncated, block.bypassed);
+    } else {
+        static_assert(std::integral<Plain>);
+        visit(block);
+    }
+}
+
+// A block as it travels. Its size is its type-size code.
+template <class Value>
+using Block = std::array<std::uint8_t, sizeof(Value)>;
+
+template <class Value>
+consteval bool every_byte_is_a_fields() {
+    Value value{};
+    std::size_t bytes = 0;
+    fields(value, [&](const auto &...field) { bytes += (sizeof field + ...); });
+    return bytes == sizeof(Value);
+}
+
+template <class Value>
+Block<Value> encode(const Value &value) {
+    static_assert(every_byte_is_a_fields<Value>());
+    Block<Value> bytes;
+    std::size_t at = 0;
+    const auto put = [&]<class Field>(const Field &field) {
+        if constexpr (std::is_array_v<Field>) {
+            for (const auto byte : field) bytes[at++] = static_cast<std::uint8_t>(byte);
+        } else {
+            for (std::size_t i = 0; i < sizeof field; ++i)
+                bytes[at++] = static_cast<std::uint8_t>(
+                    static_cast<std::make_unsigned_t<Field>>(field) >> 8 * i);
+        }
+    };
+    fields(value, [&](const auto &...field) { (put(field), ...); });
+    return bytes;
+}
+
+template <class Value>
+Value decode(std::span<const std::uint8_t, sizeof(Value)> bytes) {
+    Value value;
+    std::size_t at = 0;
+    const auto take = [&]<class Field>(Field &field) {
+        if constexpr (std::is_array_v<Field>) {
+            for (auto &byte : field) byte = static_cast<std::remove_extent_t<Field>>(bytes[at++]);
+        } else {
+            std::make_unsigned_t<Field> number = 0;
+            for (std::size_t i = 0; i < sizeof field; ++i)
+                number = static_cast<std::make_unsigned_t<Field>>(
+                    number | static_cast<std::make_unsigned_t<Field>>(bytes[at++]) << 8 * i);
+            field = static_cast<Field>(number);
+        }
+    };
+    fields(value, [&](auto &...field) { (take(field), ...); });
+    return value;
+}
+
+// A parameter's direction and type-size code, from its argument's type.
+template <class Argument>
+inline constexpr bool is_text =
+    std::same_as<std::remove_const_t<std::remove_pointer_t<Argument>>, char>;
+
+template <class Argument>
+inline constexpr int direction =
+    std::is_pointer_v<Argument> && !std::is_const_v<std::remove_pointer_t<Argument>> ? IPPC_OUTPUT
+                                                                                     : IPPC_INPUT;
+
+template <class Argument>
+inline constexpr int code = is_text<Argument>
+                                ? IPPC_TEXT
+                                : static_cast<int>(sizeof(std::remove_pointer_t<Argument>));
+
+}  // namespace ia::wire

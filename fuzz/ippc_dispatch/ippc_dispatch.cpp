@@ -1,0 +1,53 @@
+// Any bytes as a request to a running engine. Start it with the folder `seeds`.
+#include "client/dispatch/dispatch.h"
+#include "node/ippc/message.h"
+#include "pppoeia/pppoeia.h"
+#include "tests/support/scripted_node.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+
+// In place of the engine's: what a fuzzer names as a terminal stays untouched.
+void pppoeia_send_stream_to_tty(const std::ostringstream &text, const std::string &) {
+    if (text.str().size() > 100'000'000) std::abort();
+}
+
+namespace {
+
+void start_engine() {
+    const pppoeia_port_info info{1, "eth", 9, {}};
+    fe_pppoeia_init();
+    fe_pppoeia_bridge_add("br0", 8);
+    cache_pppoeia_port_add("br0", 1, "dev1", "1/1/1", &info);
+}
+
+bool started() {
+    char vendor[PPPOEIA_VENDOR_SIZE];
+    return cache_pppoeia_bridge_vendor_get("br0", vendor) == 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+    ia::test::reset_node();
+    cache_pppoeia_log_level_set(-1);
+    start_engine();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    ia::node::Message message;
+    if (ia::node::read_message({data, size}, message)) return 0;
+    ia::platform::IppcAnswer answer;
+    if (!ia::dispatch({message.word, message.params()}, answer)) return 0;
+
+    // What was run has an answer that fits the channel.
+    if (answer.outputs > answer.output.size()) std::abort();
+    for (std::size_t i = 0; i < answer.outputs; ++i)
+        if (answer.output[i].size > answer.output[i].bytes.size()) std::abort();
+    cache_pppoeia_log_level_set(-1);
+    if (!started()) start_engine();
+    return 0;
+}

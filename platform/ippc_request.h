@@ -1,0 +1,44 @@
+// A request as the server's process gets it from the IPPC library, and what it
+// answers.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+
+namespace ia::platform {
+
+inline constexpr std::size_t ippc_max_params = 8;   // of a request
+inline constexpr std::size_t ippc_max_output = 64;  // bytes that one parameter hands back
+
+struct IppcParam {
+    std::uint16_t code;                   // 0: text, else the block's size
+    std::uint16_t direction;              // 0: input, 1: output
+    std::span<const std::uint8_t> bytes;  // of an input, a text's with its terminator
+};
+
+// Lives as long as the dispatch of the request.
+struct IppcRequest {
+    std::uint32_t function;
+    std::span<const IppcParam> params;
+};
+
+struct IppcOutput {
+    std::uint16_t code;
+    std::uint16_t size;  // bytes used
+    std::array<std::uint8_t, ippc_max_output> bytes;
+};
+
+struct IppcAnswer {
+    std::int32_t result = 0;
+    std::size_t outputs = 0;  // how many of `output`, in index order
+    std::array<IppcOutput, ippc_max_params> output;
+};
+
+// Runs the function asked for. False refuses the request, having changed
+// nothing: the caller gets an error instead of a result.
+using IppcDispatch = std::function<bool(const IppcRequest &, IppcAnswer &)>;
+
+}  // namespace ia::platform

@@ -1,0 +1,82 @@
+#include "tests/client/engine_process.h"
+
+#include "client/dispatch/dispatch.h"
+#include "node/ippc/ippc_server.h"
+#include "pppoeia/fe.h"
+#include "tests/support/scripted_node.h"
+
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <array>
+#include <stdexcept>
+
+namespace ia::test {
+
+namespace {
+
+// The child is a copy: functions are where they are in the parent.
+void run_engine(const std::string &path, int control) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    reset_node();
+    {
+        const node::IppcServer server(path, dispatch, warn_ippc);
+        EngineProcess::Look what = nullptr;
+        send(control, "ready", 5, 0);
+        while (recv(control, &what, sizeof what, 0) == sizeof what) {
+            const std::string said = what() + "\n";
+            send(control, said.data(), said.size(), 0);
+        }
+    }
+    fe_pppoeia_fini();
+}
+
+std::string receive_text(int control) {
+    std::array<char, 4096> text;
+    const ssize_t length = recv(control, text.data(), text.size(), 0);
+    if (length <= 0) throw std::runtime_error("the engine's process is gone");
+    return {text.data(), static_cast<std::size_t>(length)};
+}
+
+}  // namespace
+
+EngineProcess::EngineProcess(const std::string &path) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
+        throw std::runtime_error("no socket pair");
+    pid_ = fork();
+    if (pid_ == 0) {
+        close(ends[0]);
+        run_engine(path, ends[1]);
+        _exit(0);
+    }
+    close(ends[1]);
+    control_ = ends[0];
+    receive_text(control_);
+}
+
+EngineProcess::~EngineProcess() {
+    close(control_);
+    if (pid_ > 0) waitpid(pid_, nullptr, 0);
+}
+
+std::string EngineProcess::look(Look what) {
+    send(control_, &what, sizeof what, MSG_NOSIGNAL);
+    std::string said = receive_text(control_);
+    said.pop_back();
+    return said;
+}
+
+void EngineProcess::signal(int number) const {
+    ::kill(pid_, number);
+}
+
+void EngineProcess::kill() {
+    signal(SIGKILL);
+    waitpid(pid_, nullptr, 0);
+    pid_ = 0;
+}
+
+}  // namespace ia::test

@@ -1,0 +1,29 @@
+// The engine in a process of its own, on the scripted node, served at a path.
+#pragma once
+
+#include <sys/types.h>
+#include <string>
+
+namespace ia::test {
+
+class EngineProcess {
+public:
+    // Forks, so the caller has no other threads yet. Returns once it serves.
+    explicit EngineProcess(const std::string &path);
+    ~EngineProcess();  // ends it in good order
+    EngineProcess(const EngineProcess &) = delete;
+    EngineProcess &operator=(const EngineProcess &) = delete;
+
+    // Runs a function in the engine's process and hands back what it says.
+    using Look = std::string (*)();
+    std::string look(Look what);
+
+    void signal(int number) const;
+    void kill();  // at once, without any order
+
+private:
+    pid_t pid_ = 0;
+    int control_ = -1;
+};
+
+}  // namespace ia::test
