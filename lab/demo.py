@@ -1,15 +1,16 @@
-"""One client through the engine, step by step. Run by scripts/demo."""
+"""One client through the agent, step by step. Run by scripts/demo."""
 
 import sys
 import time
 
 from lab import decode, frames, isolation, netns, node
+from lab.agent import counters, missing_programs
 from lab.processes import WaitFailed
-from lab.topology import ACCESS_CONCENTRATOR, Lab, programs
+from lab.topology import ACCESS_CONCENTRATOR, Lab
 
 PICTURE = """
   sub1 ----+                            sub1, sub2: subscribers
-           +---- br0 (node) ---- bng    br0: the node's bridge, with the engine
+           +---- br0 (node) ---- bng    br0: the node's bridge, with the agent
   sub2 ----+                            bng: pppoe-server
 """
 
@@ -49,10 +50,10 @@ def demonstrate(lab):
     say(PICTURE, 0)
     lab.start_server()
 
-    section("The engine")
+    section("The agent")
     begin = time.monotonic()
     lab.start_engine()
-    say(f"pppoeia-fe, process {lab.engine.pid}, ready after {time.monotonic() - begin:.2f} s")
+    say(f"pppoeia-fe and pppoeia-mgmt, ready after {time.monotonic() - begin:.2f} s")
 
     section("The client looks for a concentrator")
     client, server = lab.wire("sub1", outgoing=True), lab.wire("bng", outgoing=True)
@@ -73,7 +74,13 @@ def demonstrate(lab):
     offer = show("PADO, as the client received it", lab, client, frames.PADO)
     expect(not offer.marks, "the PADO still holds a Vendor-Specific tag")
 
-    section("The engine stops")
+    section("What the agent counted")
+    say("$ pppoeiactl stats")
+    say(lab.control("stats")[1])
+    counted = counters(lab)
+    expect((counted["PADI"], counted["PADO"]) == (1, 1), "not one PADI and one PADO were counted")
+
+    section("The agent stops")
     status, seconds = lab.stop_engine()
     say(f"status {status} after {seconds:.2f} s")
     expect(status == 0, f"the engine ended with status {status}:\n{lab.engine.output()}")
@@ -81,9 +88,7 @@ def demonstrate(lab):
 
 def main():
     if not isolation.inside():
-        lacking = isolation.missing()
-        if not (programs() / "pppoeia-fe").exists():
-            lacking.append(f"{programs() / 'pppoeia-fe'}")
+        lacking = isolation.missing() + missing_programs()
         if lacking:
             sys.exit(f"demo: failed: needs {', '.join(lacking)}")
         sys.exit(isolation.isolated(["-m", "lab.demo"]))
