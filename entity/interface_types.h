@@ -28,15 +28,9 @@ constexpr InterfaceTypeFacts subscriber_side(const char *name, std::uint32_t kin
 
 // In the order of Interfaces::interfaceType.
 inline constexpr InterfaceTypeFacts interface_types[] = {
-    network_side("eth", 1),
-    subscriber_side("dsl", 2),
-    subscriber_side("atm", 3, true),
-    subscriber_side("olt", 6),
-    subscriber_side("onu", 7, true),
-    subscriber_side("gem", 8, true),
-    subscriber_side("mng", 4),
-    network_side("lag", 5),
-    subscriber_side("eth", 9),
+    network_side("eth", 1),    subscriber_side("dsl", 2),       subscriber_side("atm", 3, true),
+    subscriber_side("olt", 6), subscriber_side("onu", 7, true), subscriber_side("gem", 8, true),
+    subscriber_side("mng", 4), network_side("lag", 5),          subscriber_side("eth", 9),
 };
 static_assert(std::size(interface_types) == Interfaces::interfaceTypeAccess + 1);
 

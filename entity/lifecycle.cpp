@@ -150,12 +150,24 @@ void pppoeia::getDependencies(std::list<std::string> &names) {
     names.assign({Interfaces::instance().entityName()});
 }
 
-void pppoeia::configurationApplyStart() { ppppoeia_conf_event(0); }
-void pppoeia::configurationApplyStop() { ppppoeia_conf_event(1); }
-void pppoeia::clearConfigStart() { ppppoeia_conf_event(2); }
-void pppoeia::clearConfigStop() { ppppoeia_conf_event(3); }
-void pppoeia::saveConfigStart() { ppppoeia_conf_event(4); }
-void pppoeia::saveConfigStop() { ppppoeia_conf_event(5); }
+void pppoeia::configurationApplyStart() {
+    ppppoeia_conf_event(0);
+}
+void pppoeia::configurationApplyStop() {
+    ppppoeia_conf_event(1);
+}
+void pppoeia::clearConfigStart() {
+    ppppoeia_conf_event(2);
+}
+void pppoeia::clearConfigStop() {
+    ppppoeia_conf_event(3);
+}
+void pppoeia::saveConfigStart() {
+    ppppoeia_conf_event(4);
+}
+void pppoeia::saveConfigStop() {
+    ppppoeia_conf_event(5);
+}
 
 pppoeia::settings_t::settings_t() {
     std::list<Interfaces::Interface> known;

@@ -1,8 +1,8 @@
 // Bridges, ports and VLANs as the node announces them.
 #include "entity/interface_types.h"
 #include "entity/operation.h"
-#include "entity/pppoeia.h"
 #include "entity/port_location.h"
+#include "entity/pppoeia.h"
 #include "platform/bll/sysInfo.h"
 #include "pppoeia/client.h"
 
@@ -142,7 +142,9 @@ int pppoeia::clearPortVlan(unsigned int ifIndex) {
     return change(clear_port_vlan, m_default_bridge_name, ifIndex);
 }
 
-int pppoeia::clearVlan() { return change(clear_vlan, m_default_bridge_name); }
+int pppoeia::clearVlan() {
+    return change(clear_vlan, m_default_bridge_name);
+}
 
 int pppoeia::profileModeChange(bool) const {
     return change(clear_port_vlan_all, m_default_bridge_name);

@@ -102,7 +102,8 @@ bool pppoeia::GPONGemEvent(int ifIndex, int parentIfIndex, int gemId,
     }
     pppoeia_port_location location;
     if (!location_of(id, location)) {
-        log_line(log_error, "GPONGemEvent:interfaceSlotPortIntfGet failed for intf=", ifIndex, "\n");
+        log_line(log_error, "GPONGemEvent:interfaceSlotPortIntfGet failed for intf=", ifIndex,
+                 "\n");
         return false;
     }
     if (pppoeia_port_name_update(m_default_bridge_name, id, name.c_str(), &location) != 0)

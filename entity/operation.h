@@ -25,7 +25,9 @@ void log_line(int level, const Pieces &...pieces) {
     (log.write(pieces), ...);
 }
 
-inline int entity_result(int call_result) { return call_result == 0 ? succeeded : failed; }
+inline int entity_result(int call_result) {
+    return call_result == 0 ? succeeded : failed;
+}
 
 // Runs `work`, which returns an entity result, under the lock.
 template <class Lock, class Work>

@@ -29,11 +29,11 @@
 class pppoeia : public BLEntity, public singleton<pppoeia> {
 public:
     // The numbers are the store's.
-    enum interfaceState_t : std::uint32_t {};     // pppoeia_port_state
-    enum interfaceMode_t : std::uint32_t {};      // pppoeia_port_trust
-    enum vsaMode_t : std::uint32_t {};            // pppoeia_vsa_mode
-    enum vsaCircuitIdMode_t : std::uint32_t {};   // pppoeia_cid_mode, always set
-    enum pppoeiaLoggingLevel : std::int32_t {};   // the trace level
+    enum interfaceState_t : std::uint32_t {};    // pppoeia_port_state
+    enum interfaceMode_t : std::uint32_t {};     // pppoeia_port_trust
+    enum vsaMode_t : std::uint32_t {};           // pppoeia_vsa_mode
+    enum vsaCircuitIdMode_t : std::uint32_t {};  // pppoeia_cid_mode, always set
+    enum pppoeiaLoggingLevel : std::int32_t {};  // the trace level
 
     struct vlanInfo_t {
         std::uint16_t vlanId = 0;

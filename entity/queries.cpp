@@ -78,7 +78,9 @@ int pppoeia::getGlobalStatistics(pppoeia_stats &stats) const {
     return ask(pppoeia_bridge_stats_get, bridge, &stats);
 }
 
-int pppoeia::resetGlobalStatistics() const { return ask(pppoeia_bridge_stats_reset, bridge); }
+int pppoeia::resetGlobalStatistics() const {
+    return ask(pppoeia_bridge_stats_reset, bridge);
+}
 
 int pppoeia::getInterfaceStatistics(unsigned int ifIndex, pppoeia_stats &stats) const {
     return shared([&] {

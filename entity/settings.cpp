@@ -20,12 +20,16 @@ std::uint32_t trust_of(pppoeia::interfaceMode_t mode) {
 
 // --- of the bridge and the process ---------------------------------------------
 
-int pppoeia::setState(bool state) { return change(pppoeia_bridge_state_set, bridge, state); }
+int pppoeia::setState(bool state) {
+    return change(pppoeia_bridge_state_set, bridge, state);
+}
 int pppoeia::getState(bool &state) const {
     return read_number(state, pppoeia_bridge_state_get, bridge);
 }
 
-int pppoeia::setDebug(bool debug) { return change(pppoeia_bridge_debug_set, bridge, debug); }
+int pppoeia::setDebug(bool debug) {
+    return change(pppoeia_bridge_debug_set, bridge, debug);
+}
 int pppoeia::getDebug(bool &debug) const {
     return read_number(debug, pppoeia_bridge_debug_get, bridge);
 }
@@ -60,7 +64,9 @@ int pppoeia::setChassisId(int chassisId) {
     return change(pppoeia_bridge_chassis_id_set, bridge, static_cast<std::uint32_t>(chassisId));
 }
 
-int pppoeia::setVsaMode(vsaMode_t mode) { return change(pppoeia_bridge_vsa_mode_set, bridge, mode); }
+int pppoeia::setVsaMode(vsaMode_t mode) {
+    return change(pppoeia_bridge_vsa_mode_set, bridge, mode);
+}
 int pppoeia::getVsaMode(vsaMode_t &mode) const {
     return read_number(mode, pppoeia_bridge_vsa_mode_get, bridge);
 }

@@ -24,6 +24,7 @@ PROGRAMS = {
     "pppoe-server": "pppoe",
     "pppoe": "pppoe",
     "pppoe-discovery": "ppp",
+    "rpcbind": "rpcbind",
     "tshark": "tshark",
 }
 

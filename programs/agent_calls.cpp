@@ -7,7 +7,9 @@ namespace ia {
 
 namespace {
 
-pppoeia &agent() { return pppoeia::instance(); }
+pppoeia &agent() {
+    return pppoeia::instance();
+}
 
 template <class... What>
 void expect(bool done, const What &...what) {
@@ -19,13 +21,17 @@ void expect(bool done, const What &...what) {
 
 }  // namespace
 
-void AgentCalls::setSystemContact(const std::string &contact) { agent().setSystemContact(contact); }
+void AgentCalls::setSystemContact(const std::string &contact) {
+    agent().setSystemContact(contact);
+}
 
 void AgentCalls::setSystemLocation(const std::string &location) {
     agent().setSystemLocation(location);
 }
 
-void AgentCalls::setSystemName(const std::string &name) { agent().setSystemName(name); }
+void AgentCalls::setSystemName(const std::string &name) {
+    agent().setSystemName(name);
+}
 
 void AgentCalls::setIntfDescr(unsigned int ifIndex, const std::string &description) {
     agent().setIntfDescr(ifIndex, description);
@@ -39,7 +45,9 @@ void AgentCalls::notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigne
     agent().notifyPvcChange(ifIndex, vpi, vci);
 }
 
-void AgentCalls::profileModeChange(bool profile_mode) { agent().profileModeChange(profile_mode); }
+void AgentCalls::profileModeChange(bool profile_mode) {
+    agent().profileModeChange(profile_mode);
+}
 
 void AgentCalls::setState(bool enabled) {
     expect(agent().setState(enabled) == 0, "the state of the bridge");

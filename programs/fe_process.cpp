@@ -9,13 +9,12 @@
 #include "programs/command_line.h"
 #include "programs/process.h"
 #include "programs/sd_notify.h"
+#include "programs/sockets.h"
 #include "programs/stop_signals.h"
 
 namespace ia {
 
 namespace {
-
-constexpr char engine_socket[] = "/var/run/pppoeia_fe_main";
 
 // The bridges that are left when the process ends.
 struct Bridges {

@@ -12,19 +12,20 @@ class StopSignals {
 public:
     StopSignals() {
         sigemptyset(&signals_);
-        for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals_, signal);
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGUSR1}) sigaddset(&signals_, signal);
         pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
     }
 
     // Returns when SIGTERM or SIGINT has arrived, also if that was before the
-    // call. Each SIGHUP until then runs `reload`.
-    template <class Reload>
-    void wait(Reload reload) const {
+    // call. Each SIGHUP and SIGUSR1 until then is handed to `act`.
+    template <class Act>
+    void wait(Act act) const {
         int received = 0;
-        while (sigwait(&signals_, &received) == 0 && received == SIGHUP) reload();
+        while (sigwait(&signals_, &received) == 0 && received != SIGTERM && received != SIGINT)
+            act(received);
     }
     void wait() const {
-        wait([] {});
+        wait([](int) {});
     }
 
 private:

@@ -6,7 +6,9 @@
 
 namespace {
 
-pppoeia &agent() { return pppoeia::instance(); }
+pppoeia &agent() {
+    return pppoeia::instance();
+}
 
 // Requests are served one at a time, so one reply serves them all.
 rpcPppoeiaResult *answer(int result) {

@@ -30,7 +30,9 @@ struct Procedure {
 
 struct NoArguments {};
 
-bool_t xdr_no_arguments(XDR *, NoArguments *) { return TRUE; }
+bool_t xdr_no_arguments(XDR *, NoArguments *) {
+    return TRUE;
+}
 
 template <class Value>
 Value value_of(bool_t (*)(XDR *, Value *));
@@ -68,7 +70,10 @@ Reply *call(Reply *(*server)(First, Second, Third, svc_req *), Arguments &argume
 template <auto Server, auto Arguments, auto Reply>
 constexpr Procedure procedure(u_long number, bool changes) {
     using Values = decltype(value_of(Arguments));
-    return {number, erased<Arguments>, sizeof(Values), erased<Reply>,
+    return {number,
+            erased<Arguments>,
+            sizeof(Values),
+            erased<Reply>,
             [](void *values, svc_req *request) -> void * {
                 return call(Server, *static_cast<Values *>(values), request);
             },
@@ -135,14 +140,18 @@ constexpr std::size_t largest_arguments = [] {
     return largest;
 }();
 
+bool_t xdr_nothing(XDR *, ...) { return TRUE; }
+
 // The RPC library takes XDR routines of any arguments.
-xdrproc_t as_xdrproc(XdrRoutine routine) { return reinterpret_cast<xdrproc_t>(routine); }
+xdrproc_t as_xdrproc(XdrRoutine routine) {
+    return reinterpret_cast<xdrproc_t>(routine);
+}
 
 }  // namespace
 
 void dispatch(svc_req *request, SVCXPRT *transport) {
     if (request->rq_proc == NULLPROC) {
-        svc_sendreply(transport, reinterpret_cast<xdrproc_t>(xdr_void), nullptr);
+        svc_sendreply(transport, xdr_nothing, nullptr);
         return;
     }
     if (request->rq_proc > std::size(procedures)) {

@@ -13,12 +13,16 @@
 
 namespace {
 
-pppoeia &agent() { return pppoeia::instance(); }
+pppoeia &agent() {
+    return pppoeia::instance();
+}
 
 constexpr std::size_t format_max = RPC_PPPOEIA_FORMAT_SIZE - 1;
 
 // XDR writes through pointers to char that are not const.
-char *text_of(const std::string &text) { return const_cast<char *>(text.c_str()); }
+char *text_of(const std::string &text) {
+    return const_cast<char *>(text.c_str());
+}
 
 void copy_format(char (&field)[RPC_PPPOEIA_FORMAT_SIZE], const std::string &format) {
     const std::size_t length = std::min(format.size(), format_max);
@@ -49,7 +53,9 @@ rpcPppoeiaPortVlanInfo record_of(const pppoeia::portVlanInfo_t &info) {
     return record;
 }
 
-rpcPppoeiaVlanInfo record_of(const pppoeia::vlanInfo_t &info) { return {info.vlanId, info.state}; }
+rpcPppoeiaVlanInfo record_of(const pppoeia::vlanInfo_t &info) {
+    return {info.vlanId, info.state};
+}
 
 // A list reply and all that it points to.
 template <class Reply, class Record, class Info>
@@ -122,7 +128,8 @@ struct Settings {
 
 rpcResultPppoeiaInfo *rpc_pppoeia_get_info_1_svc(svc_req *) {
     static std::string shelf;
-    static rpcResultPppoeiaInfo reply{.shelfId = text_of(shelf)};
+    static rpcResultPppoeiaInfo reply;
+    reply.shelfId = text_of(shelf);
     Settings now{};
     if (!now.read()) {
         reply.result = RPC_PPPOEIA_FAILURE;
@@ -144,7 +151,8 @@ rpcResultPppoeiaInfo *rpc_pppoeia_get_info_1_svc(svc_req *) {
 }
 
 rpcResultPppoeiaIntfInfoList *rpc_pppoeia_get_interface_info_all_1_svc(svc_req *) {
-    static ListReply<rpcResultPppoeiaIntfInfoList, rpcPppoeiaIntfInfo, pppoeia::interfaceInfo_t> all;
+    static ListReply<rpcResultPppoeiaIntfInfoList, rpcPppoeiaIntfInfo, pppoeia::interfaceInfo_t>
+        all;
     std::list<pppoeia::interfaceInfo_t> infos;
     const int result = agent().getInterfaceInfo(infos, true);
     if (result == 0) all.infos.swap(infos);
@@ -153,7 +161,7 @@ rpcResultPppoeiaIntfInfoList *rpc_pppoeia_get_interface_info_all_1_svc(svc_req *
 
 rpcResultPppoeiaIntfInfo *rpc_pppoeia_get_interface_info_1_svc(u_int ifIndex, svc_req *) {
     static pppoeia::interfaceInfo_t kept;
-    static rpcResultPppoeiaIntfInfo reply{.info = record_of(kept)};
+    static rpcResultPppoeiaIntfInfo reply{record_of(kept), RPC_PPPOEIA_SUCCESS};
     pppoeia::interfaceInfo_t info;
     reply.result = rpcPppoeiaResult(agent().getInterfaceInfo(ifIndex, info));
     if (reply.result == RPC_PPPOEIA_SUCCESS) {
@@ -171,8 +179,7 @@ rpcResultPppoeiaVlanInfoList *rpc_pppoeia_get_vlan_info_all_1_svc(svc_req *) {
 rpcResultPppoeiaVlanInfo *rpc_pppoeia_get_vlan_info_1_svc(u_int vlanId, svc_req *) {
     static rpcResultPppoeiaVlanInfo reply;
     pppoeia::vlanInfo_t info;
-    reply.result =
-        rpcPppoeiaResult(agent().getVlanInfo(static_cast<unsigned short>(vlanId), info));
+    reply.result = rpcPppoeiaResult(agent().getVlanInfo(static_cast<unsigned short>(vlanId), info));
     if (reply.result == RPC_PPPOEIA_SUCCESS) reply.info = record_of(info);
     return &reply;
 }
