@@ -4,6 +4,7 @@
 //
 // Both servers are processes of their own, on one processor with the caller, as
 // a ping-pong across processors measures the wake-up of the other one.
+#include "bench/measure.h"
 #include "client/dispatch/dispatch.h"
 #include "client/request.h"
 #include "node/ippc/ippc_server.h"
@@ -17,7 +18,6 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -25,15 +25,13 @@
 #include <cstring>
 #include <functional>
 #include <new>
-#include <vector>
 
 using namespace ia::test;
 
 namespace {
 
 constexpr const char *br = "br0";
-constexpr int rounds = 5;
-constexpr int calls = 20000;  // a round
+constexpr int calls = 20000;  // a repetition
 
 double us_since(std::chrono::steady_clock::time_point before) {
     return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - before)
@@ -103,26 +101,28 @@ void serve_bare(const std::string &path, const Bytes &reply, int ready) {
         send(client, reply.data(), reply.size(), 0);
 }
 
-// Median of the rounds' mean times; the two take turns.
+// Mean times of a repetition's calls, us. The two take turns, so that what else
+// the machine does meets both.
 struct Times {
-    double call;
-    double bare;
+    ia::bench::Series call;
+    ia::bench::Series bare;
+    ia::bench::Series ratio;
 };
 
+double mean_us(const std::function<void()> &call) {
+    const auto before = std::chrono::steady_clock::now();
+    for (int i = 0; i < calls; ++i) call();
+    return us_since(before) / calls;
+}
+
 Times measure(const std::function<void()> &call, const std::function<void()> &bare) {
-    std::vector<double> call_us;
-    std::vector<double> bare_us;
-    for (int round = 0; round < rounds; ++round) {
-        auto before = std::chrono::steady_clock::now();
-        for (int i = 0; i < calls; ++i) call();
-        call_us.push_back(us_since(before) / calls);
-        before = std::chrono::steady_clock::now();
-        for (int i = 0; i < calls; ++i) bare();
-        bare_us.push_back(us_since(before) / calls);
+    Times times;
+    for (std::size_t i = 0; i < times.call.size(); ++i) {
+        times.call[i] = mean_us(call);
+        times.bare[i] = mean_us(bare);
+        times.ratio[i] = times.call[i] / times.bare[i];
     }
-    std::ranges::sort(call_us);
-    std::ranges::sort(bare_us);
-    return {call_us[rounds / 2], bare_us[rounds / 2]};
+    return times;
 }
 
 void provision(std::uint32_t ports) {
@@ -179,9 +179,13 @@ int main() {
                       recv(bare_client.fd(), buffer, sizeof buffer, 0) > 0,
                   "the ping-pong");
         });
-    std::printf("setter, engine and store   %6.2f us\n", times.call);
-    std::printf("bare ping-pong             %6.2f us\n", times.bare);
-    std::printf("ratio                      %6.2f\n", times.call / times.bare);
-    std::printf("1,000 ports, 4 calls each  %6.1f ms\n", provisioned_ms);
-    std::printf("requests per operation     %6.2f\n", per_operation);
+    using ia::bench::print_row;
+    using ia::bench::Series;
+    const auto once = [](double value) { return Series{value, value, value, value, value}; };
+    print_row("setter through engine and own store", "us", times.call);
+    print_row("bare ping-pong of the same bytes", "us", times.bare);
+    print_row("setter over ping-pong", "ratio", times.ratio, {ia::bench::Target::at_most, 1.5});
+    print_row("1,000 ports, four calls each", "ms", once(provisioned_ms));
+    print_row("requests of an operation", "requests", once(per_operation),
+              {ia::bench::Target::at_most, 1});
 }

@@ -12,8 +12,7 @@
 namespace ia {
 
 // Where the engine is reached. Tests use a path of their own.
-inline constexpr const char *engine_default_path = "/var/run/pppoeia_fe_main";
-inline constinit const char *engine_path = engine_default_path;
+inline constinit const char *engine_path = PPPOEIA_ENGINE_PATH;
 
 // What a client function returns, when it is not the engine's or the store's
 // result.

@@ -1,9 +1,8 @@
 // Client API: how a second process configures and queries the engine.
 //
-// Each change is asked of the engine (the process that serves
-// "/var/run/pppoeia_fe_main") and, once the engine has made it, repeated in
-// this process's own store. Reading never leaves the process. A function
-// returns
+// Each change is asked of the engine's process and, once the engine has made
+// it, repeated in this process's own store. Reading never leaves the process.
+// A function returns
 //   0   success
 //   2   a null argument, which is reported on standard output; nothing was sent
 //   4   the engine could not be reached, or did not answer within 5 seconds
@@ -16,6 +15,9 @@
 #pragma once
 
 #include "pppoeia/records.h"
+
+// Where the engine is reached.
+inline constexpr char PPPOEIA_ENGINE_PATH[] = "/var/run/pppoeia_fe_main";
 
 #pragma GCC visibility push(default)
 

@@ -18,13 +18,27 @@ namespace {
     throw std::system_error(errno, std::generic_category(), "ippc: " + what);
 }
 
+// Whether the open file is still the one that the path names.
+bool is_current(const Fd &opened, const std::string &path) {
+    struct stat held {};
+    struct stat named {};
+    return fstat(opened.get(), &held) == 0 && stat(path.c_str(), &named) == 0 &&
+           held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+}
+
+// A file that its last holder removed while it was being opened is locked in
+// vain: then it is made anew.
 Fd claim(const std::string &path) {
     const std::string file = path + ".lock";
-    Fd lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-    if (!lock) fail("cannot open " + file);
-    if (flock(lock.get(), LOCK_EX | LOCK_NB) == 0) return lock;
-    if (errno != EWOULDBLOCK) fail("cannot lock " + file);
-    throw std::runtime_error("ippc: another server is running at " + path);
+    for (;;) {
+        Fd lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        if (!lock) fail("cannot open " + file);
+        if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+            if (errno != EWOULDBLOCK) fail("cannot lock " + file);
+            throw std::runtime_error("ippc: another server is running at " + path);
+        }
+        if (is_current(lock, file)) return lock;
+    }
 }
 
 // The path is ours: what is there belongs to nobody.
@@ -56,8 +70,10 @@ ServerSocket::ServerSocket(std::string path) : path_(std::move(path)), lock_(cla
     socket_ = listen_at(path_);
 }
 
+// The lock is held until both files are gone.
 ServerSocket::~ServerSocket() {
     unlink(path_.c_str());
+    unlink((path_ + ".lock").c_str());
 }
 
 }  // namespace ia::node

@@ -4,30 +4,12 @@
 #include "node/ippc/message.h"
 #include "pppoeia/pppoeia.h"
 #include "tests/client/operation_rows.h"
+#include "tests/support/captured_syslog.h"
 #include "tests/support/scripted_node.h"
 
 #include <gtest/gtest.h>
-#include <syslog.h>
-#include <cstdarg>
-#include <cstdio>
 #include <string>
 #include <vector>
-
-namespace {
-
-std::vector<std::string> log_lines;
-
-}  // namespace
-
-// In place of the C library's: keeps what would be recorded.
-extern "C" void syslog(int priority, const char *format, ...) {
-    char text[1200];
-    std::va_list args;
-    va_start(args, format);
-    std::vsnprintf(text, sizeof text, format, args);
-    va_end(args);
-    log_lines.push_back(std::to_string(priority) + " " + text);
-}
 
 using namespace ia::test;
 
@@ -76,7 +58,7 @@ protected:
         ASSERT_EQ(fe_pppoeia_init(), 0);
         ASSERT_EQ(fe_pppoeia_bridge_add("br0", 8), 0);
         ASSERT_EQ(cache_pppoeia_log_level_set(6), 0);
-        log_lines.clear();
+        clear_syslog();
     }
     void TearDown() override { fe_pppoeia_fini(); }
 
@@ -98,10 +80,9 @@ TEST_F(Dispatch, RefusesAndChangesNothing) {
         ASSERT_FALSE(ia::node::read_message(row.message, message)) << row.what;
         ia::platform::IppcAnswer answer;
         EXPECT_FALSE(ia::dispatch({message.word, message.params()}, answer)) << row.what;
-        EXPECT_EQ(log_lines, std::vector{std::string("4 [PPPoE]  ippc: refused ") + row.warning})
-            << row.what;
+        EXPECT_EQ(traces(), std::vector{std::string("ippc: refused ") + row.warning}) << row.what;
         EXPECT_EQ(state(), before) << row.what;
-        log_lines.clear();
+        clear_syslog();
     }
 }
 

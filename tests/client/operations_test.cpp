@@ -34,7 +34,7 @@ TEST_F(Operations, AllAreHere) {
     for (const OperationRow &row : operation_rows()) ids.insert(row.id);
     EXPECT_EQ(ids, expected);
     EXPECT_EQ(operation_rows().size(), expected.size());
-    EXPECT_STREQ(ia::engine_default_path, "/var/run/pppoeia_fe_main");
+    EXPECT_STREQ(PPPOEIA_ENGINE_PATH, "/var/run/pppoeia_fe_main");
 }
 
 // The rows' requests are put together from parameters; these say what bytes

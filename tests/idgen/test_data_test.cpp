@@ -20,7 +20,7 @@ TEST(TestData, StartsWithItsInitialValues) {
     EXPECT_EQ(data.tcontType, 4U);
     EXPECT_EQ(hex_dump({data.clntMac.bytes, data.clntMac.bytes + 6}), "11 22 33 44 55 66");
     EXPECT_EQ(data.customCidStr + data.customRidStr, "");
-    EXPECT_FALSE(pppoeia_test_debug);
+    EXPECT_FALSE(ia::test_debug);
 }
 
 // Run under the thread sanitizer this also shows that nothing races.
@@ -51,10 +51,10 @@ TEST_F(DebugLines, NameTheFunctionsWhileTheFlagIsOn) {
     std::string id;
     std::vector<std::uint8_t> binary;
     const auto printed = [&](bool on) {
-        pppoeia_test_debug = on;
+        ia::test_debug = on;
         testing::internal::CaptureStdout();
         genCustomId(&bridge, GEM, 100, 5, "$z5PORT", id, binary, ID_GEN_FRAME);
-        pppoeia_test_debug = false;
+        ia::test_debug = false;
         return testing::internal::GetCapturedStdout();
     };
     EXPECT_EQ(printed(false), "");

@@ -1,17 +1,18 @@
-// Any bytes as a request to a running engine. Start it with the folder `seeds`.
+// Any bytes as a request to a running engine. What is run has an answer that
+// fits the channel. corpus/ippc_dispatch has a request of every operation.
 #include "client/dispatch/dispatch.h"
+#include "fuzz/check.h"
 #include "node/ippc/message.h"
 #include "pppoeia/pppoeia.h"
 #include "tests/support/scripted_node.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <sstream>
 #include <string>
 
 // In place of the engine's: what a fuzzer names as a terminal stays untouched.
 void pppoeia_send_stream_to_tty(const std::ostringstream &text, const std::string &) {
-    if (text.str().size() > 100'000'000) std::abort();
+    MUST(text.str().size() < 100'000'000);
 }
 
 namespace {
@@ -43,10 +44,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     ia::platform::IppcAnswer answer;
     if (!ia::dispatch({message.word, message.params()}, answer)) return 0;
 
-    // What was run has an answer that fits the channel.
-    if (answer.outputs > answer.output.size()) std::abort();
+    MUST(answer.outputs <= answer.output.size());
     for (std::size_t i = 0; i < answer.outputs; ++i)
-        if (answer.output[i].size > answer.output[i].bytes.size()) std::abort();
+        MUST(answer.output[i].size <= answer.output[i].bytes.size());
     cache_pppoeia_log_level_set(-1);
     if (!started()) start_engine();
     return 0;
