@@ -129,7 +129,8 @@ bool pppoeia::stop() {
     rpcProxy.stop(false);
     ia::log_line(ia::log_error, "PPPoE IA unsubscribe.\n");
     const std::vector<Subscription> made = subscriptions();
-    for (const std::size_t number : {1, 2, 6, 3, 4, 5, 7, 14, 15}) made[number - 1].remove();
+    constexpr std::size_t order[] = {1, 2, 6, 3, 4, 5, 7, 14, 15};
+    for (const std::size_t number : order) made[number - 1].remove();
     eachGponSubscription([](const Subscription &subscription) { subscription.remove(); });
     return pppoeia_fini() == 0;
 }

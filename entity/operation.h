@@ -71,7 +71,7 @@ int read_number(Out &out, Call call, Keys... keys) {
 template <std::size_t Size, class Call, class... Keys>
 int read_text(std::string &out, Call call, Keys... keys) {
     return shared([&] {
-        char text[Size] = "";
+        char text[Size] = {};
         if (call(keys..., text) != 0) return failed;
         out = text;
         return succeeded;

@@ -1,16 +1,17 @@
-"""One client through the engine, step by step. Run by scripts/demo."""
+"""One client through the agent, step by step. Run by scripts/demo."""
 
 import shlex
 import sys
 import time
 
 from lab import decode, frames, isolation, netns, node
+from lab.agent import counters, missing_programs
 from lab.processes import WaitFailed
-from lab.topology import ACCESS_CONCENTRATOR, Lab, programs
+from lab.topology import ACCESS_CONCENTRATOR, Lab
 
 PICTURE = """
   sub1 ----+                            sub1, sub2: subscribers
-           +---- br0 (node) ---- bng    br0: the node's bridge, with the engine
+           +---- br0 (node) ---- bng    br0: the node's bridge, with the agent
   sub2 ----+                            bng: pppoe-server
 """
 
@@ -107,6 +108,8 @@ def demonstrate(lab):
 
     section("Counters")
     control(lab, "stats")
+    counted = counters(lab)
+    expect(min(counted["PADI"], counted["PADO"]) >= 2, "both discoveries were not counted")
 
     section("Both stop")
     status, seconds = lab.stop_engine()
@@ -116,9 +119,7 @@ def demonstrate(lab):
 
 def main():
     if not isolation.inside():
-        lacking = isolation.missing()
-        if not (programs() / "pppoeia-fe").exists():
-            lacking.append(f"{programs() / 'pppoeia-fe'}")
+        lacking = isolation.missing() + missing_programs()
         if lacking:
             sys.exit(f"demo: failed: needs {', '.join(lacking)}")
         sys.exit(isolation.isolated(["-m", "lab.demo"]))

@@ -140,7 +140,9 @@ constexpr std::size_t largest_arguments = [] {
     return largest;
 }();
 
-bool_t xdr_nothing(XDR *, ...) { return TRUE; }
+bool_t xdr_nothing(XDR *, ...) {
+    return TRUE;
+}
 
 // The RPC library takes XDR routines of any arguments.
 xdrproc_t as_xdrproc(XdrRoutine routine) {
