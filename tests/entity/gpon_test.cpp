@@ -123,8 +123,12 @@ TEST_F(Gpon, ParentsCountWhatTheirGemPortsDo) {
 
     EXPECT_EQ(entity.resetInterfaceStatistics(21), 0);
     EXPECT_EQ(of(11)[0], 69U);
-    ia::node::registry().change([](ia::node::NodeState &node) { node.gpon = false; });
+    const auto have_gpon = [](bool active) {
+        ia::node::registry().change([&](ia::node::NodeState &node) { node.gpon = active; });
+    };
+    have_gpon(false);
     EXPECT_EQ(of(11), Counters{}) << "without the feature, its own";
+    have_gpon(true);  // or the stop would leave the ONUs' handler behind
 }
 
 std::string gem_port() {
