@@ -18,13 +18,30 @@ namespace {
     throw std::system_error(errno, std::generic_category(), "ippc: " + what);
 }
 
+std::string lock_file(const std::string &path) {
+    return path + ".lock";
+}
+
+bool is_file_at(const std::string &path, int fd) {
+    struct stat open_file {};
+    struct stat named {};
+    return fstat(fd, &open_file) == 0 && stat(path.c_str(), &named) == 0 &&
+           open_file.st_dev == named.st_dev && open_file.st_ino == named.st_ino;
+}
+
+// A server that ends removes the file it has locked. Who then gets the lock of
+// that file has nothing, and tries again with the one at the path.
 Fd claim(const std::string &path) {
-    const std::string file = path + ".lock";
-    Fd lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
-    if (!lock) fail("cannot open " + file);
-    if (flock(lock.get(), LOCK_EX | LOCK_NB) == 0) return lock;
-    if (errno != EWOULDBLOCK) fail("cannot lock " + file);
-    throw std::runtime_error("ippc: another server is running at " + path);
+    const std::string file = lock_file(path);
+    for (;;) {
+        Fd lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+        if (!lock) fail("cannot open " + file);
+        if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+            if (errno != EWOULDBLOCK) fail("cannot lock " + file);
+            throw std::runtime_error("ippc: another server is running at " + path);
+        }
+        if (is_file_at(file, lock.get())) return lock;
+    }
 }
 
 // The path is ours: what is there belongs to nobody.
@@ -58,6 +75,7 @@ ServerSocket::ServerSocket(std::string path) : path_(std::move(path)), lock_(cla
 
 ServerSocket::~ServerSocket() {
     unlink(path_.c_str());
+    unlink(lock_file(path_).c_str());  // while it is locked
 }
 
 }  // namespace ia::node

@@ -9,8 +9,8 @@ namespace ia::node {
 
 // Holds the lock file "<path>.lock" as long as it lives; the kernel frees it
 // however the process ends. So a socket file that is there while the lock is
-// free was left by a dead server and is replaced, without any race. The lock
-// file itself stays: removing it would let two servers lock two files.
+// free was left by a dead server and is replaced, without any race. Both files
+// go with the server.
 class ServerSocket {
 public:
     // Binds and listens; only the socket's owner may connect. Throws
