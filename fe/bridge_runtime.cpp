@@ -9,9 +9,7 @@
 #include "pppoeia/fe.h"
 #include "store/new_bridge.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <net/ethernet.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -80,7 +78,8 @@ void enlarge_receive_queue(int socket) {
 
 // A non-blocking packet socket bound to the pseudo device.
 int open_socket(pppoeia_bridge &bridge) {
-    bridge.sock = platform::net_socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETH_P_ALL));
+    // Of no protocol until it is bound: else it would hear every device meanwhile.
+    bridge.sock = platform::net_socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
     if (bridge.sock < 0) {
         pppoeia_log(2, "<%s> Cannot create socket (%d).", bridge.name, errno);
         return no_file;

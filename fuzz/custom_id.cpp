@@ -7,9 +7,9 @@
 #include "idgen/selection.h"
 #include "platform/kernel_modules.h"
 
+#include <fuzzer/FuzzedDataProvider.h>
 #include <algorithm>
 #include <cstring>
-#include <fuzzer/FuzzedDataProvider.h>
 #include <string>
 #include <vector>
 

@@ -11,9 +11,9 @@
 #include "pppoeia/store.h"
 #include "store/bridge_list.h"
 
+#include <fuzzer/FuzzedDataProvider.h>
 #include <algorithm>
 #include <cstring>
-#include <fuzzer/FuzzedDataProvider.h>
 #include <optional>
 #include <vector>
 
@@ -62,7 +62,8 @@ std::optional<Parsed> parse(const Bytes &frame) {
                                                       frame.begin() + static_cast<long>(next))});
         at = next;
     }
-    parsed.rest.assign(frame.begin() + static_cast<long>(at), frame.begin() + static_cast<long>(end));
+    parsed.rest.assign(frame.begin() + static_cast<long>(at),
+                       frame.begin() + static_cast<long>(end));
     return parsed;
 }
 
@@ -107,7 +108,8 @@ void configure(FuzzedDataProvider &input) {
     cache_pppoeia_port_state_set(name, 1, input.ConsumeIntegralInRange<std::int32_t>(0, 4));
     cache_pppoeia_port_trust_set(name, 1, input.ConsumeBool());
     const bool vlans = input.ConsumeIntegralInRange(0, 7) != 0;
-    vlans ? ia::LockedBridge(name)->vlan_enabled.set() : ia::LockedBridge(name)->vlan_enabled.reset();
+    vlans ? ia::LockedBridge(name)->vlan_enabled.set()
+          : ia::LockedBridge(name)->vlan_enabled.reset();
     cache_pppoeia_bridge_vsa_mode_set(name, input.ConsumeBool());
     cache_pppoeia_bridge_vsa_insert_circuit_id_set(name, input.ConsumeBool());
     cache_pppoeia_bridge_vsa_insert_remote_id_set(name, input.ConsumeBool());

@@ -3,9 +3,9 @@
 // A macro that is found lies in the format where the scanner says, begins with
 // the prefix and ends with its name, and the scan moves on; so a walk over any
 // format ends.
+#include "idgen/scanner.h"
 #include "fuzz/check.h"
 #include "idgen/macros.h"
-#include "idgen/scanner.h"
 
 #include <cstddef>
 #include <cstdint>

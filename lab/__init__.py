@@ -1,4 +1,4 @@
-"""Real PPPoE peers around the forwarding engine, in network namespaces.
+"""Real PPPoE peers around the agent, in network namespaces.
 
     isolation.py  a private world to work in, gone with its last process
     netns.py      namespaces, devices, work inside a namespace
@@ -6,10 +6,11 @@
     frames.py     Ethernet and PPPoE Discovery bytes
     wire.py       raw frames in and out of a device, captures
     decode.py     tshark's reading of a capture
+    agent.py      the agent's programs and counters
     node.py       the node description of the lab
     topology.py   the lab: two subscribers, the node, a BNG
     testing.py    what the tests need around unittest
-    demo.py       one client through the engine, shown step by step
+    demo.py       one client through the agent, shown step by step
 
 Python's standard library only.
 """

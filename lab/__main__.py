@@ -1,6 +1,6 @@
 """`python3 -m lab [COMMAND...]`: runs a command, or a shell, in the lab's node.
 
-The peers are reached by `ip netns exec sub1|sub2|bng COMMAND`. The engine runs
+The peers are reached by `ip netns exec sub1|sub2|bng COMMAND`. The agent runs
 when it has been built, the server always.
 """
 
@@ -9,7 +9,8 @@ import subprocess
 import sys
 
 from lab import isolation
-from lab.topology import Lab, programs
+from lab.agent import missing_programs
+from lab.topology import Lab
 
 
 def main():
@@ -20,7 +21,7 @@ def main():
         sys.exit(isolation.isolated(["-m", "lab", *sys.argv[1:]]))
     with Lab() as lab:
         lab.start_server()
-        if (programs() / "pppoeia-fe").exists():
+        if not missing_programs():
             lab.start_engine()
         command = sys.argv[1:] or [os.environ.get("SHELL", "/bin/sh")]
         status = subprocess.run(command, check=False).returncode

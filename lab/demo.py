@@ -1,15 +1,17 @@
-"""One client through the engine, step by step. Run by scripts/demo."""
+"""One client through the agent, step by step. Run by scripts/demo."""
 
+import shlex
 import sys
 import time
 
 from lab import decode, frames, isolation, netns, node
+from lab.agent import counters, missing_programs
 from lab.processes import WaitFailed
-from lab.topology import ACCESS_CONCENTRATOR, Lab, programs
+from lab.topology import ACCESS_CONCENTRATOR, Lab
 
 PICTURE = """
   sub1 ----+                            sub1, sub2: subscribers
-           +---- br0 (node) ---- bng    br0: the node's bridge, with the engine
+           +---- br0 (node) ---- bng    br0: the node's bridge, with the agent
   sub2 ----+                            bng: pppoe-server
 """
 
@@ -44,15 +46,39 @@ def show(title, lab, wire, code):
     return found[0]
 
 
+# Shelf, port and VLAN, and the client's address with its bytes apart.
+CUSTOM_FORMAT = "$SHELF/$z4PORT.$VLAN $d-CLNT_MAC"
+CUSTOM_ID = b"shelf1/0000.0 02-00-00-00-01-01"
+
+
+def control(lab, *words):
+    """Runs pppoeiactl and shows what it says; it must succeed."""
+    say("$ pppoeiactl " + " ".join(shlex.quote(word) for word in words))
+    status, said = lab.control(*words)
+    say(said)
+    expect(status == 0, f"pppoeiactl {' '.join(words)} ended with status {status}")
+
+
+def show_last_mark(wire):
+    """The Circuit ID of the newest PADI at the server."""
+    wire.waiting()
+    padis = [frame for frame in map(frames.parse, wire.recorded()) if frame.code == frames.PADI]
+    circuit_id = padis[-1].marks[0][frames.CIRCUIT_ID]
+    say(f"Circuit ID: {circuit_id.decode()}")
+    expect(circuit_id == CUSTOM_ID, f"the Circuit ID is not {CUSTOM_ID.decode()}")
+
+
 def demonstrate(lab):
     section("The lab")
     say(PICTURE, 0)
     lab.start_server()
 
-    section("The engine")
+    section("The node's two processes")
     begin = time.monotonic()
     lab.start_engine()
-    say(f"pppoeia-fe, process {lab.engine.pid}, ready after {time.monotonic() - begin:.2f} s")
+    say(f"pppoeia-fe (process {lab.engine.pid}) and pppoeia-mgmt (process {lab.management.pid}) "
+        f"ready after {time.monotonic() - begin:.2f} s")
+    control(lab, "show", "ports")
 
     section("The client looks for a concentrator")
     client, server = lab.wire("sub1", outgoing=True), lab.wire("bng", outgoing=True)
@@ -73,7 +99,19 @@ def demonstrate(lab):
     offer = show("PADO, as the client received it", lab, client, frames.PADO)
     expect(not offer.marks, "the PADO still holds a Vendor-Specific tag")
 
-    section("The engine stops")
+    section("Another Circuit ID, while the client goes on")
+    control(lab, "set", "cid-format", CUSTOM_FORMAT)
+    control(lab, "set", "cid-mode", "1", "custom")
+    status, _ = lab.discover("sub1")
+    expect(status == 0, "the client found no concentrator")
+    show_last_mark(server)
+
+    section("Counters")
+    control(lab, "stats")
+    counted = counters(lab)
+    expect(min(counted["PADI"], counted["PADO"]) >= 2, "both discoveries were not counted")
+
+    section("Both stop")
     status, seconds = lab.stop_engine()
     say(f"status {status} after {seconds:.2f} s")
     expect(status == 0, f"the engine ended with status {status}:\n{lab.engine.output()}")
@@ -81,9 +119,7 @@ def demonstrate(lab):
 
 def main():
     if not isolation.inside():
-        lacking = isolation.missing()
-        if not (programs() / "pppoeia-fe").exists():
-            lacking.append(f"{programs() / 'pppoeia-fe'}")
+        lacking = isolation.missing() + missing_programs()
         if lacking:
             sys.exit(f"demo: failed: needs {', '.join(lacking)}")
         sys.exit(isolation.isolated(["-m", "lab.demo"]))

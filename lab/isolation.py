@@ -24,6 +24,7 @@ PROGRAMS = {
     "pppoe-server": "pppoe",
     "pppoe": "pppoe",
     "pppoe-discovery": "ppp",
+    "rpcbind": "rpcbind",
     "tshark": "tshark",
 }
 
@@ -68,7 +69,7 @@ def isolated(argv):
 
     def end(number, _frame):
         ended_by.append(number)
-        child.kill()
+        _end_world(child)
 
     for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGINT):
         signal.signal(number, end)
@@ -77,6 +78,17 @@ def isolated(argv):
         print(f"ended by {signal.Signals(ended_by[0]).name}", file=sys.stderr)
         return 128 + ended_by[0]
     return status if status >= 0 else 128 - status
+
+
+def _end_world(child):
+    """Ends the first process of the world that `unshare` holds. unshare ends after
+    it, and it after all others, so when `child` is gone, all are."""
+    with open(f"/proc/{child.pid}/task/{child.pid}/children", encoding="ascii") as children:
+        first = children.read().split()
+    if first:
+        os.kill(int(first[0]), signal.SIGKILL)
+    else:
+        child.kill()
 
 
 def inside():

@@ -133,4 +133,5 @@ class Notifications:
 
     def close(self):
         self._socket.close()
-        os.unlink(self.path)
+        with contextlib.suppress(FileNotFoundError):
+            os.unlink(self.path)

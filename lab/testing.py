@@ -5,7 +5,8 @@ import sys
 import unittest
 
 from lab import isolation
-from lab.topology import Lab, programs
+from lab.agent import missing_programs
+from lab.topology import Lab
 
 SKIPPED = 77  # ctest's SKIP_RETURN_CODE
 REQUIRE = "PPPOEIA_REQUIRE_ROOT_TESTS"
@@ -18,13 +19,13 @@ class LabTest(unittest.TestCase):
         self.lab = self.enterContext(Lab())
 
 
-def main(engine=True):
+def main(agent=True):
     """Runs the calling file's tests in a private world, or skips, saying why."""
     if isolation.inside():
         unittest.main(verbosity=2)
     lacking = isolation.missing()
-    if engine and not (programs() / "pppoeia-fe").exists():
-        lacking.append(f"{programs() / 'pppoeia-fe'}")
+    if agent:
+        lacking += missing_programs()
     if lacking:
         required = os.environ.get(REQUIRE) == "1"
         print(f"{'FAILED' if required else 'SKIPPED'}: needs {', '.join(lacking)}")

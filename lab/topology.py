@@ -52,8 +52,10 @@ class Lab:
     def __init__(self):
         self.folder = Path("/run/lab")
         self._undo = []  # what to call, last first
-        self._engine_starts = 0
+        self._starts = 0
+        self._management_news = None
         self.engine = None
+        self.management = None
         self.server = None
 
     def __enter__(self):
@@ -93,6 +95,7 @@ class Lab:
             netns.run("ip", "link", "set", device, "up", namespace=peer)
         for device in (node.BRIDGE, MNG):
             netns.run("ip", "link", "set", device, "up")
+        self.start_port_mapper()
         for _, _, device in PEERS.values():
             wait_until(lambda name=device: "state forwarding" in netns.run(
                 "bridge", "link", "show", "dev", name), f"{device} to forward")
@@ -145,19 +148,41 @@ class Lab:
         return any(line.split()[3] == f"{ethertype:04x}" for line in sockets.splitlines()[1:])
 
     def start_engine(self, text=None, seconds=10.0):
-        """The forwarding engine with the description `text`, once it is ready."""
+        """The engine, configured by the management process with the description
+        `text`. A management process that runs already configures it anew."""
         description = self.folder / "node.toml"
         description.write_text(text or node.description(), encoding="utf-8")
-        self._engine_starts += 1
-        notifications = Notifications(str(self.folder / f"notify-{self._engine_starts}"))
-        try:
-            self.engine = self._process(
-                [programs() / "pppoeia-fe", "--node", description], None,
-                {"NOTIFY_SOCKET": notifications.path})
-            notifications.wait_ready(self.engine, seconds)
-        finally:
-            notifications.close()
+        self.engine, news = self._service("pppoeia-fe", description, seconds)
+        news.close()
+        if self.management and self.management.running():
+            self._management_news.wait_ready(self.management, seconds)
+        else:
+            self.management, self._management_news = self._service(
+                "pppoeia-mgmt", description, seconds)
+            self._undo.append(self._management_news.close)
         return self.engine
+
+    def _service(self, program, description, seconds):
+        """A service that is ready, and the socket on which it says so."""
+        self._starts += 1
+        news = Notifications(str(self.folder / f"notify-{self._starts}"))
+        process = self._process([programs() / program, "--node", description], None,
+                                {"NOTIFY_SOCKET": news.path})
+        news.wait_ready(process, seconds)
+        return process, news
+
+    def control(self, *words, seconds=5.0):
+        """`pppoeiactl`: its status and what it said."""
+        tool = self._process([programs() / "pppoeiactl", *words])
+        return tool.wait(seconds), tool.output()
+
+    def start_port_mapper(self):
+        """rpcbind, once it answers."""
+        mapper = self._process(["rpcbind", "-f"])
+        wait_until(lambda: Path("/run/rpcbind.sock").exists() or not mapper.running(),
+                   "rpcbind to listen")
+        if not mapper.running():
+            raise netns.CommandFailed(f"rpcbind: {mapper.output()}")
 
     def _process(self, argv, namespace=None, environment=None):
         process = Process(argv, namespace, environment)
@@ -179,7 +204,13 @@ class Lab:
         self.engine.stop(signal.SIGKILL)
 
     def stop_engine(self):
-        """Asks the engine to end; its status and the seconds it took."""
+        """Asks both processes to end; the engine's status and the seconds it took."""
         begin = time.monotonic()
+        self.stop_management()
         status = self.engine.stop(signal.SIGTERM)
         return status, time.monotonic() - begin
+
+    def stop_management(self):
+        """Asks the management process to end; its status."""
+        self._management_news.close()
+        return self.management.stop(signal.SIGTERM)

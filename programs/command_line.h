@@ -1,4 +1,4 @@
-// The options of pppoeia-fe.
+// The options of the node's processes.
 #pragma once
 
 #include <optional>
@@ -13,6 +13,7 @@ struct CommandLine {
 
 // Fills the options. When there is nothing left to do, help was asked for or
 // the command line is wrong, it says so and returns 0 or another number.
-std::optional<int> read_command_line(int argc, char **argv, CommandLine &options);
+std::optional<int> read_command_line(int argc, char **argv, const char *program, const char *what,
+                                     CommandLine &options);
 
 }  // namespace ia

@@ -45,7 +45,7 @@ int get_text(const char *operation, const char *bridge, char (pppoeia_bridge::*f
 }
 
 // Members of a VLAN keep their bit when the bridge stops serving it.
-void enable_vlan(pppoeia_bridge &bridge, std::uint16_t vid, bool enable) {
+void enable_vlan(pppoeia_bridge &bridge, std::size_t vid, bool enable) {
     bridge.vlan_enabled.set(vid, enable);
     if (enable)
         for (pppoeia_port &port : bridge.ports) port.vlan_member.set(vid);
@@ -131,7 +131,7 @@ int cache_pppoeia_bridge_vlan_set(const char *bridge, std::uint16_t vid, std::ui
 int cache_pppoeia_bridge_vlan_set_all(const char *bridge, std::uint32_t enable) {
     trace_call(__func__, bridge, enable);
     return on_bridge(__func__, bridge, [&](pppoeia_bridge &b) {
-        for (std::uint16_t vid = 0; vid < b.vlan_enabled.size(); ++vid)
+        for (std::size_t vid = 0; vid < b.vlan_enabled.size(); ++vid)
             enable_vlan(b, vid, enable != 0);
         return 0;
     });

@@ -51,7 +51,8 @@ struct OwnedKey {
 const OwnedKey owned_keys[] = {
     {"vpi", {InterfaceType::atm}}, {"vci", {InterfaceType::atm}},
     {"pvc", {InterfaceType::atm}}, {"onu", {InterfaceType::onu, InterfaceType::gem}},
-    {"gem", {InterfaceType::gem}},
+    {"gem", {InterfaceType::gem}}, {"serial", {InterfaceType::onu}},
+    {"mac", {InterfaceType::onu}}, {"in_use", {InterfaceType::gem}},
 };
 
 class Check {

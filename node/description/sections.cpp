@@ -7,6 +7,7 @@
 
 #include <net/if.h>
 #include <algorithm>
+#include <cstdio>
 #include <span>
 
 #define TOML_ENABLE_FORMATTERS 0
@@ -128,6 +129,32 @@ bool device(const Value &value, RecordOf<Member> &record) {
     return true;
 }
 
+// An ONU's serial: the vendor's four letters in hexadecimal, eight characters more.
+template <auto Member>
+bool onu_serial(const Value &value, RecordOf<Member> &record) {
+    constexpr std::size_t vendor_digits = 8;
+    constexpr std::size_t length = 16;
+    if (!text<Member, length, length>(value, record)) return false;
+    const std::string &serial = record.*Member;
+    if (serial.find_first_not_of("0123456789abcdefABCDEF") < vendor_digits)
+        return value.refuse(quoted(serial) + " does not begin with 8 hexadecimal digits");
+    return true;
+}
+
+template <auto Member>
+bool mac_address(const Value &value, RecordOf<Member> &record) {
+    const auto *given = value.node.as_string();
+    if (!given) return refuse_kind(value, "a text");
+    std::array<std::uint8_t, 6> mac{};
+    int end = 0;
+    const int read = std::sscanf(given->get().c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n",
+                                 &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5], &end);
+    if (read != 6 || static_cast<std::size_t>(end) != given->get().size())
+        return value.refuse("is " + quoted(given->get()) + ", expected 00:1A:2B:3C:4D:5E");
+    record.*Member = mac;
+    return true;
+}
+
 template <const auto &Words>
 std::string any_word() {
     std::vector<std::string_view> allowed;
@@ -168,6 +195,11 @@ constexpr Key<Description> node_keys[] = {
     {"location", optional, text<&Description::location, 0, system_text>},
     {"name", optional, text<&Description::name, 0, system_text>},
     {"management", optional, device<&Description::management_device, device_name_max>},
+    {"profile_mode", optional, flag<&Description::profile_mode>},
+};
+
+constexpr Key<Description> rpc_keys[] = {
+    {"reserved_port", optional, flag<&Description::rpc_reserved_port>},
 };
 
 constexpr Key<Bridge> bridge_keys[] = {
@@ -197,6 +229,9 @@ constexpr Key<Interface> interface_keys[] = {
     {"vci", optional, number<&Interface::vci, 0, 65535>},
     {"description", optional, text<&Interface::description, 0, system_text>},
     {"remote_id", optional, text<&Interface::remote_id, 0, length_for<PPPOEIA_REMOTE_ID_SIZE>>},
+    {"serial", optional, onu_serial<&Interface::serial>},
+    {"mac", optional, mac_address<&Interface::mac>},
+    {"in_use", optional, flag<&Interface::gem_in_use>},
     {"role", optional, word<&Interface::role, role_words>},
     {"trust", optional, word<&Interface::trust, trust_words>},
 };
@@ -245,10 +280,23 @@ KeyLines read_record(const toml::table &table, std::string_view section,
     return lines;
 }
 
-void read_node(const toml::node &node, Sections &sections, Problems &problems) {
+// A section that stands once.
+struct Single {
+    std::string_view section;
+    std::span<const Key<Description>> keys;
+};
+
+constexpr Single node_section{"[node]", node_keys};
+constexpr Single rpc_section{"[rpc]", rpc_keys};
+
+template <const auto &Which>
+void read_single(const toml::node &node, Sections &sections, Problems &problems) {
     const toml::table *table = node.as_table();
-    if (!table) return problems.add(line_of(node), "node is not a section, expected [node]");
-    read_record<Description>(*table, "[node]", node_keys, sections.description, problems);
+    const std::string section(Which.section);
+    if (!table)
+        return problems.add(line_of(node), section.substr(1, section.size() - 2) +
+                                               " is not a section, expected " + section);
+    read_record<Description>(*table, Which.section, Which.keys, sections.description, problems);
 }
 
 // A section that may stand many times.
@@ -295,9 +343,8 @@ struct Section {
 };
 
 constexpr Section all_sections[] = {
-    {"node", read_node},
-    {"bridge", read_each<bridge_list>},
-    {"interface", read_each<interface_list>},
+    {"node", read_single<node_section>}, {"rpc", read_single<rpc_section>},
+    {"bridge", read_each<bridge_list>},  {"interface", read_each<interface_list>},
     {"vlan", read_each<vlan_list>},
 };
 

@@ -23,6 +23,7 @@ public:
 
     // How the node's description wants the agent set.
     virtual void setState(bool enabled) = 0;
+    virtual void setVsaMode(std::uint32_t mode) = 0;
     virtual void maxPduSet(const std::string &bridge, unsigned int pdu) = 0;
     virtual void setVlanState(unsigned short vlanId, bool enabled) = 0;
     virtual void setInterfaceState(unsigned int ifIndex, std::uint32_t state) = 0;

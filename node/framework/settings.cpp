@@ -26,6 +26,7 @@ std::pair<std::uint32_t, std::uint32_t> pvc_of(const Interface &interface) {
 Bridge without_settings(const Bridge &bridge) {
     Bridge fresh = bridge;
     fresh.max_pdu = created_max_pdu;
+    fresh.vsa_mode = PPPOEIA_VSA_REMOVE;
     fresh.enabled = false;
     return fresh;
 }
@@ -59,7 +60,9 @@ void tell_settings(const Description &was, const Description &now, EntityCalls &
 
 void tell_settings(const Bridge &was, const Bridge &now, EntityCalls &calls) {
     if (was.max_pdu != now.max_pdu) calls.maxPduSet(now.name, now.max_pdu);
-    if (was.enabled != now.enabled && now.name == managed_bridge) calls.setState(now.enabled);
+    if (now.name != managed_bridge) return;
+    if (was.vsa_mode != now.vsa_mode) calls.setVsaMode(now.vsa_mode);
+    if (was.enabled != now.enabled) calls.setState(now.enabled);
 }
 
 void tell_settings(const Vlan &was, const Vlan &now, EntityCalls &calls) {

@@ -18,21 +18,18 @@ namespace {
     throw std::system_error(errno, std::generic_category(), "ippc: " + what);
 }
 
-std::string lock_file(const std::string &path) {
-    return path + ".lock";
-}
-
-bool is_file_at(const std::string &path, int fd) {
-    struct stat open_file {};
+// Whether the open file is still the one that the path names.
+bool is_current(const Fd &opened, const std::string &path) {
+    struct stat held {};
     struct stat named {};
-    return fstat(fd, &open_file) == 0 && stat(path.c_str(), &named) == 0 &&
-           open_file.st_dev == named.st_dev && open_file.st_ino == named.st_ino;
+    return fstat(opened.get(), &held) == 0 && stat(path.c_str(), &named) == 0 &&
+           held.st_dev == named.st_dev && held.st_ino == named.st_ino;
 }
 
-// A server that ends removes the file it has locked. Who then gets the lock of
-// that file has nothing, and tries again with the one at the path.
+// A file that its last holder removed while it was being opened is locked in
+// vain: then it is made anew.
 Fd claim(const std::string &path) {
-    const std::string file = lock_file(path);
+    const std::string file = path + ".lock";
     for (;;) {
         Fd lock(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
         if (!lock) fail("cannot open " + file);
@@ -40,7 +37,7 @@ Fd claim(const std::string &path) {
             if (errno != EWOULDBLOCK) fail("cannot lock " + file);
             throw std::runtime_error("ippc: another server is running at " + path);
         }
-        if (is_file_at(file, lock.get())) return lock;
+        if (is_current(lock, file)) return lock;
     }
 }
 
@@ -73,9 +70,10 @@ ServerSocket::ServerSocket(std::string path) : path_(std::move(path)), lock_(cla
     socket_ = listen_at(path_);
 }
 
+// The lock is held until both files are gone.
 ServerSocket::~ServerSocket() {
     unlink(path_.c_str());
-    unlink(lock_file(path_).c_str());  // while it is locked
+    unlink((path_ + ".lock").c_str());
 }
 
 }  // namespace ia::node

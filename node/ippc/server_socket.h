@@ -10,7 +10,7 @@ namespace ia::node {
 // Holds the lock file "<path>.lock" as long as it lives; the kernel frees it
 // however the process ends. So a socket file that is there while the lock is
 // free was left by a dead server and is replaced, without any race. Both files
-// go with the server.
+// go with this object.
 class ServerSocket {
 public:
     // Binds and listens; only the socket's owner may connect. Throws

@@ -152,14 +152,14 @@ int Kernel::add_pseudo(const std::string &name) {
     const auto links = list_links();
     const Link *link = find_link(links, name);
     if (prepared != 0 || !link) return prepared != 0 ? -prepared : -ENODEV;
-    pseudo_devices_[name].device = link->index;
+    pseudo_devices_[name] = link->index;
     return -error;
 }
 
 int Kernel::delete_pseudo(const std::string &name) {
     const auto known = pseudo_devices_.find(name);
     if (known == pseudo_devices_.end()) return -ENODEV;
-    hold_pseudo(known->second.device);
+    hold_pseudo(known->second);
     const int error = delete_pseudo_device(name);
     if (error == 0 || error == ENODEV) pseudo_devices_.erase(known);
     return -error;
@@ -170,12 +170,12 @@ int Kernel::delete_pseudo(const std::string &name) {
 int Kernel::attach(int handle, BridgeState &bridge, const std::string &device) {
     const auto known = pseudo_devices_.find(device);
     if (known == pseudo_devices_.end()) return -ENODEV;
-    PseudoDevice &pseudo = known->second;
+    const int pseudo = known->second;
     for (const BridgeState &other : ports_.bridges())
-        if (&other != &bridge && other.pseudo == pseudo.device) return -EBUSY;
+        if (&other != &bridge && other.pseudo == pseudo) return -EBUSY;
     if (const int error = prepare_pseudo_device(device, bridge.pseudo_mtu())) return -error;
-    pseudo.with_qdisc |= filter_.attach(Hook::pseudo_out, pseudo.device, device);
-    ports_.direct(bridge, pseudo.device);
+    filter_.attach(Hook::pseudo_out, pseudo, device);
+    ports_.direct(bridge, pseudo);
     bridge.holder = handle;
     return 0;
 }

@@ -140,7 +140,7 @@ Filter::Filter() {
 
 Filter::~Filter() = default;
 
-bool Filter::attach(Hook hook, int device, const std::string &name) {
+Attachment Filter::attach(Hook hook, int device, const std::string &name) {
     bpf_tc_hook qdisc = tc_hook(device, BPF_TC_INGRESS | BPF_TC_EGRESS);
     const int created = bpf_tc_hook_create(&qdisc);
     if (created != 0 && created != -EEXIST) fail(-created, name + ": clsact qdisc");
@@ -152,7 +152,7 @@ bool Filter::attach(Hook hook, int device, const std::string &name) {
     place.flags = BPF_TC_F_REPLACE;
     const int attached = bpf_tc_attach(&where, &place);
     if (attached != 0) fail(-attached, name + ": pppoe filter");
-    return created == 0 || taken_over;
+    return {created == 0, taken_over};
 }
 
 void Filter::detach(int device, bool with_qdisc) {

@@ -19,6 +19,11 @@ enum class Hook {
     pseudo_out,  // the engine sends on the pseudo device
 };
 
+struct Attachment {
+    bool qdisc = false;       // the device's clsact qdisc was made for it
+    bool taken_over = false;  // it took the place of an earlier run's
+};
+
 // Owns the programs and maps. What is attached stays attached when this object
 // goes: frames are then held. Calls may come from any thread, one at a time;
 // errors are std::system_error and name the device.
@@ -28,9 +33,8 @@ public:
     ~Filter();
 
     // Puts the program in place, over one of an earlier run without a moment
-    // between them. True when the device's clsact qdisc may go with the program:
-    // it was made here, or carried a program of an earlier run.
-    bool attach(Hook hook, int device, const std::string &name);
+    // between them.
+    Attachment attach(Hook hook, int device, const std::string &name);
 
     // Takes the programs off; the qdisc too when `with_qdisc` and nobody else
     // uses it. Silent when the device is gone.

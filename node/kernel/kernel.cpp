@@ -41,14 +41,16 @@ Kernel::Claim::Claim() : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) 
 
 Kernel::Kernel(const Description &description) {
     ports_.describe(description);
-    const auto links = list_links();
-    const auto errors = ports_.reconcile(links, false);
-    if (!errors.empty()) {
-        ports_.release();
-        throw std::runtime_error(joined(errors));
+    try {
+        const auto links = list_links();
+        if (const auto errors = ports_.reconcile(links, false); !errors.empty())
+            throw std::runtime_error(joined(errors));
+        take_over(links);
+        watcher_ = std::thread(&Kernel::watch, this);
+    } catch (...) {
+        ports_.release(Ports::Release::new_ones);
+        throw;
     }
-    take_over(links);
-    watcher_ = std::thread(&Kernel::watch, this);
     enlist();
 }
 
@@ -56,14 +58,14 @@ Kernel::~Kernel() {
     delist();
     events_.stop();
     watcher_.join();
-    for (const auto &[name, pseudo] : pseudo_devices_) {
-        hold_pseudo(pseudo.device);
+    for (const auto &[name, device] : pseudo_devices_) {
+        hold_pseudo(device);
         if (const int error = delete_pseudo_device(name); error != 0 && error != ENODEV) {
             syslog(LOG_ERR, "%s: pseudo device not deleted: %s", name.c_str(), strerror(error));
-            Filter::detach(pseudo.device, pseudo.with_qdisc);
+            Filter::detach(device, true);
         }
     }
-    ports_.release();
+    ports_.release(Ports::Release::all);
 }
 
 void Kernel::update(const Description &description) {
@@ -87,7 +89,7 @@ std::array<std::uint64_t, OUTCOME_COUNT> Kernel::outcomes() const {
 void Kernel::take_over(const std::vector<Link> &links) {
     for (const Link &link : links) {
         if (link.is_tap() && Filter::attached_by_anyone(Hook::pseudo_out, link.index)) {
-            pseudo_devices_[link.name] = {link.index, true};
+            pseudo_devices_[link.name] = link.index;
         } else if (!ports_.carries(link.index) &&
                    (Filter::attached_by_anyone(Hook::port_in, link.index) ||
                     Filter::attached_by_anyone(Hook::port_out, link.index))) {
@@ -113,15 +115,15 @@ void Kernel::follow(bool verify) {
 // bridge holds until the engine adds the bridge anew.
 void Kernel::check_pseudo_devices(const std::vector<Link> &links, bool verify) {
     for (auto at = pseudo_devices_.begin(); at != pseudo_devices_.end();) {
-        auto &[name, pseudo] = *at;
-        if (!find_link(links, pseudo.device)) {
+        const auto &[name, device] = *at;
+        if (!find_link(links, device)) {
             syslog(LOG_ERR, "%s: pseudo device is gone, its bridge holds", name.c_str());
-            hold_pseudo(pseudo.device);
+            hold_pseudo(device);
             at = pseudo_devices_.erase(at);
             continue;
         }
-        if (verify && !filter_.attached(Hook::pseudo_out, pseudo.device))
-            pseudo.with_qdisc |= filter_.attach(Hook::pseudo_out, pseudo.device, name);
+        if (verify && !filter_.attached(Hook::pseudo_out, device))
+            filter_.attach(Hook::pseudo_out, device, name);
         ++at;
     }
 }

@@ -37,7 +37,8 @@ public:
     Kernel &operator=(const Kernel &) = delete;
 
     // Takes over another description without a moment in which frames pass.
-    // Throws as the constructor; a description that is refused changes nothing.
+    // Throws as the constructor: a description that is refused changes nothing;
+    // where only devices fail, it holds for the others.
     void update(const Description &description);
 
     // The devices that carry the filter.
@@ -57,10 +58,6 @@ private:
     struct Handle {
         File file;
         std::string bridge;
-    };
-    struct PseudoDevice {
-        int device = 0;
-        bool with_qdisc = false;
     };
 
     int open_file(const std::string &path);
@@ -94,7 +91,7 @@ private:
     mutable std::mutex lock_;  // guards all below; the watcher takes it too
     Filter filter_;
     Ports ports_{filter_};
-    std::map<std::string, PseudoDevice> pseudo_devices_;
+    std::map<std::string, int> pseudo_devices_;  // interface indexes
     std::map<int, Handle> handles_;
     std::thread watcher_;
 };

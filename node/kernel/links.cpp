@@ -2,6 +2,7 @@
 
 #include <libmnl/libmnl.h>
 #include <linux/if_arp.h>
+#include <linux/if_bridge.h>
 #include <linux/if_link.h>
 #include <linux/pkt_sched.h>
 #include <linux/rtnetlink.h>
@@ -13,6 +14,7 @@
 #include <cerrno>
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <system_error>
 
 namespace ia::node {
@@ -73,10 +75,20 @@ int each_attribute(const nlattr *attribute, void *take) {
 Link read_link(const nlmsghdr &message) {
     const auto &info = payload<ifinfomsg>(message);
     Link link;
+    bool bridge_port = false;  // the kernel says so before the port's data
     link.index = info.ifi_index;
     link.ethernet = info.ifi_type == ARPHRD_ETHER;
+    auto take_port = [&](const nlattr &nested) {
+        if (mnl_attr_get_type(&nested) == IFLA_BRPORT_STATE)
+            link.forwarding = mnl_attr_get_u8(&nested) == BR_STATE_FORWARDING;
+    };
     auto take_info = [&](const nlattr &nested) {
-        if (mnl_attr_get_type(&nested) == IFLA_INFO_KIND) link.kind = mnl_attr_get_str(&nested);
+        const auto type = mnl_attr_get_type(&nested);
+        if (type == IFLA_INFO_KIND) link.kind = mnl_attr_get_str(&nested);
+        if (type == IFLA_INFO_SLAVE_KIND)
+            bridge_port = std::string_view(mnl_attr_get_str(&nested)) == "bridge";
+        if (type == IFLA_INFO_SLAVE_DATA && bridge_port)
+            mnl_attr_parse_nested(&nested, each_attribute<decltype(take_port)>, &take_port);
     };
     auto take = [&](const nlattr &attribute) {
         switch (mnl_attr_get_type(&attribute)) {

@@ -15,6 +15,7 @@ struct Link {
     std::string name;
     std::string kind;  // "bridge", "tun", "veth"; empty for hardware
     bool ethernet = false;
+    bool forwarding = false;  // as a bridge port: not blocked, not without carrier
 
     bool is_bridge() const { return kind == "bridge"; }
     bool is_tap() const { return kind == "tun" && ethernet; }

@@ -126,7 +126,8 @@ std::optional<Ports::Wish> Ports::wish(const Link &link) {
     }
     for (BridgeState &bridge : bridges_) {
         if (bridge.device != link.master) continue;
-        if (!interface || interface->bridge != bridge.description.name) return Wish{};
+        if (!interface || interface->bridge != bridge.description.name || !link.forwarding)
+            return Wish{};
         return Wish{&bridge, interface};
     }
     return std::nullopt;
@@ -186,7 +187,9 @@ void Ports::secure(const Link &link, bool verify) {
     port.name = link.name;
     for (const Hook hook : {Hook::port_out, Hook::port_in}) {
         if (port.in_place && (!verify || filter_.attached(hook, link.index))) continue;
-        port.with_qdisc |= filter_.attach(hook, link.index, link.name);
+        const Attachment made = filter_.attach(hook, link.index, link.name);
+        port.with_qdisc |= made.qdisc || made.taken_over;
+        port.taken_over |= made.taken_over;
     }
     port.in_place = true;
     publish(link.index, port, *wanted);
@@ -248,10 +251,10 @@ void Ports::store_bridge(const BridgeState &bridge) {
     filter_.set_bridge(bridge.number, record);
 }
 
-void Ports::release() {
+void Ports::release(Release which) {
     for (auto &[device, port] : ports_) {
         withdraw(device, port);
-        Filter::detach(device, port.with_qdisc);
+        if (which == Release::all || !port.taken_over) Filter::detach(device, port.with_qdisc);
     }
     ports_.clear();
 }

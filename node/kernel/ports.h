@@ -35,7 +35,7 @@ struct BridgeState {
 
 struct PortStatus {
     std::string device;
-    bool held = true;  // member of no described bridge, or not described itself
+    bool held = true;  // not described, or no forwarding port of its bridge
     std::string bridge;
     std::uint32_t id = 0;
     bool network = false;
@@ -57,8 +57,10 @@ public:
     // went wrong, a line for each device.
     std::vector<std::string> reconcile(const std::vector<Link> &links, bool verify);
 
-    // Takes the filter off every device.
-    void release();
+    // Takes the filter off every device; but not where it was found in place
+    // when only the new ones are meant: those go on holding.
+    enum class Release { all, new_ones };
+    void release(Release which);
 
     bool carries(int device) const { return ports_.contains(device); }
 
@@ -75,6 +77,7 @@ private:
         std::string name;
         bool in_place = false;             // both programs hang there
         bool with_qdisc = false;           // which goes with them
+        bool taken_over = false;           // an earlier run had hung there
         std::optional<filter_port> known;  // what the filter was told
     };
     struct Wish {

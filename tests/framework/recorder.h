@@ -71,6 +71,7 @@ public:
     }
     void profileModeChange(bool mode) override { note("profile-mode", mode); }
     void setState(bool enabled) override { note("state", enabled); }
+    void setVsaMode(std::uint32_t mode) override { note("vsa", mode); }
     void maxPduSet(const std::string &bridge, unsigned pdu) override { note("pdu", bridge, pdu); }
     void setVlanState(unsigned short id, bool enabled) override { note("vlan-state", id, enabled); }
     void setInterfaceState(unsigned id, std::uint32_t state) override { note("role", id, state); }

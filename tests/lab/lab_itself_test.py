@@ -1,4 +1,4 @@
-"""The lab without the engine: what it carries, and that it leaves nothing."""
+"""The lab without the agent: what it carries, and that it leaves nothing."""
 
 import os
 import sys
@@ -92,4 +92,4 @@ def hold():
 if __name__ == "__main__":
     if "--hold" in sys.argv:
         hold()
-    testing.main(engine=False)
+    testing.main(agent=False)

@@ -1,6 +1,7 @@
 """What the engine does not let through: too long, or marked by someone else."""
 
 from lab import frames, node, testing
+from lab.agent import counters
 from lab.topology import MNG_MAC, mac_of
 
 MAX_PDU = 1500
@@ -59,6 +60,9 @@ class Refusals(testing.LabTest):
         self.client.send(request(frames.PADI, frames.vendor_tag(), number=1))
         _, earlier = self.passes(2)
         self.assertEqual(earlier, [])
+        for port in (None, node.PORTS["sub1"]["id"]):
+            counted = counters(self.lab, port)
+            self.assertEqual((counted["dropped"], counted["PADI"]), (1, 1))
 
     def test_a_tag_from_a_trusted_port_is_replaced(self):
         self.start(trust="trusted")

@@ -78,7 +78,7 @@ class Restart(testing.LabTest):
                     self.lab.start_engine()
                 status, seconds = self.lab.stop_engine()
                 self.assertEqual(status, 0, self.lab.engine.output())
-                self.assertLess(seconds, 2.0)
+                self.assertLess(seconds, 5.0)  # two turns of the RPC loop, of a second each, are in it
                 devices, files = traces()
                 self.assertEqual(devices, before[0])
                 self.assertEqual(files - before[1] - {str(self.lab.folder / "node.toml")}, set())

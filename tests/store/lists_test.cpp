@@ -41,7 +41,8 @@ TEST_F(Lists, EntriesAreWalkedByVlan) {
 }
 
 TEST_F(Lists, ARemovedEntryEndsTheWalk) {
-    for (const std::uint16_t vid : std::vector<std::uint16_t>{1, 2, 3}) cache_pppoeia_port_vlan_add(bridge, port, vid);
+    for (const std::uint16_t vid : std::vector<std::uint16_t>{1, 2, 3})
+        cache_pppoeia_port_vlan_add(bridge, port, vid);
     pppoeia_port_vlan_info info;
     ASSERT_EQ(cache_pppoeia_port_vlan_get_first(bridge, port, &info), 0);
     ASSERT_EQ(cache_pppoeia_port_vlan_del(bridge, port, 1), 0);

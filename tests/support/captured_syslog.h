@@ -19,7 +19,8 @@ void clear_syslog();
 
 std::vector<syslog_record> syslog_records();
 
-// The trace messages, without their "[PPPoE]  ".
+// The trace messages, without their "[PPPoE]  ", and without what a worker says
+// of its priority: that comes at any time.
 std::vector<std::string> traces();
 
 // Whether exactly this message was traced, and at priority 6.

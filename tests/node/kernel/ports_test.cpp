@@ -104,6 +104,25 @@ TEST_F(PortsFollow, ADeviceThatLeavesTheBridge) {
     EXPECT_TRUE(becomes("p1", "br0 11"));
 }
 
+// A spanning tree listens for two seconds and learns for two more.
+TEST_F(PortsFollow, APortThatDoesNotForwardIsNoWay) {
+    run("ip link set br0 type bridge stp_state 1 forward_delay 200");
+    start();
+    Echo echo("br0");
+    run("ip link set n2 down; ip link set n2 up");
+    ASSERT_TRUE(becomes("n2", "held"));
+    const Host h1("h1"), s1("s1"), s2("s2");
+    s2.send(discovery(PADI, broadcast, mac_h1, {}).bytes());
+    const Bytes padi = discovery(PADI, broadcast, mac_h1, {}, 1).bytes();
+    h1.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());
+    EXPECT_EQ(1U, outcome(OUTCOME_HELD));
+    EXPECT_EQ(1U, outcome(OUTCOME_SENT));  // to n1 alone
+    ASSERT_TRUE(becomes("n2", "br0 2"));
+    h1.send(padi);
+    EXPECT_EQ(padi, s2.receive_discovery());
+}
+
 TEST_F(PortsFollow, ABridgeThatIsMadeAnew) {
     start();
     run("ip link del br0");

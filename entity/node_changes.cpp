@@ -1,0 +1,151 @@
+// Bridges, ports and VLANs as the node announces them.
+#include "entity/interface_types.h"
+#include "entity/operation.h"
+#include "entity/port_location.h"
+#include "entity/pppoeia.h"
+#include "platform/bll/sysInfo.h"
+#include "pppoeia/client.h"
+
+#include <cstring>
+
+using namespace ia;
+
+namespace {
+
+const char *named(const char *bridge) {
+    return bridge && *bridge ? bridge : pppoeia::m_default_bridge_name;
+}
+
+// What the registry says of an interface that becomes a port.
+struct Described {
+    std::string device;
+    std::string name;
+    Interfaces::interfaceType type{};
+    pppoeia_port_info info{};
+};
+
+bool look_up(unsigned int id, Described &port) {
+    const Interfaces &interfaces = Interfaces::instance();
+    return interfaces.interfaceGetLinuxnameById(id, port.device) == 0 &&
+           interfaces.interfaceGetNameById(id, port.name) == 0 &&
+           interfaces.interfaceGetTypeById(id, port.type) == 0 &&
+           location_of(id, port.info.location);
+}
+
+// The type word, kind and parent. False, with its line, when the type has none.
+bool classify(unsigned int id, Described &port) {
+    if (Interfaces::instance().interfaceGetTypeById(id, port.type) != 0) {
+        log_line(log_error, "pppoeia: Error getting interface type for port ", id, "\n");
+        return false;
+    }
+    const InterfaceTypeFacts *facts = facts_of(port.type);
+    if (!facts) {
+        log_line(log_error, "pppoeia: Invalid interface type for port ", id, "\n");
+        return false;
+    }
+    std::strncpy(port.info.intf_type, facts->name, sizeof port.info.intf_type - 1);
+    port.info.intf_kind = facts->kind;
+    Interfaces::Interface parent{};
+    if (facts->has_parent && Interfaces::instance().interfaceParentGet(id, parent) == 0)
+        port.info.parent_id = parent.id;
+    return true;
+}
+
+// One of the VLAN handlers: under the lock, or with its own two lines.
+template <class Call, class... Args>
+void change_vlans(const char *handler, const char *call_name, Call call, Args... args) {
+    const BLLManager::exclusiveLock_t lock;
+    if (!lock.owns_lock())
+        log_line(log_error, "pppoeia::", handler, ": obtaining exclusive lock failed.\n");
+    else if (call(pppoeia::m_default_bridge_name, args...) != 0)
+        log_line(log_error, "pppoeia::", handler, ": ", call_name, " error.\n");
+}
+
+}  // namespace
+
+bool pppoeia::bridgeAdd(const char *bridgeName, unsigned int portCount) {
+    constexpr std::uint32_t max_pdu = 1500;
+    const char *name = named(bridgeName);
+    exclusively([&] {
+        if (pppoeia_bridge_add(name, portCount) != 0) return failed;
+        pppoeia_bridge_max_pdu_set(name, max_pdu);
+        pppoeia_bridge_state_set(name, 0);
+        pppoeia_bridge_vendor_set(name, defaultVendorId.c_str());
+        // These are the default bridge's, whichever one was added.
+        pppoeia_circuit_id_format_set(m_default_bridge_name, pppoeia_cid_format_def.c_str());
+        pppoeia_remote_id_format_set(m_default_bridge_name, pppoeia_rid_format_def.c_str());
+        pppoeia_bridge_chassis_id_set(m_default_bridge_name, defaultChassisId);
+        std::string shelf;
+        if (sysInfo::instance().getShelfId(shelf) != 0) shelf = defaultShelfId;
+        pppoeia_bridge_shelf_id_set(name, shelf.c_str());
+        return succeeded;
+    });
+    return true;
+}
+
+bool pppoeia::bridgeDel(const char *bridgeName) {
+    return change(pppoeia_bridge_del, named(bridgeName)) == succeeded;
+}
+
+void pppoeia::portAdd(const char *bridgeName, unsigned int ifIndex) {
+    exclusively([&] {
+        Described port;
+        if (!look_up(ifIndex, port)) {
+            log_line(log_error, "pppoeia: Error getting port ", ifIndex,
+                     " info from Interfaces BLE.\n");
+            return failed;
+        }
+        if (!classify(ifIndex, port)) return failed;
+        if (pppoeia_port_add(named(bridgeName), ifIndex, port.device.c_str(), port.name.c_str(),
+                             &port.info) != 0) {
+            log_line(log_error, "pppoeia: Error adding port ", ifIndex, " to pppoeia module\n");
+            return failed;
+        }
+        const InterfaceTypeFacts &facts = *facts_of(port.type);
+        setInterfaceState(ifIndex, interfaceState_t(facts.state));
+        setInterfaceMode(ifIndex, interfaceMode_t(facts.trust));
+        return succeeded;
+    });
+}
+
+bool pppoeia::portDel(const char *bridgeName, unsigned int ifIndex) {
+    return change(pppoeia_port_del, named(bridgeName), ifIndex) == succeeded;
+}
+
+bool pppoeia::maxPduSet(const char *bridgeName, unsigned int pdu) {
+    return change(pppoeia_bridge_max_pdu_set, named(bridgeName), pdu) == succeeded;
+}
+
+bool pppoeia::maxPduGet(const char *bridgeName, unsigned int &pdu) {
+    return change(pppoeia_bridge_max_pdu_get, named(bridgeName), &pdu) == succeeded;
+}
+
+void pppoeia::vlanAdd(const char *, unsigned short vlanId) const {
+    change_vlans("vlanAdd", "pppoeia_vlan_add", pppoeia_vlan_add, vlanId);
+}
+
+void pppoeia::vlanDel(const char *, unsigned short vlanId) const {
+    change_vlans("vlanDel", "pppoeia_vlan_del", pppoeia_vlan_del, vlanId);
+}
+
+void pppoeia::addVlanMembership(const char *, unsigned short vlanId, unsigned int ifIndex) const {
+    change_vlans("addVlanMembership", "pppoeia_port_vlan_add", pppoeia_port_vlan_add, ifIndex,
+                 vlanId);
+}
+
+void pppoeia::delVlanMembership(const char *, unsigned short vlanId, unsigned int ifIndex) const {
+    change_vlans("delVlanMembership", "pppoeia_port_vlan_del", pppoeia_port_vlan_del, ifIndex,
+                 vlanId);
+}
+
+int pppoeia::clearPortVlan(unsigned int ifIndex) {
+    return change(clear_port_vlan, m_default_bridge_name, ifIndex);
+}
+
+int pppoeia::clearVlan() {
+    return change(clear_vlan, m_default_bridge_name);
+}
+
+int pppoeia::profileModeChange(bool) const {
+    return change(clear_port_vlan_all, m_default_bridge_name);
+}

@@ -1,0 +1,200 @@
+// Statistics, generated IDs, and views that put several settings together.
+#include "entity/operation.h"
+#include "entity/pppoeia.h"
+#include "platform/bll/kvbridge.h"
+#include "platform/bll/sysInfo.h"
+#include "pppoeia/client.h"
+
+using namespace ia;
+
+namespace {
+
+constexpr const char *const &bridge = pppoeia::m_default_bridge_name;
+
+// One call under the shared lock.
+template <class Call, class... Args>
+int ask(Call call, Args... args) {
+    return shared([&] { return entity_result(call(args...)); });
+}
+
+void add(pppoeia_stats &sum, const pppoeia_stats &more) {
+    sum.padi += more.padi;
+    sum.padr += more.padr;
+    sum.pado += more.pado;
+    sum.pads += more.pads;
+    sum.padt += more.padt;
+    sum.dropped += more.dropped;
+    sum.unknown_code += more.unknown_code;
+    sum.truncated += more.truncated;
+    sum.bypassed += more.bypassed;
+}
+
+// Adds the counters of the interfaces `levels` below this one.
+bool add_children(unsigned int id, int levels, pppoeia_stats &sum) {
+    std::list<Interfaces::Interface> children;
+    if (Interfaces::instance().interfaceAllChildrenGet(id, children) != 0) return false;
+    for (const Interfaces::Interface &child : children) {
+        if (levels > 1) {
+            if (!add_children(child.id, levels - 1, sum)) return false;
+            continue;
+        }
+        pppoeia_stats own{};
+        if (pppoeia_port_stats_get(bridge, child.id, &own) != 0) return false;
+        add(sum, own);
+    }
+    return true;
+}
+
+// How far below an interface its counters are kept: 0 for its own.
+int levels_below(Interfaces::interfaceType type) {
+    if (type == Interfaces::interfaceTypeOnu) return 1;  // on its GEM ports
+    if (type == Interfaces::interfaceTypeOlt) return 2;  // on the GEM ports of its ONUs
+    return 0;
+}
+
+// False for a mode that no operator can set.
+bool describe(unsigned int id, const pppoeia_port_vlan_info &entry, pppoeia::portVlanInfo_t &info) {
+    if (entry.cid_mode > PPPOEIA_CID_CUSTOM) return false;
+    info.ifIndex = id;
+    info.vlanId = entry.vlan_id;
+    info.cidMode = pppoeia::vsaCircuitIdMode_t(entry.cid_mode);
+    info.cidFormat = entry.cid_format;
+    info.ridFormat = entry.rid_format;
+    return true;
+}
+
+// OLT ports and ONUs carry no subscriber; a GEM port may carry none yet.
+bool carries_no_subscriber(const Interfaces::Interface &interface) {
+    return interface.type == Interfaces::interfaceTypeOlt ||
+           interface.type == Interfaces::interfaceTypeOnu ||
+           (interface.type == Interfaces::interfaceTypeGem && interface.gemInUse == 0);
+}
+
+}  // namespace
+
+// --- statistics --------------------------------------------------------------------
+
+int pppoeia::getGlobalStatistics(pppoeia_stats &stats) const {
+    return ask(pppoeia_bridge_stats_get, bridge, &stats);
+}
+
+int pppoeia::resetGlobalStatistics() const {
+    return ask(pppoeia_bridge_stats_reset, bridge);
+}
+
+int pppoeia::getInterfaceStatistics(unsigned int ifIndex, pppoeia_stats &stats) const {
+    return shared([&] {
+        Interfaces::interfaceType type{};
+        int levels = 0;
+        if (isActive(FEATURE_GPON)) {
+            if (Interfaces::instance().interfaceGetTypeById(ifIndex, type) != 0) return failed;
+            levels = levels_below(type);
+        }
+        if (levels == 0)
+            return EntityResult(entity_result(pppoeia_port_stats_get(bridge, ifIndex, &stats)));
+        stats = {};
+        return add_children(ifIndex, levels, stats) ? succeeded : failed;
+    });
+}
+
+int pppoeia::resetInterfaceStatistics(unsigned int ifIndex) const {
+    return ask(pppoeia_port_stats_reset, bridge, ifIndex);
+}
+
+// --- generated IDs -----------------------------------------------------------------
+
+int pppoeia::genCircuitIdByIntfVlan(unsigned int ifIndex, unsigned short vlanId, char *out) const {
+    return ask(gen_circuit_id_by_intf_vlan, bridge, ifIndex, vlanId, out);
+}
+
+int pppoeia::genRemoteIdByIntfVlan(unsigned int ifIndex, unsigned short vlanId, char *out) const {
+    return ask(gen_remote_id_by_intf_vlan, bridge, ifIndex, vlanId, out);
+}
+
+// --- views -------------------------------------------------------------------------
+
+int pppoeia::getPortVlan(unsigned int ifIndex, unsigned short vlanId, portVlanInfo_t &info) const {
+    return shared([&] {
+        pppoeia_port_vlan_info entry{};
+        if (pppoeia_port_vlan_info_get(bridge, ifIndex, vlanId, &entry) != 0) return failed;
+        return describe(ifIndex, entry, info) ? succeeded : failed;
+    });
+}
+
+int pppoeia::getPortVlanList(unsigned int ifIndex, std::list<portVlanInfo_t> &list) const {
+    return shared([&] {
+        list.clear();
+        pppoeia_port_vlan_info entry{};
+        int result = pppoeia_port_vlan_get_first(bridge, ifIndex, &entry);
+        while (result == 0) {
+            portVlanInfo_t info;
+            if (!describe(ifIndex, entry, info)) return failed;
+            list.push_back(info);
+            result = pppoeia_port_vlan_get_next(bridge, ifIndex, entry.vlan_id, &entry);
+        }
+        return succeeded;
+    });
+}
+
+int pppoeia::getVlanInfo(unsigned short vlanId, vlanInfo_t &info) const {
+    return shared([&] {
+        kvbridge::vlanInfo known{};
+        if (kvbridge::instance().vlanGetInfoId(bridge, vlanId, known) != 0) return not_applicable;
+        info.vlanId = vlanId;
+        return getVlanState(vlanId, info.state) == succeeded ? succeeded : failed;
+    });
+}
+
+int pppoeia::getVlanInfo(std::list<vlanInfo_t> &list) const {
+    constexpr std::uint16_t last_vlan = 4095;
+    return shared([&] {
+        list.clear();
+        for (std::uint16_t index = 0; index <= last_vlan; ++index) {
+            kvbridge::vlanInfo known{};
+            if (kvbridge::instance().vlanGetInfoId("", index, known) != 0) continue;
+            vlanInfo_t info{known.vlanId, false};
+            if (getVlanState(known.vlanId, info.state) != succeeded) {
+                list.clear();
+                return failed;
+            }
+            list.push_back(info);
+        }
+        return succeeded;
+    });
+}
+
+int pppoeia::getInterfaceInfo(unsigned int ifIndex, interfaceInfo_t &info) const {
+    return shared([&] {
+        const Interfaces &interfaces = Interfaces::instance();
+        const bool complete = interfaces.checkId(ifIndex) &&
+                              interfaces.interfaceGetNameById(ifIndex, info.name) == 0 &&
+                              interfaces.interfaceGetTypeById(ifIndex, info.type) == 0 &&
+                              getInterfaceState(ifIndex, info.state) == succeeded &&
+                              getInterfaceMode(ifIndex, info.mode) == succeeded &&
+                              getInterfaceRemoteId(ifIndex, info.remoteId) == succeeded &&
+                              getInterfaceCircuitId(ifIndex, info.circuitId) == succeeded &&
+                              getVsaCircuitIdMode(ifIndex, info.cidMode) == succeeded &&
+                              getPortVlanList(ifIndex, info.portVlans) == succeeded;
+        if (!complete) return failed;
+        info.ifIndex = ifIndex;
+        return succeeded;
+    });
+}
+
+int pppoeia::getInterfaceInfo(std::list<interfaceInfo_t> &list, bool skipGponParents) const {
+    return shared([&] {
+        list.clear();
+        std::list<Interfaces::Interface> known;
+        Interfaces::instance().interfaceListGet(known);
+        for (const Interfaces::Interface &interface : known) {
+            if (skipGponParents && carries_no_subscriber(interface)) continue;
+            interfaceInfo_t info;
+            if (getInterfaceInfo(interface.id, info) != succeeded) {
+                list.clear();
+                return failed;
+            }
+            list.push_back(info);
+        }
+        return succeeded;
+    });
+}

@@ -1,0 +1,5 @@
+#include "programs/ctl/arguments.h"
+
+int main(int argc, char **argv) {
+    return ia::ctl::run(argc, argv);
+}

@@ -1,0 +1,127 @@
+// The server functions that change something: one operation of the entity each.
+#include "entity/pppoeia.h"
+#include "platform/bll/CliConfig.h"
+#include "platform/bll/servprofile.h"
+#include "rpc/pppoeia.h"
+
+namespace {
+
+pppoeia &agent() {
+    return pppoeia::instance();
+}
+
+// Requests are served one at a time, so one reply serves them all.
+rpcPppoeiaResult *answer(int result) {
+    static rpcPppoeiaResult reply;
+    reply = rpcPppoeiaResult(result);
+    return &reply;
+}
+
+// Refused while service profiles configure the node.
+template <class Change>
+rpcPppoeiaResult *outside_profiles(Change change) {
+    if (CliConfig::instance().checkProfileMode()) return answer(RPC_PPPOEIA_PROFILE_MODE);
+    return answer(change());
+}
+
+// Uplinks belong to no service profile.
+template <class Change>
+rpcPppoeiaResult *outside_profiles_or_uplink(u_int what, Change change) {
+    if (servProfileCheckIfInterfaceUplink(what) != 0) return answer(change());
+    return outside_profiles(change);
+}
+
+}  // namespace
+
+rpcPppoeiaResult *rpc_pppoeia_set_state_1_svc(bool_t state, svc_req *) {
+    return outside_profiles([&] { return agent().setState(state != 0); });
+}
+
+// The "circuit id" of these two is the bridge's shelf id.
+rpcPppoeiaResult *rpc_pppoeia_unset_circuitid_1_svc(svc_req *) {
+    return answer(agent().setShelfId(""));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_circuitid_1_svc(char *shelf, svc_req *) {
+    return answer(agent().setShelfId(shelf));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_debug_1_svc(bool_t debug, svc_req *) {
+    return answer(agent().setDebug(debug != 0));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_interface_state_1_svc(u_int ifIndex,
+                                                        rpcPppoeiaInterfaceState state, svc_req *) {
+    return outside_profiles_or_uplink(ifIndex, [&] {
+        return agent().setInterfaceState(ifIndex, pppoeia::interfaceState_t(state));
+    });
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_interface_mode_1_svc(u_int ifIndex, rpcPppoeiaInterfaceMode mode,
+                                                       svc_req *) {
+    return answer(agent().setInterfaceMode(ifIndex, pppoeia::interfaceMode_t(mode)));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_unset_remoteid_1_svc(u_int ifIndex, svc_req *) {
+    return answer(agent().setInterfaceRemoteId(ifIndex, ""));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_remoteid_1_svc(u_int ifIndex, char *remoteId, svc_req *) {
+    return answer(agent().setInterfaceRemoteId(ifIndex, remoteId));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_vlan_state_1_svc(u_int vlanId, bool_t state, svc_req *) {
+    return outside_profiles_or_uplink(vlanId, [&] {
+        return agent().setVlanState(static_cast<unsigned short>(vlanId), state != 0);
+    });
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_log_level_1_svc(rpcPppoeiaLoggingLevel level, svc_req *) {
+    return answer(agent().setLogLevel(pppoeia::pppoeiaLoggingLevel(level)));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_vsa_mode_1_svc(rpcPppoeiaVsaMode mode, svc_req *) {
+    return answer(agent().setVsaMode(pppoeia::vsaMode_t(mode)));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_vsa_circuitid_state_1_svc(int state, svc_req *) {
+    return answer(agent().setVsaCircuitIdState(state != 0));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_vsa_remoteid_state_1_svc(int state, svc_req *) {
+    return answer(agent().setVsaRemoteIdState(state != 0));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_reset_stat_1_svc(svc_req *) {
+    return answer(agent().resetGlobalStatistics());
+}
+
+rpcPppoeiaResult *rpc_pppoeia_reset_interface_stat_1_svc(u_int ifIndex, svc_req *) {
+    return answer(agent().resetInterfaceStatistics(ifIndex));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_circuit_id_cvlan_1_svc(bool_t state, svc_req *) {
+    return answer(agent().setVsaCircuitIdCVlanState(state != 0));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_interface_circuit_id_mode_1_svc(u_int ifIndex,
+                                                                  rpcPppoeiaCircuitIdMode mode,
+                                                                  svc_req *) {
+    return answer(agent().setVsaCircuitIdMode(ifIndex, pppoeia::vsaCircuitIdMode_t(mode)));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_cid_format_set_1_svc(char *format, svc_req *) {
+    return answer(agent().setVsaCircuitIdFormat(format));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_rid_format_set_1_svc(char *format, svc_req *) {
+    return answer(agent().setVsaRemoteIdFormat(format));
+}
+
+rpcPppoeiaResult *rpc_pppoeia_set_intf_vlan_circuit_id_mode_1_svc(u_int ifIndex, u_short vlanId,
+                                                                  rpcPppoeiaCircuitIdMode mode,
+                                                                  svc_req *) {
+    return outside_profiles([&] {
+        return agent().setVsaCircuitIdMode(ifIndex, vlanId, pppoeia::vsaCircuitIdMode_t(mode));
+    });
+}

@@ -1,0 +1,19 @@
+// The agent's ONC RPC service (RFC 5531): program 0x20000011, version 1.
+//
+// Requests are served one at a time on the process's RPC loop; every server
+// function answers with a reply object of its own that lasts until its next
+// call.
+#pragma once
+
+#include <rpc/rpc.h>
+
+namespace ia {
+
+inline constexpr unsigned long rpc_program = 0x20000011;
+inline constexpr unsigned long rpc_version = 1;
+
+// Decodes a request, calls its server function and sends the reply. A call that
+// changes anything passes the node's gate first.
+void dispatch(svc_req *request, SVCXPRT *transport);
+
+}  // namespace ia

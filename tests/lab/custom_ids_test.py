@@ -1,0 +1,67 @@
+"""Custom IDs on a real client's PADI, text and binary; tshark reads them."""
+
+import os
+
+from lab import decode, frames, node, testing
+from lab.processes import Process
+
+# Shelf "shelf1", location port 7, VLAN 0, the client's address with "-" between.
+TEXT_FORMAT = "$SHELF/$z4PORT.$VLAN $d-CLNT_MAC"
+TEXT = b"shelf1/0007.0 02-00-00-00-01-01"
+# "L", chassis 99 (0x63), the client's address: 8 bytes.
+BINARY_FORMAT = "L$hCHASSIS$hCLNT_MAC"
+BINARY = bytes.fromhex("4c63020000000101")
+
+
+class CustomIds(testing.LabTest):
+    def setUp(self):
+        super().setUp()
+        self.lab.start_engine(node.description(ports={"sub1": {"port": 7}}))
+        self.lab.start_server()
+        self.server = self.lab.wire("bng")
+        self.control("set", "cid-mode", "1", "custom")
+        self.control("set", "cid-format", TEXT_FORMAT)
+
+    def control(self, *words):
+        status, said = self.lab.control(*words)
+        self.assertEqual(status, 0, said)
+
+    def engine_call(self, *words):
+        """Another process sets what the remote procedures do not."""
+        tool = Process([os.environ["PPPOEIA_ENGINE_CALL"], *words])
+        self.assertEqual(tool.wait(), 0, tool.output())
+
+    def marked_padi(self):
+        """The PADI of one discovery, as the server received it."""
+        status, said = self.lab.discover()
+        self.assertEqual(status, 0, said)
+        self.server.waiting()
+        padis = [frame for frame in map(frames.parse, self.server.recorded())
+                 if frame.code == frames.PADI]
+        self.assertEqual(len(padis[-1].marks), 1)
+        return padis[-1].marks[0]
+
+    def test_text_and_binary(self):
+        self.control("set", "rid-format", BINARY_FORMAT)
+        mark = self.marked_padi()
+        self.assertEqual(mark[frames.CIRCUIT_ID], TEXT)
+        self.assertEqual(mark[frames.REMOTE_ID], BINARY)
+        rows = decode.fields(self.server.save(self.lab.folder / "server.pcap"),
+                             ["pppoe.code", "pppoed.tags.circuit_id", "pppoed.tags.remote_id"])
+        padi = [row for row in rows if int(row["pppoe.code"], 16) == frames.PADI][-1]
+        self.assertEqual(padi["pppoed.tags.circuit_id"], TEXT.decode())
+        self.assertTrue(padi["pppoed.tags.remote_id"].startswith("Lc"))
+
+    def test_a_line_of_its_own(self):
+        for what, value in (("mode", "2"), ("cid-format", "line $PORT")):
+            self.engine_call(what, "1", "0", value)
+        self.assertEqual(self.marked_padi()[frames.CIRCUIT_ID], b"line 7")
+        self.engine_call("cid-format", "1", "0", "")
+        self.assertEqual(self.marked_padi()[frames.CIRCUIT_ID], TEXT)
+        # Without a mode the entry goes, and the port's own mode counts again.
+        self.engine_call("mode", "1", "0", "0xFFFFFFFF")
+        self.assertEqual(self.marked_padi()[frames.CIRCUIT_ID], TEXT)
+
+
+if __name__ == "__main__":
+    testing.main()

@@ -1,0 +1,87 @@
+// Platform information and text forms. The addresses need a network namespace.
+#include "node/linux/ncfm.h"
+#include "platform/CKvUtil.h"
+#include "platform/ncfm.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <unistd.h>
+#include <cstdlib>
+#include <cstring>
+
+namespace ia::node::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST(TextForms, AreTheNodes) {
+    const std::uint8_t mac[] = {0x00, 0x1A, 0x2B, 0xC0, 0x0D, 0xFF};
+    EXPECT_EQ("00:1A:2B:C0:0D:FF", CKvUtil::macToString(mac));
+    EXPECT_EQ("0x88a8", CKvUtil::ethertypeToString(0x88A8));
+    EXPECT_EQ("0x0006", CKvUtil::ethertypeToString(6));
+}
+
+class Information : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (geteuid() != 0 || unshare(CLONE_NEWNET) != 0) {
+            if (std::getenv("PPPOEIA_REQUIRE_ROOT_TESTS"))
+                FAIL() << "needs root and network namespaces";
+            GTEST_SKIP() << "needs root and network namespaces";
+        }
+        ASSERT_EQ(0, std::system("ip link add eth9 up type bridge;"
+                                 "ip link property add dev eth9 altname mng0;"
+                                 "ip addr add 192.0.2.7/24 dev eth9;"
+                                 "ip link add mng1 up type bridge"));
+    }
+
+    static int describe_and_get(const char *device, ncfm_ipv6 &block) {
+        Description description;
+        description.management_device = device;
+        describe_node(description);
+        return ncfmGetIpv6(&block);
+    }
+
+    static ncfm_interface interface(const char *name) {
+        ncfm_interface block{};
+        std::strncpy(block.name, name, sizeof block.name);
+        return block;
+    }
+};
+
+TEST_F(Information, BoardPosition) {
+    Description description;
+    description.board = 13;
+    describe_node(description);
+    std::uint8_t position = 0;
+    EXPECT_EQ(0, ncfmGetMyBoardPos(&position));
+    EXPECT_EQ(13, position);
+}
+
+TEST_F(Information, Ipv4ByEitherName) {
+    for (const char *name : {"mng0", "eth9"}) {
+        ncfm_interface block = interface(name);
+        EXPECT_EQ(0, ncfmGetInterface(&block)) << name;
+        EXPECT_THAT(block.ipv4, ElementsAre(192, 0, 2, 7)) << name;
+    }
+    for (const char *name : {"mng1", "mng7", "", "tenletters"}) {  // none, absent, not a name
+        ncfm_interface block = interface(name);
+        EXPECT_NE(0, ncfmGetInterface(&block)) << name;
+        EXPECT_THAT(block.ipv4, ElementsAre(0, 0, 0, 0)) << name;
+    }
+}
+
+TEST_F(Information, FirstGlobalIpv6) {
+    ncfm_ipv6 block{};
+    EXPECT_EQ(0, describe_and_get("mng0", block));
+    EXPECT_STREQ("", block.address);  // a link-local one at most
+    if (std::system("ip -6 addr add 2001:db8::17/64 dev eth9 nodad") != 0)
+        GTEST_SKIP() << "needs IPv6";
+    EXPECT_EQ(0, describe_and_get("mng0", block));
+    EXPECT_STREQ("2001:db8::17", block.address);
+    EXPECT_NE(0, describe_and_get("mng7", block));
+}
+
+}  // namespace
+}  // namespace ia::node::test
