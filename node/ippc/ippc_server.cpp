@@ -83,12 +83,16 @@ void IppcServer::run() {
                                      accepting_ ? -1 : retry_ms);
         if (!accepting_) resume_accepting();
         for (int i = 0; i < ready; ++i) {
-            const int fd = events[static_cast<std::size_t>(i)].data.fd;
+            const epoll_event &event = events[static_cast<std::size_t>(i)];
+            const int fd = event.data.fd;
             if (fd == wake_.get()) return;
             if (fd == socket_.get()) {
                 accept_client();
             } else if (const auto client = clients_.find(fd); client != clients_.end()) {
-                if (!serve(client->second)) clients_.erase(client);
+                // A caller that has gone took its call for failed: what it sent
+                // must not be run any more.
+                const bool gone = (event.events & EPOLLHUP) != 0;
+                if (gone || !serve(client->second)) clients_.erase(client);
             }
         }
     }

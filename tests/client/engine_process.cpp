@@ -69,12 +69,17 @@ std::string EngineProcess::look(Look what) {
     return said;
 }
 
-void EngineProcess::signal(int number) const {
-    ::kill(pid_, number);
+void EngineProcess::stop() const {
+    ::kill(pid_, SIGSTOP);
+    waitpid(pid_, nullptr, WUNTRACED);
+}
+
+void EngineProcess::go_on() const {
+    ::kill(pid_, SIGCONT);
 }
 
 void EngineProcess::kill() {
-    signal(SIGKILL);
+    ::kill(pid_, SIGKILL);
     waitpid(pid_, nullptr, 0);
     pid_ = 0;
 }

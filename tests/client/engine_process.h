@@ -18,7 +18,8 @@ public:
     using Look = std::string (*)();
     std::string look(Look what);
 
-    void signal(int number) const;
+    void stop() const;  // it stands still until it goes on
+    void go_on() const;
     void kill();  // at once, without any order
 
 private:

@@ -194,16 +194,19 @@ TEST_F(Failures, TheEngineDiesInTheCall) {
 }
 
 TEST_F(Failures, TheEngineHangs) {
-    provision_store();
-    const EngineProcess engine(path_);
-    engine.signal(SIGSTOP);
+    EngineProcess engine(path_);
+    provision();
+    engine.stop();
     const auto before = std::chrono::steady_clock::now();
     EXPECT_EQ(pppoeia_bridge_vendor_set(br, "OTHER"), 4);
     const auto waited = std::chrono::steady_clock::now() - before;
-    engine.signal(SIGCONT);
+    engine.go_on();
     EXPECT_GT(waited, std::chrono::milliseconds(4900));
     EXPECT_LT(waited, std::chrono::milliseconds(5500));
     EXPECT_EQ(vendor(), "ACME");
+    // What failed is not run later either.
+    EXPECT_EQ(pppoeia_bridge_state_set(br, 1), 0);
+    EXPECT_EQ(engine.look(vendor), "ACME");
 }
 
 TEST_F(Failures, ARestartedEngineIsFoundByTheNextCall) {
