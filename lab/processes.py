@@ -96,6 +96,9 @@ class Process:
         self._reader.join(1.0)  # a child that it left may hold the pipe open
         return status
 
+    def send(self, number):
+        self._popen.send_signal(number)
+
     def stop(self, how=signal.SIGTERM, seconds=10.0):
         """Asks the program to end and waits for it; the exit status."""
         with contextlib.suppress(ProcessLookupError):

@@ -210,6 +210,11 @@ class Lab:
         status = self.engine.stop(signal.SIGTERM)
         return status, time.monotonic() - begin
 
+    def reload(self, seconds=10.0):
+        """The management process reads its description again, and is done."""
+        self.management.send(signal.SIGHUP)
+        self._management_news.wait_ready(self.management, seconds)
+
     def stop_management(self):
         """Asks the management process to end; its status."""
         self._management_news.close()

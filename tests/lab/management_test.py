@@ -1,0 +1,216 @@
+"""The management of the node: its RPC service, changed descriptions, GPON."""
+
+import re
+import subprocess
+import threading
+
+from lab import frames, netns, node, testing
+from lab.topology import mac_of, programs
+
+CLIENT = programs().parent / "tests" / "rpc" / "procedures_client"
+PROGRAM = 536870929
+TRANSPORTS = ("tcp", "udp")
+
+
+def padi(number):
+    tags = frames.tag(frames.SERVICE_NAME) + frames.tag(frames.HOST_UNIQ, b"%08d" % number)
+    return frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI, tags)
+
+
+class ManagementTest(testing.LabTest):
+    def scene(self, name, numbers, padis=0, transports=TRANSPORTS):
+        """The client's calls; a line each for `numbers`."""
+        for transport in transports:
+            with self.subTest(name, transport=transport):
+                if padis:
+                    self.pass_padis(padis)
+                client = subprocess.run([CLIENT, transport, name, str(padis)], text=True,
+                                        capture_output=True, timeout=60, check=False)
+                print(client.stdout + client.stderr, end="", flush=True)
+                self.assertEqual(client.stdout.splitlines(),
+                                 [f"ok {number} {transport}" for number in numbers])
+                self.assertEqual(client.returncode, 0, client.stderr)
+
+    def pass_padis(self, count):
+        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
+        for number in range(count):
+            client.send(padi(number))
+            server.wait(lambda frame, number=number: frame.host_uniq == b"%08d" % number,
+                        f"PADI {number}")
+
+    def control(self, *words):
+        status, said = self.lab.control(*words)
+        self.assertEqual(status, 0, said)
+        return said
+
+    def change_description(self, text):
+        """A new description, once the management process has dealt with it."""
+        (self.lab.folder / "node.toml").write_text(text, encoding="utf-8")
+        self.lab.reload()
+
+
+class Procedures(ManagementTest):
+    def test_all(self):
+        self.lab.start_engine()
+        self.scene("all", range(33), padis=3)
+        self.scene("malformed", [33, 3])
+        self.scene("cut-short", [12, 32], transports=["tcp"])
+        self.scene("not-root", [10, 1, 21])
+        # The management's own bridge goes, and its settings cannot be read.
+        self.change_description(node.description({"name": "br1"}))
+        self.scene("without-bridge", [10, 14])
+
+    def test_profile_mode(self):
+        self.lab.start_engine("[node]\nprofile_mode = true\n"
+                              + node.description().removeprefix("[node]\n"))
+        self.scene("profile", [1, 5, 9, 32, 8])
+
+    def test_registration(self):
+        self.lab.start_engine()
+        listed = netns.run("rpcinfo", "-p", "127.0.0.1")
+        found = sorted(line.split()[2] for line in listed.splitlines()
+                       if line.split()[:2] == [str(PROGRAM), "1"])
+        self.assertEqual(found, sorted(TRANSPORTS))
+
+
+class Numbered:
+    """PADIs of one subscriber, numbered from 0, one after the other until stopped."""
+
+    def __init__(self, wire):
+        self.sent = 0
+        self._wire = wire
+        self._stop = threading.Event()
+        self._thread = threading.Thread(target=self._run, daemon=True)
+        self._thread.start()
+
+    def _run(self):
+        while not self._stop.wait(0.0005):
+            self._wire.send(padi(self.sent))
+            self.sent += 1
+
+    def stop(self):
+        self._stop.set()
+        self._thread.join()
+
+
+class ChangedDescription(ManagementTest):
+    PORTS = 500
+    CHANGED = range(100, 600, 50)  # ten ports
+
+    def description(self, remote_id):
+        """The lab's ports and 500 more, whose devices are not there (yet)."""
+        text = node.description({"ports": 1000})
+        for port in range(100, 100 + self.PORTS):
+            text += (f'[[interface]]\nid = {port}\nname = "2/{port}"\ndevice = "line{port}"\n'
+                     f'type = "access"\nrole = "client"\nremote_id = "{remote_id(port)}"\n')
+        return text
+
+    def remote_ids(self):
+        """Remote ID by port number, of the 500."""
+        return {int(port): text for port, text in
+                re.findall(r"^2/([0-9]+) .* (\S+)$", self.control("show", "ports"), re.M)}
+
+    def start(self):
+        self.lab.start_engine(self.description("first-{}".format), seconds=60)
+        self.client, self.server = self.lab.wire("sub1"), self.lab.wire("bng")
+        self.traffic = Numbered(self.client)
+        self.addCleanup(self.traffic.stop)
+        self.arrived(0)
+
+    def arrived(self, number):
+        self.server.wait(lambda frame: frame.host_uniq == b"%08d" % number, f"PADI {number}")
+
+    def assert_none_lost(self):
+        self.traffic.stop()
+        self.arrived(self.traffic.sent - 1)
+        heard = [frame for frame in map(frames.parse, self.server.recorded())
+                 if frame.code == frames.PADI]
+        self.assertEqual(self.server.lost(), 0)
+        self.assertEqual([int(frame.host_uniq) for frame in heard], list(range(self.traffic.sent)))
+        self.assertEqual([frame for frame in heard if not frame.marks], [])
+
+    def test_exactly_what_differs_is_applied(self):
+        self.start()
+        # What an operator set meanwhile shows which ports were not touched.
+        watched = [port for start in self.CHANGED for port in (start, start + 1, start + 49)]
+        for port in watched:
+            self.control("set", "remote-id", str(port), "operator")
+        self.control("set", "remote-id", "10", "operator")
+        sent = self.traffic.sent
+        self.change_description(self.description(
+            lambda port: ("second-" if port in self.CHANGED else "first-") + str(port)))
+        self.assertGreater(self.traffic.sent, sent, "nothing was sent meanwhile")
+        expected = {port: f"first-{port}" for port in range(100, 100 + self.PORTS)}
+        expected.update({port: "operator" for port in watched})
+        expected.update({port: f"second-{port}" for port in self.CHANGED})
+        self.assertEqual(self.remote_ids(), expected)
+        self.assertIn("operator", self.control("show", "port", "10"))
+        self.assert_none_lost()
+
+    def test_a_broken_description_changes_nothing(self):
+        self.start()
+        before = self.control("show"), self.control("show", "ports"), self.control("show", "vlans")
+        broken = self.description("second-{}".format).replace('id = 599', 'id = "last"')
+        self.change_description(broken)
+        self.assertEqual((self.control("show"), self.control("show", "ports"),
+                          self.control("show", "vlans")), before)
+        self.assert_none_lost()
+
+
+class Gpon(ManagementTest):
+    DESCRIPTION = """
+[node]
+board = 3
+[[bridge]]
+name = "br0"
+[[interface]]
+id = 20
+name = "olt1"
+type = "olt"
+device = "olt1"
+[[interface]]
+id = 21
+name = "onu7"
+type = "onu"
+device = "onu7"
+parent = 20
+onu = 7
+serial = "4B4F525601234ABC"
+mac = "00:1A:2B:3C:4D:5E"
+[[interface]]
+id = 22
+name = "gem1"
+type = "gem"
+device = "sub1"
+parent = 21
+onu = 7
+gem = 1
+role = "client"
+[[interface]]
+id = 10
+name = "1/2/1"
+type = "eth"
+device = "net0"
+[[vlan]]
+id = 0
+"""
+
+    def circuit_id(self, number):
+        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
+        client.send(padi(number))
+        frame, _ = server.wait(lambda frame: frame.code == frames.PADI, "the PADI")
+        return frame.marks[0].get(frames.CIRCUIT_ID)
+
+    def test_a_gem_port_carries_its_equipment(self):
+        self.lab.start_engine(self.DESCRIPTION)
+        self.control("set", "cid-format", "$CPE_SERIAL $ONU/$VGEM $CPE_MAC")
+        self.control("set", "cid-mode", "22", "custom")
+        self.assertEqual(self.circuit_id(1), b"KORV01234ABC 7/1 00:1A:2B:3C:4D:5E")
+        # Other equipment behind the same port.
+        self.change_description(self.DESCRIPTION.replace("01234ABC", "98765432")
+                                .replace("4D:5E", "4D:5F"))
+        self.assertEqual(self.circuit_id(2), b"KORV98765432 7/1 00:1A:2B:3C:4D:5F")
+
+
+if __name__ == "__main__":
+    testing.main()
