@@ -34,6 +34,18 @@ bool_t xdr_no_arguments(XDR *, NoArguments *) {
     return TRUE;
 }
 
+// Far longer than any text that is kept. The RPC library takes memory for the
+// length announced before it has read a byte of it.
+constexpr u_int text_max = 65535;
+
+bool_t xdr_text(XDR *stream, char **text) {
+    return xdr_string(stream, text, text_max);
+}
+
+bool_t xdr_port_and_text(XDR *stream, rpc_pppoeia_set_remoteid_1_argument *values) {
+    return xdr_u_int(stream, &values->ifIndex) && xdr_text(stream, &values->remoteId);
+}
+
 template <class Value>
 Value value_of(bool_t (*)(XDR *, Value *));
 
@@ -94,12 +106,12 @@ constexpr Procedure asking(u_long number) {
 constexpr Procedure procedures[] = {
     changing<rpc_pppoeia_set_state_1_svc>(1),
     changing<rpc_pppoeia_unset_circuitid_1_svc, xdr_no_arguments>(2),
-    changing<rpc_pppoeia_set_circuitid_1_svc, xdr_wrapstring>(3),
+    changing<rpc_pppoeia_set_circuitid_1_svc, xdr_text>(3),
     changing<rpc_pppoeia_set_debug_1_svc>(4),
     changing<rpc_pppoeia_set_interface_state_1_svc, xdr_rpc_pppoeia_set_interface_state_1_argument>(5),
     changing<rpc_pppoeia_set_interface_mode_1_svc, xdr_rpc_pppoeia_set_interface_mode_1_argument>(6),
     changing<rpc_pppoeia_unset_remoteid_1_svc, xdr_u_int>(7),
-    changing<rpc_pppoeia_set_remoteid_1_svc, xdr_rpc_pppoeia_set_remoteid_1_argument>(8),
+    changing<rpc_pppoeia_set_remoteid_1_svc, xdr_port_and_text>(8),
     changing<rpc_pppoeia_set_vlan_state_1_svc, xdr_rpc_pppoeia_set_vlan_state_1_argument>(9),
     asking<rpc_pppoeia_get_info_1_svc, xdr_no_arguments, xdr_rpcResultPppoeiaInfo>(10),
     asking<rpc_pppoeia_get_interface_info_all_1_svc, xdr_no_arguments, xdr_rpcResultPppoeiaIntfInfoList>(11),
@@ -117,8 +129,8 @@ constexpr Procedure procedures[] = {
     changing<rpc_pppoeia_set_circuit_id_cvlan_1_svc>(23),
     changing<rpc_pppoeia_set_interface_circuit_id_mode_1_svc, xdr_rpc_pppoeia_set_interface_circuit_id_mode_1_argument>(24),
     asking<rpc_pppoeia_get_interface_circuit_id_mode_1_svc, xdr_u_int, xdr_rpcResultPppoeiaCircuitIdMode>(25),
-    changing<rpc_pppoeia_cid_format_set_1_svc, xdr_wrapstring>(26),
-    changing<rpc_pppoeia_rid_format_set_1_svc, xdr_wrapstring>(27),
+    changing<rpc_pppoeia_cid_format_set_1_svc, xdr_text>(26),
+    changing<rpc_pppoeia_rid_format_set_1_svc, xdr_text>(27),
     asking<rpc_pppoeia_port_vlan_info_list_get_1_svc, xdr_u_int, xdr_rpcResultPppoeiaPortVlanInfoList>(28),
     asking<rpc_pppoeia_port_vlan_info_get_1_svc, xdr_rpc_pppoeia_port_vlan_info_get_1_argument, xdr_rpcResultPppoeiaPortVlanInfo>(29),
     asking<rpc_pppoeia_get_circuit_id_gen_1_svc, xdr_rpc_pppoeia_get_circuit_id_gen_1_argument, xdr_rpcResultPppoeiaSuboptionResult>(30),
