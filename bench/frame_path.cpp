@@ -10,6 +10,7 @@
 #include "fe/discovery.h"
 #include "fe/frame.h"
 #include "idgen/assembly.h"
+#include "idgen/plan.h"
 #include "pppoeia/pppoeia.h"
 #include "store/new_bridge.h"
 
@@ -134,7 +135,42 @@ Work padi_binary() {
                        vendor_tag(hex(binary_circuit_id_made), hex(binary_remote_id_made)));
 }
 
-// A line whose client has just sent a PADI, and its Circuit ID.
+// A line whose client has just sent a PADI, and its Circuit ID: by the format's
+// plan, as a frame has it made, and step by step.
+struct PlanLoop {
+    FrameLoop line{padi_datagram()};
+    const char *format;
+    plan_slot slot;
+    Bytes text = Bytes(PPPOEIA_ID_SIZE);
+    Bytes binary;
+
+    explicit PlanLoop(const char *wanted) : format(wanted) { line.one(); }
+
+    void operator()(std::size_t frames) {
+        for (; frames > 0; --frames) {
+            binary.clear();
+            run_plan(slot, format, *line.bridge, 1, 100, 5, reinterpret_cast<char *>(text.data()),
+                     binary);
+        }
+    }
+};
+
+Work plan_text() {
+    PlanLoop loop(text_circuit_id);
+    loop(1);
+    check(reinterpret_cast<char *>(loop.text.data()) == std::string(text_circuit_id_made) &&
+              loop.binary.empty(),
+          "the planned text ID");
+    return loop;
+}
+
+Work plan_binary() {
+    PlanLoop loop(binary_circuit_id);
+    loop(1);
+    check(loop.binary == hex(binary_circuit_id_made), "the planned binary ID");
+    return loop;
+}
+
 struct IdLoop {
     FrameLoop line{padi_datagram()};
     std::string format;
@@ -204,10 +240,12 @@ constexpr Scenario scenarios[] = {
     {"restore", "restoring the buffer (in the four below)", restoring, {}},
     {"padi", "PADI marked, default forms", padi, no_allocation},
     {"pado", "PADO, tag removed", pado, no_allocation},
-    {"padi_text", "PADI marked, custom text IDs (6+6 macros)", padi_text, {}},
-    {"padi_binary", "PADI marked, custom binary IDs (6+6 macros)", padi_binary, {}},
-    {"id_text", "custom ID alone, text, 6 macros", id_text, {}},
-    {"id_binary", "custom ID alone, binary, 6 macros", id_binary, {}},
+    {"padi_text", "PADI marked, custom text IDs (6+6 macros)", padi_text, no_allocation},
+    {"padi_binary", "PADI marked, custom binary IDs (6+6 macros)", padi_binary, no_allocation},
+    {"plan_text", "custom ID alone, text, 6 macros", plan_text, no_allocation},
+    {"plan_binary", "custom ID alone, binary, 6 macros", plan_binary, no_allocation},
+    {"id_text", "the same text step by step", id_text, {}},
+    {"id_binary", "the same binary step by step", id_binary, {}},
     {"id_by_hand", "the text ID by one snprintf", id_by_hand, {}},
 };
 constexpr std::size_t scenario_count = std::size(scenarios);

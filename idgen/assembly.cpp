@@ -103,20 +103,27 @@ bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short v
     return true;
 }
 
-bool idStringToBinaryVector(const std::string &text,
-                            const std::map<unsigned long, unsigned> &hexRuns,
-                            std::vector<std::uint8_t> &out) {
-    auto run = hexRuns.begin();
+bool ia::text_to_bytes(std::string_view text, std::span<const hex_run> runs,
+                       std::vector<std::uint8_t> &out) {
+    auto run = runs.begin();
     for (std::size_t at = 0; at < text.size();) {
-        while (run != hexRuns.end() && run->first < at) ++run;
-        if (run == hexRuns.end() || run->first != at || run->second == 0) {
+        while (run != runs.end() && run->at < at) ++run;
+        if (run == runs.end() || run->at != at || run->size == 0) {
             out.push_back(static_cast<std::uint8_t>(text[at++]));
             continue;
         }
-        for (std::size_t taken = 0; taken < run->second; taken += 2, at += 2) {
+        for (std::size_t taken = 0; taken < run->size; taken += 2, at += 2) {
             if (at + 2 > text.size()) return false;
             out.push_back(byte_of(text.data() + at));
         }
     }
     return true;
+}
+
+bool idStringToBinaryVector(const std::string &text,
+                            const std::map<unsigned long, unsigned> &hexRuns,
+                            std::vector<std::uint8_t> &out) {
+    std::vector<ia::hex_run> runs;
+    for (const auto &[at, size] : hexRuns) runs.push_back({at, size});
+    return ia::text_to_bytes(text, runs, out);
 }

@@ -22,8 +22,12 @@ constexpr bool is_hex_digit(char c) {
     return (c >= '0' && c <= '9') || (upper(c) >= 'A' && upper(c) <= 'F');
 }
 
-std::string right_aligned(std::string text, std::size_t width, char fill) {
+void align_right(std::string &text, std::size_t width, char fill) {
     if (text.size() < width) text.insert(0, width - text.size(), fill);
+}
+
+std::string right_aligned(std::string text, std::size_t width, char fill) {
+    align_right(text, width, fill);
     return text;
 }
 
@@ -43,14 +47,14 @@ std::string hex_of(std::uint32_t number) {
     return right_aligned(text, text.size() + text.size() % 2, '0');
 }
 
-std::string replace_all(std::string_view text, char separator, std::string_view by) {
-    std::string replaced;
+void replace_all(std::string_view text, char separator, std::string_view by,
+                 std::string &replaced) {
+    replaced.clear();
     for (const char c : text)
         if (c == separator)
             replaced += by;
         else
             replaced += c;
-    return replaced;
 }
 
 // Four octets; what is missing is 0.
@@ -104,7 +108,7 @@ bool put_filled(const std::string &value, macro_shape shape, std::string_view se
 
 bool put_hex(const std::string &value, macro_shape shape, std::string &processed) {
     switch (shape) {
-        case macro_shape::mac: processed = replace_all(value, ':', ""); return true;
+        case macro_shape::mac: replace_all(value, ':', "", processed); return true;
         case macro_shape::ipv4:
             if (!value.empty())
                 for (const std::uint8_t octet : ipv4_octets(value)) processed += hex_of(octet);
@@ -125,7 +129,7 @@ bool put_delimited(const std::string &value, macro_shape shape, std::string_view
         if (!join_ipv6(value, "", processed)) return false;
         if (delimiter.empty()) return true;
     }
-    processed = replace_all(value, shape == macro_shape::ipv4 ? '.' : ':', delimiter);
+    replace_all(value, shape == macro_shape::ipv4 ? '.' : ':', delimiter, processed);
     return true;
 }
 
@@ -144,8 +148,7 @@ bool fit_to_count(macro_shape shape, char flags, unsigned count, std::string &pr
     if (processed.size() > width)
         processed.resize(width);
     else if (padding)
-        processed = right_aligned(std::move(processed), width,
-                                  hex || (flags & macroStringPadZeroes) ? '0' : ' ');
+        align_right(processed, width, hex || (flags & macroStringPadZeroes) ? '0' : ' ');
     return true;
 }
 

@@ -56,15 +56,13 @@ bool is_zero(const pppoeia_mac &mac) {
     return std::ranges::all_of(mac.bytes, [](std::uint8_t byte) { return byte == 0; });
 }
 
-std::string mac_text(const pppoeia_mac &mac) {
+void put_mac(const pppoeia_mac &mac, std::string &text) {
     static constexpr char digits[] = "0123456789ABCDEF";
-    std::string text;
     for (const std::uint8_t byte : mac.bytes) {
         if (!text.empty()) text += ':';
         text += digits[byte >> 4];
         text += digits[byte & 0xF];
     }
-    return text;
 }
 
 // A PVC's number, signed: -1 when it was never set.
@@ -206,7 +204,7 @@ void clnt_mac(const subscriber &who, std::string &value) {
     else if (is_zero(*who.client_mac))
         IA_TRACE("<%s> >> MAC is NULL\n", who.bridge.name);
     else
-        value = mac_text(*who.client_mac);
+        put_mac(*who.client_mac, value);
 }
 
 void agent_mac(const subscriber &who, std::string &value) {
@@ -216,7 +214,7 @@ void agent_mac(const subscriber &who, std::string &value) {
     else if (is_zero(mac))
         IA_TRACE("<%s> >> MAC is NULL\n", who.bridge.name);
     else
-        value = mac_text(mac);
+        put_mac(mac, value);
 }
 
 // The address of the node's management interface.
@@ -302,7 +300,7 @@ void cpe_mac(const subscriber &who, std::string &value) {
     if (is_zero(onu->cpe_mac))
         IA_TRACE("<%s> >> MAC is NULL", who.bridge.name);
     else
-        value = mac_text(onu->cpe_mac);
+        put_mac(onu->cpe_mac, value);
 }
 
 }  // namespace source
