@@ -22,6 +22,8 @@ namespace ia {
 struct format_plan;
 using plan_slot = std::shared_ptr<const format_plan>;
 
+class Batch;  // the worker's frames in hand (fe/batch.h)
+
 }  // namespace ia
 
 // What is set for one VLAN of one port. An entry without mode and formats is a
@@ -123,6 +125,7 @@ struct pppoeia_bridge {
     std::vector<std::uint8_t> frame_buf;  // the datagram being processed, and slack of zeros
     std::uint32_t buf_size = 0;           // largest datagram received, bytes
     std::size_t frame_end = 0;            // offset one past the datagram's last byte
+    std::shared_ptr<ia::Batch> batch;     // the worker's
     std::uint32_t cur_port = 0;           // zero-based slot of the frame's input port
     std::atomic<bool> stop{false};
     std::thread worker;
