@@ -6,8 +6,6 @@
 #include "idgen/resolver.h"
 #include "idgen/scanner.h"
 
-#include <charconv>
-
 namespace {
 
 // The macro the scanner found. Delimiter and count live on from macro to macro.
@@ -40,10 +38,20 @@ void append_formatted(const std::string &value, const found_macro &macro, id_wor
     work.text += processed;
 }
 
+// -1 for what is no hexadecimal digit.
+constexpr int digit_value(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    return -1;
+}
+
+// What the pair's leading digits spell; 0 without any.
 std::uint8_t byte_of(const char *digits) {
-    std::uint8_t byte = 0;
-    std::from_chars(digits, digits + 2, byte, 16);
-    return byte;
+    const int high = digit_value(digits[0]);
+    const int low = digit_value(digits[1]);
+    if (high < 0) return 0;
+    return static_cast<std::uint8_t>(low < 0 ? high : high * 16 + low);
 }
 
 void convert_to_binary(const pppoeia_bridge &bridge, const id_work &work,

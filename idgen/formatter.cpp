@@ -68,19 +68,41 @@ std::array<std::uint8_t, 4> ipv4_octets(std::string_view text) {
     return octets;
 }
 
+// Hands on the groups of an IPv6 address, each of at least four digits, "::"
+// written out: one group where the address begins with it, elsewhere as many as
+// it takes to have eight.
+template <class Take>
+void each_ipv6_group(std::string_view text, Take take) {
+    const auto each_field = [text](auto act) {
+        std::size_t number = 0;
+        for (std::string_view rest = text; !rest.empty(); ++number) {
+            const std::size_t length = std::min(rest.find(':'), rest.size());
+            act(number, rest.substr(0, length));
+            rest.remove_prefix(std::min(length + 1, rest.size()));
+        }
+        return number;
+    };
+    const std::size_t fields = each_field([](std::size_t, std::string_view) {});
+    each_field([&](std::size_t number, std::string_view field) {
+        if (!field.empty()) return take(field);
+        if (number == 0) return take("0");
+        for (std::size_t left = fields; left <= ipv6_groups; ++left) take("0");
+    });
+}
+
 // The address's eight groups, joined. False when it has another number of them.
 bool join_ipv6(const std::string &value, std::string_view separator, std::string &joined) {
-    std::vector<std::string> groups;
-    ipv6AddrStrToVector(value, groups);
-    if (groups.size() != ipv6_groups) {
-        IA_TRACE("<PPPOEIA> >> ERROR: invalid ipv6Parts.size(): %ld\n",
-                 static_cast<long>(groups.size()));
+    std::size_t groups = 0;
+    each_ipv6_group(value, [&](std::string_view) { ++groups; });
+    if (groups != ipv6_groups) {
+        IA_TRACE("<PPPOEIA> >> ERROR: invalid ipv6Parts.size(): %ld\n", static_cast<long>(groups));
         return false;
     }
-    for (const std::string &group : groups) {
+    each_ipv6_group(value, [&](std::string_view group) {
         if (!joined.empty()) joined += separator;
+        if (group.size() < 4) joined.append(4 - group.size(), '0');
         joined += group;
-    }
+    });
     return true;
 }
 
@@ -186,21 +208,8 @@ bool processMacroString(const std::string &str, customIdFormat type, char flags,
 }
 
 int ipv6AddrStrToVector(const std::string &text, std::vector<std::string> &groups) {
-    std::vector<std::string_view> fields;
-    for (std::string_view rest = text; !rest.empty();) {
-        const std::size_t length = std::min(rest.find(':'), rest.size());
-        fields.push_back(rest.substr(0, length));
-        rest.remove_prefix(std::min(length + 1, rest.size()));
-    }
-    // An empty field is the site of "::": one group where the address begins
-    // with it, elsewhere as many as it takes to have eight.
-    for (std::size_t field = 0; field < fields.size(); ++field) {
-        if (!fields[field].empty())
-            groups.push_back(right_aligned(std::string(fields[field]), 4, '0'));
-        else if (field == 0)
-            groups.emplace_back("0000");
-        else if (fields.size() <= ipv6_groups)
-            groups.insert(groups.end(), ipv6_groups + 1 - fields.size(), "0000");
-    }
+    each_ipv6_group(text, [&](std::string_view group) {
+        groups.push_back(right_aligned(std::string(group), 4, '0'));
+    });
     return 0;
 }

@@ -42,8 +42,10 @@ void run_step(const plan_step &step, const subscriber &who, id_scratch &work) {
     if (!step.source) return append(step.constant, true, work);
     work.value.clear();
     step.source(who, work.value);
-    if (processMacroString(work.value, step.type, step.flags, step.delimiter, step.count,
-                           work.processed))
+    if (step.flags == 0)  // as it is
+        work.id += work.value;
+    else if (processMacroString(work.value, step.type, step.flags, step.delimiter, step.count,
+                                work.processed))
         append(work.processed, step.flags & macroStringPrintHex, work);
     else
         work.id += step.macro;

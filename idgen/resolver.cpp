@@ -58,11 +58,14 @@ bool is_zero(const pppoeia_mac &mac) {
 
 void put_mac(const pppoeia_mac &mac, std::string &text) {
     static constexpr char digits[] = "0123456789ABCDEF";
+    std::array<char, 3 * sizeof mac.bytes - 1> pairs;
+    char *at = pairs.data();
     for (const std::uint8_t byte : mac.bytes) {
-        if (!text.empty()) text += ':';
-        text += digits[byte >> 4];
-        text += digits[byte & 0xF];
+        if (at != pairs.data()) *at++ = ':';
+        *at++ = digits[byte >> 4];
+        *at++ = digits[byte & 0xF];
     }
+    text.assign(pairs.data(), pairs.size());
 }
 
 // A PVC's number, signed: -1 when it was never set.

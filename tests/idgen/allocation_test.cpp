@@ -53,8 +53,9 @@ TEST(Allocation, IsNotNeededForCustomIdsButOnce) {
     pppoeia_port &port = bridge.ports[GEM - 1];
     port.vsa_circuit_id_mode = PPPOEIA_CID_CUSTOM;
     const LogLevel quiet(6);
-    for (const char *format : {"$SHELF $z20PORT $d-CLNT_MAC $AGENT_IPV4 $PORT_REM_ID $CPE_SERIAL",
-                               "line $hVLAN$hCLNT_MAC$hAGENT_IPV4$FFFFFFHEX"}) {
+    for (const char *format :
+         {"$SHELF $z20PORT $d-CLNT_MAC $AGENT_IPV4 $PORT_REM_ID $CPE_SERIAL",
+          "line $hVLAN$hCLNT_MAC$hAGENT_IPV4$FFFFFFHEX", "$z-AGENT_IPV6 $hAGENT_IPV6"}) {
         std::snprintf(bridge.cid_format, sizeof bridge.cid_format, "%s", format);
         char out[64] = "";
         std::vector<std::uint8_t> binary;
