@@ -189,16 +189,21 @@ bool processMacroString(const std::string &str, customIdFormat type, char flags,
                         const std::string &delimiter, unsigned numChars, std::string &processed) {
     IA_ID_DEBUG("value '%s', macro %u, flags 0x%02x, delimiter '%s', count %u", str.c_str(), type,
                 static_cast<unsigned char>(flags), delimiter.c_str(), numChars);
+    if (macroAreFlagsValid(type, flags, delimiter, numChars))
+        return ia::render_value(str, type, flags, delimiter, numChars, processed);
     processed.clear();
-    if (!macroAreFlagsValid(type, flags, delimiter, numChars)) {
-        IA_TRACE("<PPPOEIA> >> ERROR: invalid flags");
-        return false;
-    }
-    const macro_shape shape = ia::macro_rule_of(type).shape;
+    IA_TRACE("<PPPOEIA> >> ERROR: invalid flags");
+    return false;
+}
+
+bool ia::render_value(const std::string &str, customIdFormat type, char flags,
+                      const std::string &delimiter, unsigned numChars, std::string &processed) {
+    processed.clear();
+    const macro_shape shape = macro_rule_of(type).shape;
     if (shape == macro_shape::user_hex) return put_user_hex(str, processed);
 
     const bool counted = flags & macroStringNumOfChars;
-    const bool filled = (flags & macroStringPadZeroes) && !counted && ia::is_ip(shape);
+    const bool filled = (flags & macroStringPadZeroes) && !counted && is_ip(shape);
     if (filled && !(flags & macroStringPrintHex)) {
         const std::string_view own = shape == macro_shape::ipv4 ? "." : ":";
         return put_filled(str, shape, flags & macroStringDelimChar ? delimiter : own, processed);

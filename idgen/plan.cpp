@@ -9,22 +9,43 @@
 #include "idgen/scanner.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace ia {
 
 namespace {
 
+// An ID's text before it is cut. A format of 128 characters holds 32 macros at
+// most, and no value is longer than 256: there is always room.
+class IdText {
+public:
+    void clear() { size_ = 0; }
+    std::size_t size() const { return size_; }
+    std::string_view view() const { return {text_.data(), size_}; }
+
+    IdText &operator+=(std::string_view more) {
+        const std::size_t length = std::min(more.size(), text_.size() - size_);
+        std::memcpy(text_.data() + size_, more.data(), length);
+        size_ += length;
+        return *this;
+    }
+
+private:
+    std::array<char, 16384> text_;
+    std::size_t size_ = 0;
+};
+
 // What a frame's IDs are made in; the thread's own, so that it keeps its room.
 struct id_scratch {
     id_scratch() {
-        for (std::string *text : {&value, &processed, &id}) text->reserve(1024);
+        for (std::string *text : {&value, &processed}) text->reserve(1024);
         hex_runs.reserve(32);
     }
 
     std::string value;
     std::string processed;
-    std::string id;
+    IdText id;
     std::vector<hex_run> hex_runs;
 };
 
@@ -44,8 +65,8 @@ void run_step(const plan_step &step, const subscriber &who, id_scratch &work) {
     step.source(who, work.value);
     if (step.flags == 0)  // as it is
         work.id += work.value;
-    else if (processMacroString(work.value, step.type, step.flags, step.delimiter, step.count,
-                                work.processed))
+    else if (render_value(work.value, step.type, step.flags, step.delimiter, step.count,
+                          work.processed))
         append(work.processed, step.flags & macroStringPrintHex, work);
     else
         work.id += step.macro;
@@ -106,11 +127,11 @@ void run_plan(plan_slot &slot, const char *format, const pppoeia_bridge &bridge,
     work.id += plan.rest;
 
     if (!work.hex_runs.empty()) {
-        text_to_bytes(work.id, work.hex_runs, binary);
+        text_to_bytes(work.id.view(), work.hex_runs, binary);
         if (binary.size() > GENERATED_ID_MAX) binary.resize(GENERATED_ID_MAX);
     }
     const std::size_t length = std::min(work.id.size(), GENERATED_ID_MAX);
-    std::memcpy(out, work.id.data(), length);
+    std::memcpy(out, work.id.view().data(), length);
     out[length] = '\0';
 }
 
