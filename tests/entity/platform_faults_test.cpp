@@ -3,6 +3,7 @@
 // This program's definitions of three platform calls are linked in place of the
 // framework's.
 #include "platform/bll/Ports.h"
+#include "platform/bll/kvbridge.h"
 #include "platform/bll/onuEquipment.h"
 #include "platform/ippc.h"
 #include "tests/client/recorder.h"
@@ -74,7 +75,8 @@ TEST_F(PlatformFaults, IppcThatCannotBePrepared) {
     Recorder requests(path);
     platform.ippc = 1;
     EXPECT_FALSE(entity.start());
-    EXPECT_THAT(requests.take(), IsEmpty()) << "the engine is not asked";
+    kvbridge::instance().vlanAdded.tell("br0", std::uint16_t{100});
+    EXPECT_THAT(requests.take(), IsEmpty()) << "the engine is not asked, no event followed";
     EXPECT_THAT(logged(), ElementsAre("3 Error initializing IPPC.\n"));
 }
 

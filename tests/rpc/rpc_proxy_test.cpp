@@ -90,6 +90,7 @@ std::atomic<RPCProxy *> own_proxy;
 std::atomic<int> join_error;
 
 void *join_itself(void *) {
+    // Known once start() is done: before, there is no thread to join.
     while (!own_proxy) boost::this_thread::yield();
     try {
         own_proxy.load()->stop(false);
@@ -102,7 +103,7 @@ void *join_itself(void *) {
 TEST(RpcProxy, JoiningFromTheServiceThreadIsRefused) {
     RPCProxy proxy(join_itself, "pppoeia_mng");
     ASSERT_TRUE(proxy.start());
-    own_proxy = &proxy;  // only now does the proxy know its thread
+    own_proxy = &proxy;
     while (!join_error) boost::this_thread::yield();
     EXPECT_EQ(join_error, 35);
     EXPECT_TRUE(proxy.stop(false));
