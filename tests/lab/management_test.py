@@ -6,10 +6,9 @@ import threading
 
 from lab import frames, netns, node, testing
 from lab.syslog import Syslog
-from lab.topology import mac_of, programs
+from lab.topology import PROGRAM, mac_of, programs
 
 CLIENT = programs().parent / "tests" / "rpc" / "procedures_client"
-PROGRAM = 536870929
 TRANSPORTS = ("tcp", "udp")
 
 
