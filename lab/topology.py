@@ -15,7 +15,7 @@ import signal
 import time
 from pathlib import Path
 
-from lab import frames, netns, node
+from lab import confined, frames, netns, node
 from lab.processes import Notifications, Process, wait_until
 from lab.wire import Wire
 
@@ -50,7 +50,8 @@ def programs():
 class Lab:
     """Brought up by `with`; what it started or made is gone after it."""
 
-    def __init__(self):
+    def __init__(self, confined=False):
+        self.confined = confined  # the services run as their systemd units have it
         self.folder = Path("/run/lab")
         self._undo = []  # what to call, last first
         self._starts = 0
@@ -97,6 +98,8 @@ class Lab:
         for device in (node.BRIDGE, MNG):
             netns.run("ip", "link", "set", device, "up")
         self.start_port_mapper()
+        if self.confined:
+            confined.prepare(programs())
         for _, _, device in PEERS.values():
             wait_until(lambda name=device: "state forwarding" in netns.run(
                 "bridge", "link", "show", "dev", name), f"{device} to forward")
@@ -176,8 +179,10 @@ class Lab:
         """A service that is ready, and the socket on which it says so."""
         self._starts += 1
         news = Notifications(str(self.folder / f"notify-{self._starts}"))
-        process = self._process([programs() / program, "--node", description], None,
-                                {"NOTIFY_SOCKET": news.path})
+        argv = [programs() / program, "--node", description]
+        if self.confined:
+            argv = confined.command(program, argv)
+        process = self._process(argv, None, {"NOTIFY_SOCKET": news.path})
         news.wait_ready(process, seconds)
         return process, news
 

@@ -31,7 +31,7 @@ void serve(const node::Description &description) {
     node::describe_node(description);
     const node::Kernel kernel(description);
     const Bridges bridges;
-    const node::IppcServer requests(engine_socket, dispatch, warn_ippc);
+    const node::IppcServer requests(served_path(engine_socket), dispatch, warn_ippc);
     const ServiceReady ready;
     stop.wait();
 }

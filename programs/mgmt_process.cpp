@@ -24,7 +24,7 @@ namespace {
 class Management {
 public:
     explicit Management(node::Description description)
-        : description_(std::move(description)), framework_(calls_, message_socket) {
+        : description_(std::move(description)), framework_(calls_, served_path(message_socket)) {
         if (!framework_.start(description_))
             throw std::runtime_error(
                 "the management process did not start: see the system log; is pppoeia-fe running?");
