@@ -1,7 +1,7 @@
 // Building and making one call to the engine.
 #pragma once
 
-#include "client/operations.h"
+#include "client/node_operations.h"
 #include "client/wire.h"
 #include "platform/ippc.h"
 
