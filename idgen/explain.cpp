@@ -108,6 +108,7 @@ private:
         piece.at = start_;
         piece.length = macro_.size();
         piece.macro = type_;
+        piece.name = name();
         piece.options = in_words(type_, options_);
         piece.output = macro_;
         note_carried_over();

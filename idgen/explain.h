@@ -19,6 +19,7 @@ struct FormatPiece {
     std::size_t at = 0;  // in the format
     std::size_t length = 0;
     std::optional<customIdFormat> macro;  // nothing: literal text
+    std::string name;                     // a macro's
     std::string options;                  // a macro's, in words
     std::optional<std::string> value;     // a macro's; nothing: it has none, or is not known
     std::string output;                   // what the ID gets of it, in text form
