@@ -108,11 +108,4 @@ using operations = operation_table<
     both_stores<88, clear_port_vlan_all, cache_clear_port_vlan_all>>;
 // clang-format on
 
-// The row of a client function.
-template <auto Client, std::uint32_t Id, auto Engine, auto Mirror>
-operation<Id, Client, Engine, Mirror> find_operation(const operation<Id, Client, Engine, Mirror> &);
-
-template <auto Client>
-using operation_of = decltype(find_operation<Client>(operations{}));
-
 }  // namespace ia

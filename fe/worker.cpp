@@ -4,6 +4,7 @@
 #include "fe/batch.h"
 #include "fe/discovery.h"
 #include "fe/frame.h"
+#include "fe/frame_watch.h"
 
 #include <poll.h>
 #include <pthread.h>
@@ -43,7 +44,9 @@ void serve_frame(pppoeia_bridge &bridge, Batch &batch, std::size_t number, Frame
     if (record.total_length != bridge.frame_end) return;
     ids.circuit_id.clear();
     ids.remote_id.clear();
+    FrameWatch watch(bridge);
     const Outcome outcome = bridge.disabled ? Outcome::bridge_disabled : process_frame(bridge, ids);
+    watch.left(outcome);
     if (is_sent(outcome)) batch.keep_for_sending(bridge, record.total_length);
 }
 

@@ -1,6 +1,6 @@
 #include "client/dispatch/dispatch.h"
 
-#include "client/operations.h"
+#include "client/node_operations.h"
 #include "client/wire.h"
 #include "fe/base/trace.h"
 
@@ -96,9 +96,9 @@ struct Slot<char *> {
         std::memcpy(output.bytes.data(), text, output.size);
     }
 
-    char text[platform::ippc_max_output] = "";
+    char text[platform::ippc_max_text] = "";
 };
-static_assert(platform::ippc_max_output >= PPPOEIA_ID_SIZE);
+static_assert(platform::ippc_max_text >= PPPOEIA_ID_SIZE);
 
 // Runs one engine operation with a request's parameters.
 template <auto Engine, class... Arguments, std::size_t... Index>
@@ -134,11 +134,13 @@ bool run(const IppcRequest &request, IppcAnswer &answer) {
                                  typename arity<Signature>::indexes{});
 }
 
-// The handlers by function id; ids that are not used have none.
-template <class... Rows>
+// A table's handlers, by their distance from its first id; ids that are not used
+// have none.
+template <std::uint32_t First, class... Rows>
 constexpr auto make_handlers(operation_table<Rows...>) {
-    std::array<Handler, std::max({Rows::id...}) + 1> by_id{};
-    ((by_id[Rows::id] = run<Rows>), ...);
+    static_assert(((Rows::id >= First) && ...));
+    std::array<Handler, std::max({Rows::id...}) - First + 1> by_id{};
+    ((by_id[Rows::id - First] = run<Rows>), ...);
     return by_id;
 }
 
@@ -148,15 +150,22 @@ constexpr bool ids_ascend(operation_table<Rows...>) {
     return std::ranges::is_sorted(ids, std::ranges::less_equal{});
 }
 
-constexpr auto handlers = make_handlers(operations{});
-static_assert(ids_ascend(operations{}), "an id is used twice, or the rows are out of order");
+constexpr auto handlers = make_handlers<0>(operations{});
+constexpr auto node_handlers = make_handlers<first_node_operation>(node_operations{});
+static_assert(ids_ascend(operations{}) && ids_ascend(node_operations{}),
+              "an id is used twice, or the rows are out of order");
+static_assert(handlers.size() <= first_node_operation);
+
+Handler find_handler(std::uint32_t id) {
+    if (id < handlers.size()) return handlers[id];
+    const std::uint32_t own = id - first_node_operation;
+    return id >= first_node_operation && own < node_handlers.size() ? node_handlers[own] : nullptr;
+}
 
 }  // namespace
 
 bool dispatch(const platform::IppcRequest &request, platform::IppcAnswer &answer) {
-    const Handler handler =
-        request.function < handlers.size() ? handlers[request.function] : nullptr;
-    if (handler) return handler(request, answer);
+    if (const Handler handler = find_handler(request.function)) return handler(request, answer);
     pppoeia_log(4, "ippc: refused function %u: there is none", request.function);
     return false;
 }

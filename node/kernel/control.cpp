@@ -1,6 +1,7 @@
 // The control requests, answered by the process's Kernel.
 #include "node/kernel/kernel.h"
 #include "node/kernel/pseudo_device.h"
+#include "platform/frame_hold.h"
 #include "platform/kernel_modules.h"
 
 #include <cerrno>
@@ -79,6 +80,15 @@ void Kernel::close(int handle) {
     on_instance(0, [&](Kernel &kernel) {
         const std::lock_guard guard(kernel.lock_);
         kernel.close_file(handle);
+        return 0;
+    });
+}
+
+int Kernel::hold(const char *bridge, std::uint32_t port, bool on) {
+    if (!bridge || !*bridge) return -EINVAL;
+    return on_instance(-ENXIO, [&](Kernel &kernel) {
+        const std::lock_guard guard(kernel.lock_);
+        kernel.ports_.hold(bridge, port, on, list_links());
         return 0;
     });
 }
@@ -203,6 +213,14 @@ int control_request(int handle, unsigned long request, void *argument) {
 
 void control_close(int handle) {
     node::Kernel::close(handle);
+}
+
+int hold_frames(const char *bridge, std::uint32_t port) {
+    return node::Kernel::hold(bridge, port, true);
+}
+
+int release_frames(const char *bridge, std::uint32_t port) {
+    return node::Kernel::hold(bridge, port, false);
 }
 
 }  // namespace ia::platform

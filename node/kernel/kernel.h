@@ -53,6 +53,10 @@ public:
     static int request(int handle, unsigned long request, void *argument);
     static void close(int handle);
 
+    // Holds or releases a bridge's frames, or those of one port of it
+    // (platform/frame_hold.h).
+    static int hold(const char *bridge, std::uint32_t port, bool on);
+
 private:
     enum class File { devices, bridging, bridge };
     struct Handle {

@@ -117,6 +117,22 @@ void Ports::direct(BridgeState &bridge, int pseudo) {
     if (old != 0 && old != pseudo) filter_.clear_pseudo(old);
 }
 
+void Ports::hold(const std::string &bridge, std::uint32_t port, bool on,
+                 const std::vector<Link> &links) {
+    if (on)
+        holds_[bridge].insert(port);
+    else if (port == 0)
+        holds_.erase(bridge);
+    else
+        holds_[bridge].erase(port);
+    reconcile(links, false);
+}
+
+bool Ports::is_held(const std::string &bridge, std::uint32_t port) const {
+    const auto held = holds_.find(bridge);
+    return held != holds_.end() && held->second.contains(port);
+}
+
 std::optional<Ports::Wish> Ports::wish(const Link &link) {
     const auto found = interfaces_.find(link.name);
     const Interface *interface = found == interfaces_.end() ? nullptr : &found->second;
@@ -126,7 +142,8 @@ std::optional<Ports::Wish> Ports::wish(const Link &link) {
     }
     for (BridgeState &bridge : bridges_) {
         if (bridge.device != link.master) continue;
-        if (!interface || interface->bridge != bridge.description.name || !link.forwarding)
+        if (!interface || interface->bridge != bridge.description.name || !link.forwarding ||
+            is_held(interface->bridge, interface->id))
             return Wish{};
         return Wish{&bridge, interface};
     }
@@ -237,7 +254,8 @@ void Ports::withdraw_bridge(BridgeState &bridge) {
 
 void Ports::store_bridge(const BridgeState &bridge) {
     filter_bridge record{};
-    record.pseudo = static_cast<std::uint32_t>(bridge.pseudo);
+    const bool held = is_held(bridge.description.name, 0);
+    record.pseudo = held ? 0 : static_cast<std::uint32_t>(bridge.pseudo);
     record.frame_max = bridge.frame_max();
     copy_name(bridge.description.name, record.name);
     for (std::size_t role = 0; role < FILTER_ROLES; ++role)

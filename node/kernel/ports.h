@@ -70,6 +70,11 @@ public:
     // Where a bridge's frames go from now on; 0 holds them.
     void direct(BridgeState &bridge, int pseudo);
 
+    // Holds the frames of a bridge's port, of the whole bridge for port 0, until
+    // they are released; releasing port 0 releases all. Neither need be there.
+    void hold(const std::string &bridge, std::uint32_t port, bool on,
+              const std::vector<Link> &links);
+
     std::vector<PortStatus> status() const;
 
 private:
@@ -85,6 +90,7 @@ private:
         const Interface *interface = nullptr;
     };
 
+    bool is_held(const std::string &bridge, std::uint32_t port) const;
     std::optional<Wish> wish(const Link &link);
     void locate_bridges(const std::vector<Link> &links);
     void drop_unwanted(const std::vector<Link> &links);
@@ -96,8 +102,9 @@ private:
 
     Filter &filter_;
     std::vector<BridgeState> bridges_;
-    std::map<std::string, Interface> interfaces_;  // by device
-    std::map<int, Port> ports_;                    // by interface index
+    std::map<std::string, Interface> interfaces_;           // by device
+    std::map<int, Port> ports_;                             // by interface index
+    std::map<std::string, std::set<std::uint32_t>> holds_;  // by bridge; port 0: all of it
 };
 
 }  // namespace ia::node

@@ -1,4 +1,5 @@
 // The control requests on a node that has the kernel modules: the system calls.
+#include "platform/frame_hold.h"
 #include "platform/kernel_modules.h"
 
 #include <fcntl.h>
@@ -17,6 +18,16 @@ int control_request(int handle, unsigned long request, void *argument) {
 
 void control_close(int handle) {
     close(handle);
+}
+
+// kvbridge has no request for it: it passes frames as soon as the filter is
+// attached.
+int hold_frames(const char *, std::uint32_t) {
+    return 0;
+}
+
+int release_frames(const char *, std::uint32_t) {
+    return 0;
 }
 
 }  // namespace ia::platform

@@ -1,114 +1,135 @@
+// From a command line to its row of the table, and from there to an answer.
 #include "programs/ctl/arguments.h"
 
-#include "programs/ctl/commands.h"
+#include "programs/ctl/command.h"
+#include "programs/ctl/completion.h"
+#include "programs/ctl/screen.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <cstring>
+#include <regex>
 
 namespace ia::ctl {
 
 namespace {
 
-void add_show(CLI::App &app) {
-    CLI::App *show = app.add_subcommand("show", "Settings, ports and VLANs");
-    show->require_subcommand(0, 1);
-    show->callback([show] {
-        if (!show->get_subcommands().empty()) return;
-        Remote agent;
-        show_settings(agent);
-    });
-    show->add_subcommand("ports", "All ports")->callback([] {
-        Remote agent;
-        show_ports(agent);
-    });
-    show->add_subcommand("vlans", "All VLANs")->callback([] {
-        Remote agent;
-        show_vlans(agent);
-    });
-    static std::uint32_t number;
-    CLI::App *port = show->add_subcommand("port", "One port");
-    port->add_option("port", number, "Port number")->required();
-    port->callback([] {
-        Remote agent;
-        show_port(agent, number);
-    });
-    CLI::App *vlan = show->add_subcommand("vlan", "One VLAN");
-    vlan->add_option("vlan", number, "VLAN id")->required();
-    vlan->callback([] {
-        Remote agent;
-        show_vlan(agent, number);
-    });
+// What the options of one command wrote.
+struct Values {
+    std::map<std::string, std::string> texts;
+    std::map<std::string, bool> flags;
+};
+
+std::string mac_fault(const std::string &text) {
+    static const std::regex form("([0-9A-Fa-f]{1,2}:){5}[0-9A-Fa-f]{1,2}");
+    return std::regex_match(text, form) ? "" : "not an address, such as 02:00:00:00:01:01";
 }
 
-void add_stats(CLI::App &app) {
-    static std::uint32_t port;
-    CLI::App *stats = app.add_subcommand("stats", "Discovery counters");
-    CLI::Option *given = stats->add_option("port", port, "Port number; else the bridge's");
-    stats->callback([given] {
-        Remote agent;
-        show_stats(agent, given->count() > 0 ? std::optional(port) : std::nullopt);
-    });
+void check(CLI::Option *option, const Argument &argument) {
+    if (argument.kind == Kind::vlan || argument.kind == Kind::number)
+        option->check(CLI::Range(argument.low, argument.high));
+    if (argument.kind == Kind::mac) option->check(mac_fault, "MAC");
+    if (argument.kind == Kind::word) {
+        std::vector<std::string> words;
+        for (const Word &word : argument.words) words.emplace_back(word.word);
+        option->check(CLI::IsMember(words));
+    }
 }
 
-void add_preview(CLI::App &app) {
-    static std::uint32_t port;
-    static std::uint16_t vlan;
-    CLI::App *command = app.add_subcommand("preview", "Both IDs of a line, as they are now");
-    command->add_option("port", port, "Port number")->required();
-    command->add_option("vlan", vlan, "VLAN id; 4095 for none")->required();
-    command->callback([] {
-        Remote agent;
-        preview(agent, port, vlan);
-    });
+void add_arguments(CLI::App &app, const Command &command, Values &values) {
+    for (const Argument &argument : command.arguments) {
+        if (!argument.name) return;
+        const std::string option = std::string("--") + argument.name;
+        if (argument.kind == Kind::flag) {
+            app.add_flag(option, values.flags[argument.name], argument.help);
+            continue;
+        }
+        const std::string names = argument.positional ? argument.name + (',' + option) : option;
+        CLI::Option *added = app.add_option(names, values.texts[argument.name], argument.help);
+        if (argument.required) added->required();
+        check(added, argument);
+    }
 }
 
-void add_diag(CLI::App &app) {
-    static std::string argument;
-    static std::string key;
-    CLI::App *diag = app.add_subcommand("diag", "Reports of the engine, on this terminal");
-    diag->require_subcommand(1);
-    CLI::App *dump = diag->add_subcommand("dump", "The bridge's formats, entries and VLANs");
-    dump->add_option("port", argument, "Port number; all ports");
-    dump->callback([] { diagnose("pppoeiaDump", argument); });
-    CLI::App *test = diag->add_subcommand("test", "Try ID formats on made-up data");
-    test->require_subcommand(1);
-    test->add_subcommand("dump", "The made-up data")->callback([] {
-        diagnose("pppoeiaTestDump", "");
-    });
-    CLI::App *set = test->add_subcommand("set", "Change the made-up data");
-    set->add_option("key", key, "Vlan, Cvid, IntfId, ClntMac, CustomCidStr, ...")->required();
-    set->add_option("value", argument, "New value")->required();
-    set->callback([] { diagnose("pppoeiaTestSet" + key, argument); });
-    CLI::App *run_test = test->add_subcommand("run", "Build an ID: Cid or Rid");
-    run_test->add_option("which", key, "Cid or Rid")->required();
-    run_test->add_option("mode", argument, "test or available")->required();
-    run_test->callback([] { diagnose("pppoeiaTestRun" + key, argument); });
-    CLI::App *debug = test->add_subcommand("debug", "Lines of the ID generation, on or off");
-    debug->add_option("value", argument, "0 or 1")->required();
-    debug->callback([] { diagnose("pppoeiaTestDebug", argument); });
+// The words of a path, one subcommand each.
+CLI::App *subcommand(CLI::App &app, const std::string &path) {
+    CLI::App *at = &app;
+    std::istringstream words(path);
+    for (std::string word; words >> word;) {
+        const auto made = at->get_subcommands(
+            [&](const CLI::App *known) { return known->get_name() == word; });
+        at = made.empty() ? at->add_subcommand(word) : made.front();
+    }
+    return at;
+}
+
+void answer(const Command &command, const Values &values, bool json) {
+    Call call(command.arguments, json);
+    for (const auto &[name, text] : values.texts)
+        if (!text.empty()) call.give(name, text);
+    for (const auto &[name, given] : values.flags)
+        if (given) call.give(name, "1");
+    const Json said = command.run(call);
+    if (json && !said.is_null())
+        std::printf("%s\n", to_text(said, 2).c_str());
+    else if (!json)
+        command.print(said);
+    if (std::fflush(stdout) != 0) throw Refused(std::string("output: ") + std::strerror(errno));
+}
+
+Status complain(const std::exception &error, Status status, bool json) {
+    if (json)
+        std::printf(
+            "%s\n",
+            to_text({{"error", {{"status", static_cast<int>(status)}, {"text", error.what()}}}}, 2)
+                .c_str());
+    std::fprintf(stderr, "%s: %s\n", ink(Ink::red, "pppoeiactl").c_str(), error.what());
+    return status;
 }
 
 }  // namespace
 
 int run(int argc, char **argv) {
+    if (argc > 1 && argv[1] == complete_word) return print_candidates({argv + 2, argv + argc});
+    if (argc > 1 && argv[1] == manual_word) return print_manual();
     CLI::App app("Shows and sets the PPPoE Intermediate Agent of this node", "pppoeiactl");
+    bool json = false;
+    app.fallthrough();
     app.require_subcommand(1);
-    add_show(app);
-    add_stats(app);
-    add_preview(app);
-    add_changes(app);
-    add_diag(app);
+    app.add_flag("--json", json, "Answer with JSON");
+    app.footer("Exit status: 0 done, 1 refused, 2 wrong command line, 3 not reachable.");
+    std::vector<Values> values(commands().size());
+    const Command *chosen = nullptr;
+    std::size_t index = 0;
+    for (const Group &group : groups()) {
+        CLI::App *made = subcommand(app, group.name);
+        made->description(group.help);
+        made->require_subcommand(1);
+    }
+    for (const Command &command : commands()) {
+        CLI::App *made = subcommand(app, command.path);
+        const bool group = !made->get_description().empty();
+        if (group)
+            made->require_subcommand(0, 1);
+        else
+            made->description(command.help);
+        Values &own = values[index++];
+        add_arguments(*made, command, own);
+        made->callback([&chosen, made, &command] {
+            if (made->get_subcommands().empty()) chosen = &command;
+        });
+    }
     try {
         app.parse(argc, argv);
+        const auto row = static_cast<std::size_t>(chosen - commands().data());
+        answer(*chosen, values[row], json);
         return done;
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? done : usage;
-    } catch (const Refused &error) {
-        std::fprintf(stderr, "pppoeiactl: %s\n", error.what());
-        return refused;
     } catch (const Unreachable &error) {
-        std::fprintf(stderr, "pppoeiactl: %s\n", error.what());
-        return unreachable;
+        return complain(error, unreachable, json);
+    } catch (const std::exception &error) {
+        return complain(error, refused, json);
     }
 }
 

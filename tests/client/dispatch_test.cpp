@@ -24,6 +24,10 @@ struct Malformed {
 const std::vector<Malformed> malformed = {
     {"an unused id", request(3, {text("br0")}), "function 3: there is none"},
     {"an id past the last", request(200, {}), "function 200: there is none"},
+    {"an id before the node's own", request(999, {}), "function 999: there is none"},
+    {"an id past the node's own", request(2000, {}), "function 2000: there is none"},
+    {"a node operation cut short", request(1000, {text("br0")}),
+     "function 1000: 1 parameters instead of 2"},
     {"too few parameters", request(15, {text("br0")}), "function 15: 1 parameters instead of 2"},
     {"too many", request(28, {text("br0"), u32(1)}), "function 28: 2 parameters instead of 1"},
     {"a number for a text", request(15, {text("br0"), u32(1)}),

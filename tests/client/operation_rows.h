@@ -43,10 +43,11 @@ inline Bytes output(std::uint8_t code) {
     return bytes;
 }
 
-inline Bytes request(std::uint8_t id, const std::vector<Bytes> &params) {
+inline Bytes request(std::uint16_t id, const std::vector<Bytes> &params) {
     Bytes bytes = hex("01 01 0000 00000000");
     bytes[2] = static_cast<std::uint8_t>(params.size());
-    bytes[4] = id;
+    bytes[4] = static_cast<std::uint8_t>(id);
+    bytes[5] = static_cast<std::uint8_t>(id >> 8);
     for (const Bytes &param : params) bytes = bytes + param;
     return bytes;
 }

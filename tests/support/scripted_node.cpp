@@ -1,5 +1,6 @@
 #include "tests/support/scripted_node.h"
 
+#include "platform/frame_hold.h"
 #include "platform/ncfm.h"
 #include "platform/net_device.h"
 
@@ -140,6 +141,17 @@ void control_close(int handle) {
     --state.script.open_control_files;
     if (file != KVMNG_CONFIG_PATH && file != KVBRIDGE_CONFIG_PATH)
         state.script.filters.erase(bridge_of(file));
+}
+
+int hold_frames(const char *bridge, std::uint32_t port) {
+    const std::scoped_lock lock(guard);
+    state.script.held.emplace(bridge, port);
+    return 0;
+}
+
+int release_frames(const char *bridge, std::uint32_t port) {
+    const std::scoped_lock lock(guard);
+    return state.script.held.erase({bridge, port}) ? 0 : -EINVAL;
 }
 
 int net_socket(int domain, int, int) {

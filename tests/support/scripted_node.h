@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace ia::test {
 
@@ -27,7 +28,8 @@ struct ScriptedNode {
     std::uint8_t board = 3;
 
     std::set<std::string> pseudo_devices;
-    std::map<std::string, std::string> filters;  // bridge -> device
+    std::map<std::string, std::string> filters;            // bridge -> device
+    std::set<std::pair<std::string, std::uint32_t>> held;  // bridge and port
     int open_control_files = 0;
 };
 

@@ -1,0 +1,48 @@
+// What the commands answer and how it is shown; see command.h. The shapes are
+// written down in programs/ctl/pppoeiactl.schema.json.
+#pragma once
+
+#include "programs/ctl/command.h"
+
+namespace ia::ctl {
+
+Json show_settings(Call &call);
+void print_settings(const Json &answer);
+Json show_bridge(Call &call);
+void print_bridge(const Json &answer);
+Json show_ports(Call &call);
+void print_ports(const Json &answer);
+Json show_port(Call &call);
+void print_port(const Json &answer);
+Json show_vlans(Call &call);
+Json show_vlan(Call &call);
+void print_vlans(const Json &answer);
+
+Json show_stats(Call &call);
+void print_stats(const Json &answer);
+Json reset(Call &call);
+
+Json preview(Call &call);
+void print_preview(const Json &answer);
+
+Json check_format(Call &call);
+void print_format(const Json &answer);
+Json show_macros(Call &call);
+void print_macros(const Json &answer);
+
+Json trace(Call &call);
+void print_nothing(const Json &answer);
+
+Json show_status(Call &call);
+void print_status(const Json &answer);
+Json show_metrics(Call &call);
+void print_metrics(const Json &answer);
+
+Json completion(Call &call);
+void print_text(const Json &answer);
+
+// Sends a diagnostic command to the management process; its report appears on
+// this terminal.
+Json diagnose(const std::string &command, const std::string &argument);
+
+}  // namespace ia::ctl

@@ -1,0 +1,34 @@
+// A capture file with two interfaces: frames as they came, and as they left.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace ia::ctl {
+
+class CaptureFile {
+public:
+    // Throws std::runtime_error when the file cannot be written, as write() does.
+    explicit CaptureFile(const std::string &path);
+
+    enum Side : std::uint32_t { came = 0, left = 1 };
+
+    // One frame of `length` bytes, of which `bytes` are kept; the comment says
+    // what became of it. It is in the file when this returns.
+    void write(Side side, std::uint64_t time_ns, std::span<const std::uint8_t> bytes,
+               std::size_t length, const std::string &comment);
+
+private:
+    void put(const std::string &block);
+
+    struct Close {
+        void operator()(std::FILE *file) const { std::fclose(file); }
+    };
+    std::unique_ptr<std::FILE, Close> file_;
+    const std::string path_;
+};
+
+}  // namespace ia::ctl
