@@ -12,4 +12,8 @@ int release_frames(const char *bridge, std::uint32_t port) {
     return call<release_frames>(bridge, port);
 }
 
+int check_bridge(const char *bridge) {
+    return call<check_bridge>(bridge);
+}
+
 }  // namespace ia

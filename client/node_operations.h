@@ -12,7 +12,8 @@ inline constexpr std::uint32_t first_node_operation = 1000;
 // clang-format off
 using node_operations = operation_table<
     engine_only<1000, hold_frames, fe_hold_frames>,
-    engine_only<1001, release_frames, fe_release_frames>>;
+    engine_only<1001, release_frames, fe_release_frames>,
+    engine_only<1002, check_bridge, fe_check_bridge>>;
 // clang-format on
 
 struct every_operation : operations, node_operations {};

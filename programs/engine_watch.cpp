@@ -24,9 +24,9 @@ int make_event() {
 
 }  // namespace
 
-EngineWatch::EngineWatch(std::string socket_path, std::function<void()> returned)
+EngineWatch::EngineWatch(std::string socket_path, Notices notices)
     : path_(std::move(socket_path)),
-      returned_(std::move(returned)),
+      notices_(std::move(notices)),
       stop_(make_event()),
       thread_([this] { watch(); }) {}
 
@@ -38,7 +38,6 @@ EngineWatch::~EngineWatch() {
     close(stop_);
 }
 
-// The first connection is to the engine that is there already.
 void EngineWatch::watch() {
     for (bool first = true;; first = false) {
         int connection = connect();
@@ -46,12 +45,13 @@ void EngineWatch::watch() {
             if (stop_within(retry_ms)) return;
             connection = connect();
         }
-        if (!first) returned_();
+        (first ? notices_.found : notices_.returned)();
         pollfd waits[] = {{stop_, POLLIN, 0}, {connection, POLLRDHUP, 0}};
         while (poll(waits, 2, -1) < 0 && errno == EINTR) {
         }
         close(connection);
         if (waits[0].revents != 0) return;
+        notices_.lost();
     }
 }
 

@@ -8,11 +8,17 @@
 namespace ia {
 
 // Keeps a connection to the engine's socket on a thread of its own. When the
-// engine ends, however it ends, the connection does; once there is another
-// engine to connect to, `returned` is called on that thread.
+// engine ends, however it ends, the connection does. The notices are given on
+// that thread: the first connection, the end of one, and any later one.
 class EngineWatch {
 public:
-    EngineWatch(std::string socket_path, std::function<void()> returned);
+    struct Notices {
+        std::function<void()> found;
+        std::function<void()> lost;
+        std::function<void()> returned;
+    };
+
+    EngineWatch(std::string socket_path, Notices notices);
     ~EngineWatch();
     EngineWatch(const EngineWatch &) = delete;
     EngineWatch &operator=(const EngineWatch &) = delete;
@@ -23,7 +29,7 @@ private:
     bool stop_within(int milliseconds) const;
 
     const std::string path_;
-    const std::function<void()> returned_;
+    const Notices notices_;
     const int stop_;  // an event: readable once the thread shall end
     std::thread thread_;
 };

@@ -1,7 +1,11 @@
 // The signals that a process of the node waits for.
 #pragma once
 
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <optional>
 
 namespace ia {
 
@@ -16,19 +20,41 @@ public:
         pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
     }
 
+    using Clock = std::chrono::steady_clock;
+
     // Returns when SIGTERM or SIGINT has arrived, also if that was before the
-    // call. Each SIGHUP and SIGUSR1 until then is handed to `act`.
+    // call. Each SIGHUP and SIGUSR1 until then is handed to `act`; 0 is, when the
+    // time comes that `due` has told.
+    template <class Act, class Due>
+    void wait(Act act, Due due) const {
+        for (;;) {
+            const int received = next(due());
+            if (received == SIGTERM || received == SIGINT) return;
+            act(received);
+        }
+    }
     template <class Act>
     void wait(Act act) const {
-        int received = 0;
-        while (sigwait(&signals_, &received) == 0 && received != SIGTERM && received != SIGINT)
-            act(received);
-    }
-    void wait() const {
-        wait([](int) {});
+        wait(act, [] { return std::optional<Clock::time_point>(); });
     }
 
 private:
+    int next(std::optional<Clock::time_point> due) const {
+        using namespace std::chrono;
+        timespec limit{};
+        if (due) {
+            const auto left =
+                duration_cast<nanoseconds>(std::max(*due - Clock::now(), Clock::duration()));
+            limit.tv_sec = static_cast<time_t>(left.count() / 1'000'000'000);
+            limit.tv_nsec = static_cast<long>(left.count() % 1'000'000'000);
+        }
+        for (;;) {
+            const int received = sigtimedwait(&signals_, nullptr, due ? &limit : nullptr);
+            if (received > 0) return received;
+            if (errno != EINTR) return 0;
+        }
+    }
+
     sigset_t signals_;
 };
 
