@@ -1,5 +1,7 @@
 #include "client/request.h"
 
+#include "client/health.h"
+
 #include <cstdio>
 
 namespace ia {
@@ -24,7 +26,10 @@ void add_parameter(request &call, int code, int direction, void *address) {
 
 int ask_engine(request &call) {
     if (call.failure != CLIENT_OK) return call.failure;
-    if (kvIppcCall(engine_path, call.handle.get()) != 0) return CLIENT_IPPC_FAILED;
+    if (kvIppcCall(engine_path, call.handle.get()) != 0) {
+        ++health.ippc_failures;
+        return CLIENT_IPPC_FAILED;
+    }
     return call.handle->result;
 }
 

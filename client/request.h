@@ -44,7 +44,7 @@ void add(request &call, Argument argument) {
         auto bytes = wire::encode(argument);
         add_parameter(call, code, direction, bytes.data());
     } else if constexpr (direction == IPPC_OUTPUT) {
-        static_assert(wire::is_text<Argument> || std::is_same_v<Argument, pppoeia_stats *>);
+        static_assert(wire::is_text<Argument> || wire::is_written_as_it_travels<Argument>);
         add_parameter(call, code, direction, argument);
     } else if constexpr (wire::is_text<Argument>) {
         add_parameter(call, code, direction, const_cast<char *>(argument));

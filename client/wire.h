@@ -6,9 +6,11 @@
 #pragma once
 
 #include "platform/ippc.h"
+#include "pppoeia/node.h"
 #include "pppoeia/records.h"
 
 #include <array>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -32,6 +34,12 @@ constexpr void fields(Block &block, Visit &&visit) {
     } else if constexpr (std::same_as<Plain, pppoeia_stats>) {
         visit(block.padi, block.padr, block.pado, block.pads, block.padt, block.dropped,
               block.unknown_code, block.truncated, block.bypassed);
+    } else if constexpr (std::same_as<Plain, macro_value_block>) {
+        visit(block.known, block.text);
+    } else if constexpr (std::same_as<Plain, watched_frame>) {
+        visit(block.number, block.time_ns, block.port, block.came_length, block.left_length,
+              block.bridge, block.input_device, block.output_device, block.verdict, block.reason,
+              block.came, block.left);
     } else {
         static_assert(std::integral<Plain>);
         visit(block);
@@ -91,6 +99,12 @@ Value decode(std::span<const std::uint8_t, sizeof(Value)> bytes) {
 template <class Argument>
 inline constexpr bool is_text =
     std::same_as<std::remove_const_t<std::remove_pointer_t<Argument>>, char>;
+
+// An answer is copied to where the caller wants it.
+template <class Argument>
+inline constexpr bool is_written_as_it_travels =
+    std::endian::native ==
+    std::endian::little &&every_byte_is_a_fields<std::remove_pointer_t<Argument>>();
 
 template <class Argument>
 inline constexpr int direction =

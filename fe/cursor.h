@@ -12,17 +12,10 @@ class Cursor {
 public:
     Cursor(std::span<const std::uint8_t> bytes, std::size_t at) : bytes_(bytes), at_(at) {}
 
-    std::uint8_t u8() { return take(1) ? bytes_[at_ - 1] : std::uint8_t{0}; }
-
     std::uint16_t be16() {
         if (!take(2)) return 0;
         return static_cast<std::uint16_t>(bytes_[at_ - 2] << 8 | bytes_[at_ - 1]);
     }
-
-    void skip(std::size_t count) { take(count); }
-
-    std::size_t at() const { return at_; }
-    bool ok() const { return ok_; }
 
 private:
     bool take(std::size_t count) {

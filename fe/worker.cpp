@@ -3,6 +3,7 @@
 #include "fe/base/trace.h"
 #include "fe/discovery.h"
 #include "fe/frame.h"
+#include "fe/frame_watch.h"
 
 #include <poll.h>
 #include <pthread.h>
@@ -51,7 +52,9 @@ void serve_frame(pppoeia_bridge &bridge, FrameIds &ids) {
     ids.circuit_id.clear();
     ids.remote_id.clear();
     if (!receive(bridge)) return;
+    FrameWatch watch(bridge);
     const Outcome outcome = bridge.disabled ? Outcome::bridge_disabled : process_frame(bridge, ids);
+    watch.left(outcome);
     if (is_sent(outcome))
         send(bridge.sock, bridge.frame_buf.data(), Frame(bridge).record().total_length, 0);
 }

@@ -118,6 +118,55 @@ void configure(FuzzedDataProvider &input) {
     cache_pppoeia_remote_id_format_set(name, input.ConsumeRandomLengthString(129).c_str());
 }
 
+void append16(Bytes &bytes, std::size_t value) {
+    bytes.push_back(static_cast<std::uint8_t>(value >> 8));
+    bytes.push_back(static_cast<std::uint8_t>(value));
+}
+
+// A length as it should be, or now and then another.
+std::size_t length_or_lie(FuzzedDataProvider &input, std::size_t length) {
+    return input.ConsumeIntegralInRange(0, 15) == 0 ? input.ConsumeIntegral<std::uint16_t>()
+                                                    : length;
+}
+
+Bytes shaped_tags(FuzzedDataProvider &input) {
+    Bytes tags;
+    for (int count = input.ConsumeIntegralInRange(0, 6); count > 0; --count) {
+        const std::uint16_t type = input.PickValueInArray<std::uint16_t>(
+            {0x0000, 0x0101, 0x0102, 0x0103, 0x0104, 0x0105, 0x0105, 0x0110, 0x0120, 0x0203});
+        Bytes value;
+        if (type == 0x0105 && input.ConsumeBool()) value = {0, 0, 0x0D, 0xE9};
+        const Bytes more =
+            input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(0, 300));
+        value.insert(value.end(), more.begin(), more.end());
+        append16(tags, type);
+        append16(tags, length_or_lie(input, value.size()));
+        tags.insert(tags.end(), value.begin(), value.end());
+    }
+    return tags;
+}
+
+// A Discovery frame (RFC 2516) as a peer would send it, but for some lies.
+Bytes shaped_datagram(FuzzedDataProvider &input) {
+    Bytes bytes(ia::ethernet_start, 0);
+    const std::size_t addresses = bytes.size() + 12;
+    bytes.resize(addresses, 0x02);
+    for (int stack = input.ConsumeIntegralInRange(0, 4); stack > 0; --stack) {
+        append16(bytes, input.PickValueInArray<std::uint16_t>({0x8100, 0x88A8}));
+        append16(bytes, input.ConsumeIntegral<std::uint16_t>());
+    }
+    append16(bytes, 0x8863);
+    bytes.push_back(0x11);
+    bytes.push_back(input.PickValueInArray<std::uint8_t>(
+        {ia::PADI, ia::PADI, ia::PADO, ia::PADR, ia::PADS, ia::PADT, 0x00}));
+    append16(bytes, input.ConsumeIntegralInRange<std::size_t>(0, 1));
+    const Bytes tags = shaped_tags(input);
+    append16(bytes, length_or_lie(input, tags.size()));
+    bytes.insert(bytes.end(), tags.begin(), tags.end());
+    bytes.resize(bytes.size() + input.ConsumeIntegralInRange<std::size_t>(0, 46));
+    return bytes;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -132,7 +181,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     bridge->max_pdu = input.ConsumeIntegralInRange<std::uint32_t>(0, mtu);
     bridge->stag_ethertype_nf = 0x88A8;
     bridge->frame_buf.assign(buffer_size, 0);
-    Bytes datagram = input.ConsumeRemainingBytes<std::uint8_t>();
+    Bytes datagram = input.ConsumeIntegralInRange(0, 7) == 0
+                         ? input.ConsumeRemainingBytes<std::uint8_t>()
+                         : shaped_datagram(input);
     if (datagram.size() > bridge->buf_size) datagram.resize(bridge->buf_size);
     std::ranges::copy(datagram, bridge->frame_buf.begin());
     bridge->frame_end = datagram.size();

@@ -13,35 +13,37 @@ namespace {
 using enum macro_shape;
 
 constexpr std::array<macro_rule, MACRO_COUNT> rules = {{
-    {MACRO_SHELF, "SHELF", text, source::shelf},
-    {MACRO_CHASSIS, "CHASSIS", number, source::chassis},
-    {MACRO_PANEL, "PANEL", text, source::panel},
-    {MACRO_INTF_TYPE, "INTF_TYPE", text, source::intf_type},
-    {MACRO_AGENT_BOARD, "AGENT_BOARD", number, source::agent_board},
-    {MACRO_BOARD, "BOARD", number, source::board},
-    {MACRO_PORT, "PORT", number, source::port},
-    {MACRO_PORT_REM_ID, "PORT_REM_ID", text, source::port_rem_id},
-    {MACRO_INTF, "INTF", text, source::intf},
-    {MACRO_INTF_DSCR, "INTF_DSCR", text, source::intf_dscr},
-    {MACRO_ONU, "ONU", number, source::onu},
-    {MACRO_VGEM, "VGEM", number, source::vgem},
-    {MACRO_TCONT, "TCONT", number, nullptr},
-    {MACRO_PVC_INTF, "PVC_INTF", number, source::pvc_intf},
-    {MACRO_VPI, "VPI", number, source::vpi},
-    {MACRO_VCI, "VCI", number, source::vci},
-    {MACRO_CLNT_MAC, "CLNT_MAC", mac, source::clnt_mac},
-    {MACRO_AGENT_MAC, "AGENT_MAC", mac, source::agent_mac},
-    {MACRO_AGENT_IPV4, "AGENT_IPV4", ipv4, source::agent_ipv4},
-    {MACRO_AGENT_IPV6, "AGENT_IPV6", ipv6, source::agent_ipv6},
-    {MACRO_VLAN, "VLAN", number, source::vlan},
-    {MACRO_VLAN_NAME, "VLAN_NAME", text, source::vlan_name},
-    {MACRO_CVID, "CVID", number, source::cvid},
-    {MACRO_SYSNAME, "SYSNAME", text, source::sysname},
-    {MACRO_LOCATION, "LOCATION", text, source::location},
-    {MACRO_CONTACT, "CONTACT", text, source::contact},
-    {MACRO_HEX, "HEX", user_hex, nullptr},
-    {MACRO_CPE_SERIAL, "CPE_SERIAL", text, source::cpe_serial},
-    {MACRO_CPE_MAC, "CPE_MAC", mac, source::cpe_mac},
+    {MACRO_SHELF, "SHELF", text, source::shelf, "shelf of the node"},
+    {MACRO_CHASSIS, "CHASSIS", number, source::chassis, "chassis number of the node"},
+    {MACRO_PANEL, "PANEL", text, source::panel, "panel label of the port"},
+    {MACRO_INTF_TYPE, "INTF_TYPE", text, source::intf_type, "type of the interface"},
+    {MACRO_AGENT_BOARD, "AGENT_BOARD", number, source::agent_board, "board of the node"},
+    {MACRO_BOARD, "BOARD", number, source::board, "always empty"},
+    {MACRO_PORT, "PORT", number, source::port, "port number in its place"},
+    {MACRO_PORT_REM_ID, "PORT_REM_ID", text, source::port_rem_id,
+     "Remote ID of the port, else of its parent"},
+    {MACRO_INTF, "INTF", text, source::intf, "name of the interface"},
+    {MACRO_INTF_DSCR, "INTF_DSCR", text, source::intf_dscr,
+     "description of the interface; of a GEM port its ONU's"},
+    {MACRO_ONU, "ONU", number, source::onu, "ONU number"},
+    {MACRO_VGEM, "VGEM", number, source::vgem, "GEM number"},
+    {MACRO_TCONT, "TCONT", number, nullptr, "never has a value"},
+    {MACRO_PVC_INTF, "PVC_INTF", number, source::pvc_intf, "number of the PVC interface"},
+    {MACRO_VPI, "VPI", number, source::vpi, "VPI of the PVC"},
+    {MACRO_VCI, "VCI", number, source::vci, "VCI of the PVC"},
+    {MACRO_CLNT_MAC, "CLNT_MAC", mac, source::clnt_mac, "address of the client"},
+    {MACRO_AGENT_MAC, "AGENT_MAC", mac, source::agent_mac, "address of the node"},
+    {MACRO_AGENT_IPV4, "AGENT_IPV4", ipv4, source::agent_ipv4, "IPv4 address of the node"},
+    {MACRO_AGENT_IPV6, "AGENT_IPV6", ipv6, source::agent_ipv6, "IPv6 address of the node"},
+    {MACRO_VLAN, "VLAN", number, source::vlan, "VLAN of the frame"},
+    {MACRO_VLAN_NAME, "VLAN_NAME", text, source::vlan_name, "name of that VLAN"},
+    {MACRO_CVID, "CVID", number, source::cvid, "customer VLAN; Circuit IDs only"},
+    {MACRO_SYSNAME, "SYSNAME", text, source::sysname, "name of the node"},
+    {MACRO_LOCATION, "LOCATION", text, source::location, "location of the node"},
+    {MACRO_CONTACT, "CONTACT", text, source::contact, "contact of the node"},
+    {MACRO_HEX, "HEX", user_hex, nullptr, "the bytes whose digits stand between '$' and the name"},
+    {MACRO_CPE_SERIAL, "CPE_SERIAL", text, source::cpe_serial, "serial number of the ONU"},
+    {MACRO_CPE_MAC, "CPE_MAC", mac, source::cpe_mac, "address of the ONU"},
 }};
 
 constexpr bool rows_in_order() {
@@ -62,7 +64,7 @@ static_assert(std::ranges::all_of(rules, [](const macro_rule &rule) {
     return may_begin_macro_name(rule.name.front());
 }));
 
-constexpr macro_rule no_macro = {customIdFormat{MACRO_COUNT}, "N/A", none, nullptr};
+constexpr macro_rule no_macro = {customIdFormat{MACRO_COUNT}, "N/A", none, nullptr, ""};
 
 }  // namespace
 

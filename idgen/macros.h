@@ -97,6 +97,7 @@ struct macro_rule {
     std::string_view name;
     macro_shape shape;
     macro_source *source;  // null: no value can ever be had
+    std::string_view meaning;
 };
 
 // Every macro, in the order of customIdFormat.

@@ -11,7 +11,8 @@
 namespace ia::platform {
 
 inline constexpr std::size_t ippc_max_params = 8;   // of a request
-inline constexpr std::size_t ippc_max_output = 64;  // bytes that one parameter hands back
+inline constexpr std::size_t ippc_max_text = 64;      // bytes of a text handed back
+inline constexpr std::size_t ippc_max_output = 4096;  // bytes of any parameter handed back
 
 struct IppcParam {
     std::uint16_t code;                   // 0: text, else the block's size

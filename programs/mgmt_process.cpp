@@ -2,13 +2,15 @@
 
 #include "node/linux/ncfm.h"
 #include "programs/device_watch.h"
-#include "programs/engine_watch.h"
 #include "programs/management.h"
+#include "programs/port_mapper_watch.h"
 #include "programs/process.h"
 #include "programs/sd_notify.h"
+#include "programs/service_watch.h"
 #include "programs/sockets.h"
 #include "programs/stop_signals.h"
 
+#include <sys/socket.h>
 #include <unistd.h>
 #include <csignal>
 
@@ -20,9 +22,10 @@ void serve(const node::Description &description) {
     const StopSignals stop;  // before there is any other thread
     node::describe_node(description);
     Management management(description, [] { kill(getpid(), SIGUSR1); });
-    const EngineWatch watch(
+    const ServiceWatch watch(
         engine_socket, {[&] { management.devices_changed(); }, [&] { management.engine_lost(); },
                         [&] { management.engine_returned(); }});
+    const PortMapperWatch port_mapper;
     const DeviceWatch devices([&] { management.devices_changed(); });
     const ServiceReady ready;
     stop.wait(

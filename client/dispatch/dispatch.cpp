@@ -96,9 +96,9 @@ struct Slot<char *> {
         std::memcpy(output.bytes.data(), text, output.size);
     }
 
-    char text[platform::ippc_max_output] = "";
+    char text[platform::ippc_max_text] = "";
 };
-static_assert(platform::ippc_max_output >= PPPOEIA_ID_SIZE);
+static_assert(platform::ippc_max_text >= PPPOEIA_ID_SIZE);
 
 // Runs one engine operation with a request's parameters.
 template <auto Engine, class... Arguments, std::size_t... Index>

@@ -12,13 +12,13 @@
 using namespace ia::node;
 using ia::platform::ippc_max_output;
 using ia::platform::ippc_max_params;
+using ia::platform::ippc_max_text;
 using ia::platform::IppcParam;
 
 namespace {
 
 constexpr std::chrono::seconds call_limit{5};
-constexpr std::size_t max_reply = 1024;  // every output at its largest fits
-static_assert(8 + ippc_max_params * (8 + ippc_max_output) <= max_reply);
+constexpr std::size_t max_reply = 8 + ippc_max_params * (8 + ippc_max_output);
 
 struct Output {
     std::uint16_t code;
@@ -45,9 +45,9 @@ std::span<const std::uint8_t> input_bytes(int type_size, const void *address) {
 
 // Whether the reply's parameter is what the output expects.
 bool matches(const Output &output, const IppcParam &param) {
-    if (param.code != output.code || param.bytes.size() > ippc_max_output) return false;
+    if (param.code != output.code) return false;
     if (output.code != IPPC_TEXT) return param.bytes.size() == output.code;
-    return !param.bytes.empty() && param.bytes.back() == 0;
+    return !param.bytes.empty() && param.bytes.size() <= ippc_max_text && param.bytes.back() == 0;
 }
 
 // Fills the handle from a reply, all of it or nothing.

@@ -5,6 +5,9 @@
 // "KORVALEN:s1 eth 3/1/1/1:0", 25 (0x19) characters; its Remote ID is empty.
 // So its tag is 4 + 4 + 2 + 25 + 2 = 37 (0x25) bytes, 33 (0x21) behind the header.
 #include "tests/fe/running_bridge.h"
+#include "tests/support/captured_syslog.h"
+
+#include <algorithm>
 
 using namespace ia::test;
 
@@ -74,6 +77,14 @@ const std::vector<Case> cases = {
     {"remote id only", from_sub, client + "8863 1109 0000 0000",
      client + "8863 1109 0000 000a 0105 0006 00000de9 02 00", &pppoeia_stats::padi,
      [] { cache_pppoeia_bridge_vsa_insert_circuit_id_set(bridge, 0); }},
+    {"a binary circuit id: 'L', then the client's address", from_sub,
+     client + "8863 1109 0000 0000",
+     client + "8863 1109 0000 0013 0105 000f 00000de9 01 07 4c020000000001 02 00",
+     &pppoeia_stats::padi,
+     [] {
+         cache_pppoeia_port_vsa_circuit_id_mode_set(bridge, sub, PPPOEIA_CID_CUSTOM);
+         cache_pppoeia_circuit_id_format_set(bridge, "L$hCLNT_MAC");
+     }},
     {"neither id leaves the vendor alone", from_sub, client + "8863 1109 0000 0000",
      client + "8863 1109 0000 0008 0105 0004 00000de9", &pppoeia_stats::padi,
      [] {
@@ -220,5 +231,16 @@ TEST_P(DiscoveryCase, GivesTheFrameAndTheCount) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Frames, DiscoveryCase, testing::Range(std::size_t{0}, cases.size()));
+
+// What stands behind an empty payload is looked at once, and so said.
+TEST_F(RunningBridge, TracesTheEndOfAnEmptyPayload) {
+    const LogLevel everything(7);
+    exchange(datagram(from_net, hex(server + "8863 11a7 0001 0000" + service)));
+    EXPECT_TRUE(traced("<br0>        SRV_NAME (0x0101), 0 (0x0000) bytes."));
+    const auto written = traces();
+    EXPECT_TRUE(std::ranges::any_of(written, [](const std::string &line) {
+        return line.starts_with("<br0>          Past PPPoE end: 0x");
+    }));
+}
 
 }  // namespace

@@ -1,0 +1,17 @@
+// How this process's calls of the engine have gone.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace ia {
+
+// Since the process began; any thread.
+struct client_health {
+    std::atomic<std::uint32_t> ippc_failures{0};  // calls without an answer
+    std::atomic<std::uint32_t> engine_starts{0};  // times that the engine was initialised
+};
+
+inline client_health health;
+
+}  // namespace ia

@@ -1,0 +1,97 @@
+// The counters as Prometheus text (exposition format 0.0.4).
+#include "pppoeia_version.h"
+#include "rpc/node_health.h"
+
+#include <iterator>
+
+namespace ia {
+
+namespace {
+
+struct Kind {
+    const char *name;
+    std::uint32_t pppoeia_stats::*count;
+};
+
+constexpr Kind kinds[] = {
+    {"padi", &pppoeia_stats::padi},
+    {"padr", &pppoeia_stats::padr},
+    {"pado", &pppoeia_stats::pado},
+    {"pads", &pppoeia_stats::pads},
+    {"padt", &pppoeia_stats::padt},
+    {"dropped", &pppoeia_stats::dropped},
+    {"unknown", &pppoeia_stats::unknown_code},
+    {"truncated", &pppoeia_stats::truncated},
+    {"bypassed", &pppoeia_stats::bypassed},
+};
+static_assert(std::size(kinds) * sizeof(std::uint32_t) == sizeof(pppoeia_stats));
+
+// A label's value, in quotes.
+std::string quoted(const std::string &text) {
+    std::string value = "\"";
+    for (const char c : text) {
+        if (c == '\\' || c == '"') value += '\\';
+        if (c == '\n')
+            value += "\\n";
+        else
+            value += c;
+    }
+    return value + '"';
+}
+
+void describe(std::string &out, const std::string &name, const char *type, const char *help) {
+    out += "# HELP " + name + ' ' + help + "\n# TYPE " + name + ' ' + type + '\n';
+}
+
+void sample(std::string &out, const char *name, const char *type, const char *help,
+            std::uint64_t value) {
+    describe(out, name, type, help);
+    out += name + (' ' + std::to_string(value)) + '\n';
+}
+
+void frames(std::string &out, const std::string &name, const std::string &labels,
+            const pppoeia_stats &stats) {
+    for (const Kind &kind : kinds)
+        out += name + '{' + labels + ",kind=\"" + kind.name + "\"} " +
+               std::to_string(stats.*kind.count) + '\n';
+}
+
+void counters(std::string &out) {
+    Counters now;
+    if (!read_counters(now)) return;
+    const std::string bridge = "bridge=" + quoted(pppoeia::m_default_bridge_name);
+    const std::string of_bridge = "pppoeia_bridge_frames_total";
+    describe(out, of_bridge, "counter", "Discovery frames of the bridge; wraps at 2^32.");
+    frames(out, of_bridge, bridge, now.bridge);
+    if (now.ports.empty()) return;
+    const std::string of_port = "pppoeia_port_frames_total";
+    describe(out, of_port, "counter", "Discovery frames of a port; wraps at 2^32.");
+    for (const PortCounters &port : now.ports)
+        frames(out, of_port,
+               bridge + ",port=\"" + std::to_string(port.number) + "\",name=" + quoted(port.name),
+               port.stats);
+}
+
+}  // namespace
+
+std::string metrics_text() {
+    const Health now = read_health();
+    std::string out;
+    sample(out, "pppoeia_up", "gauge", "Whether the forwarding engine answers.",
+           now.engine_answers);
+    describe(out, "pppoeia_build_info", "gauge", "Version and compiler; always 1.");
+    out += "pppoeia_build_info{version=" + quoted(PPPOEIA_VERSION) +
+           ",compiler=" + quoted(build_compiler()) + "} 1\n";
+    sample(out, "pppoeia_start_time_seconds", "gauge",
+           "When the management process began, seconds since 1970.",
+           static_cast<std::uint64_t>(now.started));
+    sample(out, "pppoeia_engine_restarts_total", "counter",
+           "Times that the engine was initialised after the first.",
+           now.engine_starts > 0 ? now.engine_starts - 1 : 0);
+    sample(out, "pppoeia_ippc_failures_total", "counter", "Calls that the engine did not answer.",
+           now.ippc_failures);
+    if (now.engine_answers) counters(out);
+    return out;
+}
+
+}  // namespace ia

@@ -1,0 +1,45 @@
+// What the node's own procedures tell about the processes and their counters.
+#pragma once
+
+#include "entity/pppoeia.h"
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <vector>
+
+namespace ia {
+
+struct Health {
+    bool engine_answers;
+    std::uint32_t engine_starts;
+    std::uint32_t ippc_failures;
+    std::time_t started;  // of this process
+};
+
+Health read_health();
+
+// The compiler's name and version.
+const char *build_compiler();
+
+struct PortCounters {
+    std::uint32_t number;
+    std::string name;
+    std::uint32_t type;
+    pppoeia_stats stats;
+};
+
+struct Counters {
+    pppoeia_stats bridge{};
+    std::vector<PortCounters> ports;  // ascending numbers
+};
+
+// The counters of the bridge and of every port that carries subscribers. False
+// when the engine does not answer.
+bool read_counters(Counters &counters);
+
+// All of it as Prometheus text; without an engine, "up" is 0 and the counters
+// are missing.
+std::string metrics_text();
+
+}  // namespace ia

@@ -1,0 +1,124 @@
+// The server functions of the node's own program.
+//
+// A reply lasts until the next call of its procedure; what its strings and
+// arrays point to is kept beside it.
+#include "client/health.h"
+#include "entity/operation.h"
+#include "entity/pppoeia.h"
+#include "platform/bll/CliConfig.h"
+#include "pppoeia/client.h"
+#include "pppoeia_version.h"
+#include "rpc/node_health.h"
+#include "rpc/pppoeia_node.h"
+
+#include <string>
+#include <vector>
+
+namespace {
+
+// XDR writes through pointers to char that are not const.
+char *text_of(const std::string &text) {
+    return const_cast<char *>(text.c_str());
+}
+
+rpcNodeCounters record_of(const pppoeia_stats &stats) {
+    return {stats.padi,    stats.padr,         stats.pado,      stats.pads,    stats.padt,
+            stats.dropped, stats.unknown_code, stats.truncated, stats.bypassed};
+}
+
+template <class List, class Record>
+void set_list(List &list, std::vector<Record> &records) {
+    if constexpr (requires { list.list_val; }) {
+        list.list_len = static_cast<u_int>(records.size());
+        list.list_val = records.data();
+    } else {
+        list.ports_len = static_cast<u_int>(records.size());
+        list.ports_val = records.data();
+    }
+}
+
+int *answer(int result) {
+    static int reply;
+    reply = result;
+    return &reply;
+}
+
+constexpr int profile_mode = 10;  // refused: service profiles configure the node
+
+}  // namespace
+
+rpcNodeStatus *rpc_node_status_1_svc(svc_req *) {
+    static const std::string version = PPPOEIA_VERSION;
+    static const std::string build = ia::build_compiler();
+    static rpcNodeStatus reply;
+    const ia::Health now = ia::read_health();
+    reply = {text_of(version),
+             text_of(build),
+             now.started,
+             now.engine_answers,
+             now.engine_starts,
+             now.ippc_failures,
+             CliConfig::instance().checkProfileMode()};
+    return &reply;
+}
+
+rpcNodePortList *rpc_node_ports_1_svc(svc_req *) {
+    static std::list<pppoeia::interfaceInfo_t> infos;
+    static std::vector<rpcNodePort> records;
+    static rpcNodePortList reply;
+    reply.result = pppoeia::instance().getInterfaceInfo(infos, true);
+    records.clear();
+    for (const pppoeia::interfaceInfo_t &info : infos)
+        records.push_back({info.ifIndex, text_of(info.name), info.type});
+    set_list(reply.list, records);
+    return &reply;
+}
+
+rpcNodeCountersReply *rpc_node_counters_1_svc(svc_req *) {
+    static const std::string bridge = pppoeia::m_default_bridge_name;
+    static ia::Counters counters;
+    static std::vector<rpcNodePortCounters> records;
+    static rpcNodeCountersReply reply;
+    counters = {};
+    records.clear();
+    reply.bridge = text_of(bridge);
+    reply.result = ia::read_counters(counters) ? 0 : 1;
+    reply.total = record_of(counters.bridge);
+    for (const ia::PortCounters &port : counters.ports)
+        records.push_back({{port.number, text_of(port.name), port.type}, record_of(port.stats)});
+    set_list(reply.ports, records);
+    return &reply;
+}
+
+rpcNodeLine *rpc_node_line_1_svc(u_int port, u_short vlan, svc_req *) {
+    static pppoeia_port_vlan_info entry;
+    static rpcNodeLine reply;
+    entry = {};
+    reply.result = ia::shared([&] {
+        reply.present =
+            pppoeia_port_vlan_info_get(pppoeia::m_default_bridge_name, port, vlan, &entry) == 0;
+        return 0;
+    });
+    reply.cidMode = static_cast<int>(entry.cid_mode);
+    reply.cidFormat = entry.cid_format;
+    reply.ridFormat = entry.rid_format;
+    return &reply;
+}
+
+rpcNodeText *rpc_node_metrics_1_svc(svc_req *) {
+    static std::string text;
+    static rpcNodeText reply;
+    text = ia::metrics_text();
+    reply = {text_of(text), 0};
+    return &reply;
+}
+
+int *rpc_node_set_line_cid_format_1_svc(u_int port, u_short vlan, rpcNodeFormat format, svc_req *) {
+    if (CliConfig::instance().checkProfileMode()) return answer(profile_mode);
+    return answer(pppoeia::instance().setVsaCircuitIdFormat(port, vlan, format));
+}
+
+int *rpc_node_set_line_rid_format_1_svc(u_int port, u_short vlan, rpcNodeFormat format, svc_req *) {
+    if (CliConfig::instance().checkProfileMode()) return answer(profile_mode);
+    return answer(pppoeia::instance().setVsaRemoteIdFormat(port, vlan, format));
+}
