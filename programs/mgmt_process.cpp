@@ -22,9 +22,10 @@ void serve(const node::Description &description) {
     const StopSignals stop;  // before there is any other thread
     node::describe_node(description);
     Management management(description, [] { kill(getpid(), SIGUSR1); });
-    const ServiceWatch watch(
-        engine_socket, {[&] { management.devices_changed(); }, [&] { management.engine_lost(); },
-                        [&] { management.engine_returned(); }});
+    const ServiceWatch engine(
+        engine_socket, SOCK_SEQPACKET,
+        {[&] { management.devices_changed(); }, [&] { management.engine_lost(); },
+         [&] { management.engine_returned(); }});
     const PortMapperWatch port_mapper;
     const DeviceWatch devices([&] { management.devices_changed(); });
     const ServiceReady ready;

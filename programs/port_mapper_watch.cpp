@@ -44,11 +44,14 @@ void PortMapperWatch::remember() {
         here.sin_family = AF_INET;
         here.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         services_.clear();
-        for (const pmaplist *at = pmap_getmaps(&here); at; at = at->pml_next)
+        pmaplist *known = pmap_getmaps(&here);
+        for (const pmaplist *at = known; at; at = at->pml_next)
             if (is_ours(at->pml_map.pm_prog))
                 services_.push_back({at->pml_map.pm_prog, at->pml_map.pm_vers,
                                      static_cast<int>(at->pml_map.pm_prot),
                                      static_cast<std::uint16_t>(at->pml_map.pm_port)});
+        // Any function pointer may go through this one.
+        xdr_free(reinterpret_cast<xdrproc_t>(reinterpret_cast<void (*)()>(xdr_pmaplist)), &known);
     }
 }
 
