@@ -107,6 +107,17 @@ class Lab:
         netns.run("ip", "link", "set", device, "up", namespace=peer)
         self._wait_forwarding(node_device)
 
+    def add_idle_devices(self, names):
+        """Devices that nothing is connected to, an even number."""
+        pairs = list(zip(names[::2], names[1::2]))
+        self._batch(f"link add {one} type veth peer name {two}" for one, two in pairs)
+        self._undo.append(lambda: self._batch(f"link del {one}" for one, _ in pairs))
+
+    def _batch(self, commands):
+        batch = self.folder / "batch"
+        batch.write_text("\n".join(commands), encoding="ascii")
+        netns.run("ip", "-batch", batch)
+
     @staticmethod
     def _wait_forwarding(device):
         wait_until(lambda: "state forwarding" in netns.run("bridge", "link", "show", "dev", device),

@@ -95,6 +95,12 @@ void KeptSettings::arrived(const node::Arrivals &arrivals) const {
     apply_settings(part_for(arrivals, wanted_));
 }
 
+void KeptSettings::forget() {
+    wanted_ = {};
+    const auto running = running_settings();
+    if (running) apply_settings(difference(described(), *running));
+}
+
 void KeptSettings::save() {
     const std::string now = text();
     try {

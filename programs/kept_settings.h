@@ -31,7 +31,8 @@ public:
     // Makes the settings of what has arrived.
     void arrived(const node::Arrivals &arrivals) const;
 
-    void forget() { wanted_ = {}; }
+    // Takes what is there back to what the description says, and drops the rest.
+    void forget();
 
     // Writes the file, or the copy when it does not hold this already. Throws
     // std::system_error; the file is then as it was.

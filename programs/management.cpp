@@ -76,21 +76,16 @@ void Management::engine_lost() {
     syslog(LOG_WARNING, "pppoeia-fe is gone: its frames are held until it is back");
 }
 
+// What has others below it is there as described, whatever its own device.
 node::Description Management::present() const {
+    std::set<std::uint32_t> parents;
+    for (const node::Interface &interface : description_.interfaces)
+        parents.insert(interface.parent);
     node::Description present = description_;
-    const auto absent = [&](const node::Interface &interface) {
-        return follows_device(interface) && !devices_.contains(interface.device);
-    };
-    // What is below an interface goes with it.
-    for (std::size_t before = 0; before != present.interfaces.size();) {
-        before = present.interfaces.size();
-        std::erase_if(present.interfaces, [&](const node::Interface &interface) {
-            return absent(interface) ||
-                   std::ranges::any_of(description_.interfaces, [&](const node::Interface &parent) {
-                       return parent.id == interface.parent && absent(parent);
-                   });
-        });
-    }
+    std::erase_if(present.interfaces, [&](const node::Interface &interface) {
+        return follows_device(interface) && !parents.contains(interface.id) &&
+               !devices_.contains(interface.device);
+    });
     return present;
 }
 
@@ -214,8 +209,8 @@ int Management::save(std::string &text) {
 
 int Management::clear(std::string &text) {
     for (const node::Bridge &bridge : description_.bridges) hold_frames(bridge.name.c_str(), 0);
-    settings_.forget();
     const bool cleared = framework_.clear_configuration();
+    settings_.forget();
     for (const node::Bridge &bridge : description_.bridges) release_frames(bridge.name.c_str(), 0);
     if (!cleared) text = "the agent did not take all of its settings back\n";
     return cleared ? 0 : 1;
