@@ -74,6 +74,7 @@ def prepare(programs):
     os.chown(RUN, USER, USER)
     Path("/run/pppoeia_fe_main").symlink_to("pppoeia/fe_main")
     Path("/run/pppoeia_mgmt").symlink_to("pppoeia/mgmt")
+    Path("/run/pppoeia_mgmt.settings").symlink_to("pppoeia/mgmt.settings")
 
 
 def _open_tun_device():

@@ -98,7 +98,7 @@ class ChangedDescription(ManagementTest):
     CHANGED = range(100, 600, 50)  # ten ports
 
     def description(self, remote_id):
-        """The lab's ports and 500 more, whose devices are not there (yet)."""
+        """The lab's ports and 500 more, whose devices wait to join the bridge."""
         text = node.description({"ports": 1000})
         for port in range(100, 100 + self.PORTS):
             text += (f'[[interface]]\nid = {port}\nname = "2/{port}"\ndevice = "line{port}"\n'
@@ -114,6 +114,7 @@ class ChangedDescription(ManagementTest):
         return ("second-" if port in self.CHANGED else "first-") + str(port)
 
     def start(self):
+        self.lab.add_idle_devices([f"line{port}" for port in range(100, 100 + self.PORTS)])
         self.lab.start_engine(self.description("first-{}".format), seconds=60)
         self.client, self.server = self.lab.wire("sub1"), self.lab.wire("bng")
         self.traffic = Numbered(self.client)
