@@ -15,6 +15,7 @@ constexpr Procedure procedures[] = {
     asking<rpc_node_metrics_1_svc, xdr_no_arguments, xdr_rpcNodeText>(5),
     changing<rpc_node_set_line_cid_format_1_svc, xdr_rpc_node_set_line_cid_format_1_argument, xdr_int>(6),
     changing<rpc_node_set_line_rid_format_1_svc, xdr_rpc_node_set_line_rid_format_1_argument, xdr_int>(7),
+    changing<rpc_node_clear_line_1_svc, xdr_rpc_node_clear_line_1_argument, xdr_int>(8),
 };
 // clang-format on
 static_assert(is_complete(procedures));
