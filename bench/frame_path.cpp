@@ -10,6 +10,7 @@
 #include "fe/discovery.h"
 #include "fe/frame.h"
 #include "idgen/assembly.h"
+#include "idgen/plan.h"
 #include "pppoeia/pppoeia.h"
 #include "store/new_bridge.h"
 
@@ -18,6 +19,7 @@
 #include <cstdlib>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -29,13 +31,9 @@ using ia::test::hex;
 namespace {
 
 // Six macros each, all with a value.
-constexpr char text_circuit_id[] = "$SHELF/$CHASSIS/$AGENT_BOARD/$PORT:$VLAN $CLNT_MAC";
-constexpr char text_remote_id[] = "$INTF_TYPE $INTF $INTF_DSCR $PORT_REM_ID $VLAN_NAME $SYSNAME";
 constexpr char binary_circuit_id[] = "$hCHASSIS$hAGENT_BOARD$hPORT$hVLAN$hCVID$hCLNT_MAC";
 constexpr char binary_remote_id[] = "$hCLNT_MAC$hz2VLAN$hPORT$hAGENT_BOARD$hz4CHASSIS$SHELF";
 
-constexpr char text_circuit_id_made[] = "s1/7/3/1:100 02:00:00:00:00:01";
-constexpr char text_remote_id_made[] = "eth 1/1/1 line-17 home-4711 internet node-9";
 constexpr char binary_circuit_id_made[] = "07 03 01 64 05 020000000001";
 constexpr char binary_remote_id_made[] = "020000000001 0064 01 03 00000007 's1'";
 
@@ -46,11 +44,11 @@ void check(bool right, const char *what) {
 }
 
 // The record of a running bridge, with its buffer, without its worker.
-BridgePtr make_bridge() {
+BridgePtr make_bridge(std::uint32_t slots = 8) {
     static int made = 0;
     const std::string name = "br" + std::to_string(made++);
     BridgePtr bridge;
-    check(allocate_bridge(name.c_str(), 8, bridge) == 0, "the bridge");
+    check(allocate_bridge(name.c_str(), slots, bridge) == 0, "the bridge");
     bridge->mtu = 1615;
     bridge->stag_ethertype_nf = 0x88A8;
     bridge->frame_buf.resize(bridge->mtu + ethernet_start + frame_slack);
@@ -62,13 +60,14 @@ BridgePtr make_bridge() {
 // The same datagram again and again. The buffer is restored in front of each
 // frame, as far as the frame before it reached.
 struct FrameLoop {
-    BridgePtr bridge = make_bridge();
+    BridgePtr bridge;
     FrameIds ids;
     Bytes received;
     std::size_t length = 0;
     Outcome (*process)(pppoeia_bridge &, FrameIds &) = process_frame;
 
-    explicit FrameLoop(const Bytes &datagram) : received(datagram), length(datagram.size()) {
+    explicit FrameLoop(const Bytes &datagram, std::uint32_t slots = 8)
+        : bridge(make_bridge(slots)), received(datagram), length(datagram.size()) {
         received.resize(length + 128);
     }
 
@@ -112,21 +111,52 @@ Work pado() {
 
 Work custom_padi(const char *circuit_id, const char *remote_id, const Bytes &tag) {
     FrameLoop loop(padi_datagram());
-    const char *bridge = loop.bridge->name;
-    check(cache_pppoeia_port_vsa_circuit_id_mode_set(bridge, 1, PPPOEIA_CID_CUSTOM) == 0, "mode");
-    check(cache_pppoeia_circuit_id_format_set(bridge, circuit_id) == 0, "Circuit ID format");
-    check(cache_pppoeia_remote_id_format_set(bridge, remote_id) == 0, "Remote ID format");
+    use_formats(loop.bridge->name, circuit_id, remote_id);
     loop.expect(marked_padi(tag));
     return loop;
 }
 
-Bytes bytes_of(std::string_view text) {
-    return {text.begin(), text.end()};
+Work padi_text() {
+    return custom_padi(text_circuit_id, text_remote_id, text_tag());
 }
 
-Work padi_text() {
-    return custom_padi(text_circuit_id, text_remote_id,
-                       vendor_tag(bytes_of(text_circuit_id_made), bytes_of(text_remote_id_made)));
+constexpr std::uint32_t many = 4000;
+
+Work padi_of_many_ports() {
+    FrameLoop loop(padi_datagram(), many + 2);
+    for (std::uint32_t id = 3; id <= many; ++id) {
+        const std::string name = "1/2/" + std::to_string(id);
+        const pppoeia_port_info info{};
+        check(cache_pppoeia_port_add(loop.bridge->name, id, name.c_str(), name.c_str(), &info) == 0,
+              "a port");
+    }
+    use_formats(loop.bridge->name, text_circuit_id, text_remote_id);
+    loop.expect(marked_padi(text_tag()));
+    return loop;
+}
+
+Work padi_of_many_port_vlans() {
+    FrameLoop loop(padi_datagram());
+    for (std::uint16_t vid = 1; vid <= many; ++vid)
+        check(cache_pppoeia_circuit_id_mode_port_vlan_set(loop.bridge->name, 1, vid,
+                                                          PPPOEIA_CID_CUSTOM) == 0,
+              "a mode of a port's VLAN");
+    use_formats(loop.bridge->name, text_circuit_id, text_remote_id);
+    loop.expect(marked_padi(text_tag()));
+    return loop;
+}
+
+Work padi_beside_many_bridges() {
+    struct Many {
+        std::vector<FrameLoop> others;
+        FrameLoop loop{padi_datagram()};
+        void operator()(std::size_t frames) { loop(frames); }
+    };
+    auto all = std::make_shared<Many>();
+    for (int i = 1; i < 200; ++i) all->others.emplace_back(padi_datagram());
+    use_formats(all->loop.bridge->name, text_circuit_id, text_remote_id);
+    all->loop.expect(marked_padi(text_tag()));
+    return [all](std::size_t frames) { (*all)(frames); };
 }
 
 Work padi_binary() {
@@ -134,7 +164,42 @@ Work padi_binary() {
                        vendor_tag(hex(binary_circuit_id_made), hex(binary_remote_id_made)));
 }
 
-// A line whose client has just sent a PADI, and its Circuit ID.
+// A line whose client has just sent a PADI, and its Circuit ID: by the format's
+// plan, as a frame has it made, and step by step.
+struct PlanLoop {
+    FrameLoop line{padi_datagram()};
+    const char *format;
+    plan_slot slot;
+    Bytes text = Bytes(PPPOEIA_ID_SIZE);
+    Bytes binary;
+
+    explicit PlanLoop(const char *wanted) : format(wanted) { line.one(); }
+
+    void operator()(std::size_t frames) {
+        for (; frames > 0; --frames) {
+            binary.clear();
+            run_plan(slot, format, *line.bridge, 1, 100, 5, reinterpret_cast<char *>(text.data()),
+                     binary);
+        }
+    }
+};
+
+Work plan_text() {
+    PlanLoop loop(text_circuit_id);
+    loop(1);
+    check(reinterpret_cast<char *>(loop.text.data()) == std::string(text_circuit_id_made) &&
+              loop.binary.empty(),
+          "the planned text ID");
+    return loop;
+}
+
+Work plan_binary() {
+    PlanLoop loop(binary_circuit_id);
+    loop(1);
+    check(loop.binary == hex(binary_circuit_id_made), "the planned binary ID");
+    return loop;
+}
+
 struct IdLoop {
     FrameLoop line{padi_datagram()};
     std::string format;
@@ -204,13 +269,45 @@ constexpr Scenario scenarios[] = {
     {"restore", "restoring the buffer (in the four below)", restoring, {}},
     {"padi", "PADI marked, default forms", padi, no_allocation},
     {"pado", "PADO, tag removed", pado, no_allocation},
-    {"padi_text", "PADI marked, custom text IDs (6+6 macros)", padi_text, {}},
-    {"padi_binary", "PADI marked, custom binary IDs (6+6 macros)", padi_binary, {}},
-    {"id_text", "custom ID alone, text, 6 macros", id_text, {}},
-    {"id_binary", "custom ID alone, binary, 6 macros", id_binary, {}},
+    {"padi_text", "PADI marked, custom text IDs (6+6 macros)", padi_text, no_allocation},
+    {"padi_binary", "PADI marked, custom binary IDs (6+6 macros)", padi_binary, no_allocation},
+    {"many_ports", "text IDs, one of 4,000 ports", padi_of_many_ports, no_allocation},
+    {"many_port_vlans", "text IDs, a port of 4,000 VLANs", padi_of_many_port_vlans, no_allocation},
+    {"many_bridges", "text IDs, one of 200 bridges", padi_beside_many_bridges, no_allocation},
+    {"plan_text", "custom ID alone, text, 6 macros", plan_text, no_allocation},
+    {"plan_binary", "custom ID alone, binary, 6 macros", plan_binary, no_allocation},
+    {"id_text", "the same text step by step", id_text, {}},
+    {"id_binary", "the same binary step by step", id_binary, {}},
     {"id_by_hand", "the text ID by one snprintf", id_by_hand, {}},
 };
 constexpr std::size_t scenario_count = std::size(scenarios);
+
+// What is to be of which cost, by names of scenarios, as at_most their ratio.
+struct Limit {
+    const char *what, *above, *below;
+    double at_most;
+};
+constexpr Limit limits[] = {
+    {"planned text ID / snprintf", "plan_text", "id_by_hand", 2},
+    {"4,000 ports / 2 ports", "many_ports", "padi_text", 1.15},
+    {"4,000 VLANs of the port / none", "many_port_vlans", "padi_text", 1.15},
+    {"200 bridges / some", "many_bridges", "padi_text", 1.15},
+};
+
+std::size_t scenario_named(std::string_view name) {
+    return static_cast<std::size_t>(std::ranges::find(scenarios, name, &Scenario::name) -
+                                    std::begin(scenarios));
+}
+
+void print_limits(const std::vector<Series> &times) {
+    for (const Limit &limit : limits) {
+        Series ratios;
+        for (std::size_t i = 0; i < repetitions; ++i)
+            ratios[i] =
+                times[scenario_named(limit.above)][i] / times[scenario_named(limit.below)][i];
+        print_row(limit.what, "CPU time, ratio", ratios, {Target::at_most, limit.at_most});
+    }
+}
 
 double allocations_per_frame(const Work &work) {
     constexpr std::size_t frames = 1000;
@@ -235,6 +332,7 @@ void print_table() {
         counts.fill(allocations_per_frame(works[i]));
         print_row(scenarios[i].what, "allocations/frame", counts, scenarios[i].allocations);
     }
+    print_limits(times);
 }
 
 void run(const std::string &name, std::size_t frames) {

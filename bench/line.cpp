@@ -56,6 +56,17 @@ void set_up_line(const char *bridge) {
     add_port(bridge, 2, "net0", "1/1/2", 1, PPPOEIA_PORT_BOTH);
 }
 
+void use_formats(const char *bridge, const char *circuit_id, const char *remote_id) {
+    must(cache_pppoeia_port_vsa_circuit_id_mode_set(bridge, 1, PPPOEIA_CID_CUSTOM));
+    must(cache_pppoeia_circuit_id_format_set(bridge, circuit_id));
+    must(cache_pppoeia_remote_id_format_set(bridge, remote_id));
+}
+
+Bytes text_tag() {
+    const auto bytes_of = [](std::string_view text) { return Bytes(text.begin(), text.end()); };
+    return vendor_tag(bytes_of(text_circuit_id_made), bytes_of(text_remote_id_made));
+}
+
 Bytes padi_datagram() {
     return datagram({.port = 1, .vlan = 100, .cvlan = 5},
                     hex(client + "0010" + service_name + host_uniq));

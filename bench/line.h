@@ -12,6 +12,17 @@ using test::Bytes;
 // Gives a bridge that is in the list its ports and its data.
 void set_up_line(const char *bridge);
 
+// The custom formats of the line: a Circuit ID and a Remote ID of six macros
+// each, all with a value, and the tag that they make.
+inline constexpr char text_circuit_id[] = "$SHELF/$CHASSIS/$AGENT_BOARD/$PORT:$VLAN $CLNT_MAC";
+inline constexpr char text_remote_id[] =
+    "$INTF_TYPE $INTF $INTF_DSCR $PORT_REM_ID $VLAN_NAME $SYSNAME";
+inline constexpr char text_circuit_id_made[] = "s1/7/3/1:100 02:00:00:00:00:01";
+inline constexpr char text_remote_id_made[] = "eth 1/1/1 line-17 home-4711 internet node-9";
+
+void use_formats(const char *bridge, const char *circuit_id, const char *remote_id);
+Bytes text_tag();
+
 Bytes padi_datagram();
 
 // A server's PADO with the line's own tag, to be taken out.

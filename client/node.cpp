@@ -12,6 +12,10 @@ int release_frames(const char *bridge, std::uint32_t port) {
     return call<release_frames>(bridge, port);
 }
 
+int check_bridge(const char *bridge) {
+    return call<check_bridge>(bridge);
+}
+
 int macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std::uint16_t vid,
                 std::uint16_t cvid, const pppoeia_mac *client, macro_value_block *out) {
     return call<macro_value>(bridge, macro, port, vid, cvid, client, out);

@@ -13,6 +13,7 @@ inline constexpr std::uint32_t first_node_operation = 1000;
 using node_operations = operation_table<
     engine_only<1000, hold_frames, fe_hold_frames>,
     engine_only<1001, release_frames, fe_release_frames>,
+    engine_only<1002, check_bridge, fe_check_bridge>,
     engine_only<1010, macro_value, fe_macro_value>,
     engine_only<1011, watch_frames, fe_watch_frames>,
     engine_only<1012, watched_frame_get, fe_watched_frame_get>>;

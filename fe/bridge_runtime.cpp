@@ -2,6 +2,7 @@
 
 #include "fe/base/text.h"
 #include "fe/base/trace.h"
+#include "fe/batch.h"
 #include "fe/frame.h"
 #include "fe/kernel.h"
 #include "fe/worker.h"
@@ -117,6 +118,7 @@ int allocate_frame_buffer(pppoeia_bridge &bridge) {
     try {
         // A marked frame may be one byte longer than the largest one received.
         bridge.frame_buf.resize(bridge.mtu + ethernet_start + frame_slack);
+        bridge.batch = std::make_shared<Batch>(bridge.buf_size, bridge.frame_buf.size());
     } catch (const std::bad_alloc &) {
         pppoeia_log(2, "<%s> Unable to allocate frame buffer.", bridge.name);
         return -ENOMEM;

@@ -17,4 +17,9 @@ int fe_release_frames(const char *bridge, std::uint32_t port) {
     return trace_result(__func__, platform::release_frames(bridge, port));
 }
 
+int fe_check_bridge(const char *bridge) {
+    trace_call(__func__, bridge);
+    return trace_result(__func__, platform::check_bridge(bridge));
+}
+
 }  // namespace ia

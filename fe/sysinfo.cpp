@@ -22,16 +22,6 @@ int set_text(const char *operation, const char *bridge, char (pppoeia_bridge::*f
 }
 
 template <std::size_t Size>
-int get_text(const char *operation, const char *bridge, char (pppoeia_bridge::*field)[Size],
-             char *out) {
-    trace_call(operation, bridge);
-    return on_bridge(operation, bridge, [&](pppoeia_bridge &b) {
-        std::memcpy(out, b.*field, Size);
-        return 0;
-    });
-}
-
-template <std::size_t Size>
 int set_text(const char *operation, const char *bridge, std::uint32_t port,
              char (pppoeia_port::*field)[Size], const char *text) {
     trace_call(operation, bridge, port, text);

@@ -1,14 +1,13 @@
 #include "fe/worker.h"
 
 #include "fe/base/trace.h"
+#include "fe/batch.h"
 #include "fe/discovery.h"
 #include "fe/frame.h"
 #include "fe/frame_watch.h"
 
 #include <poll.h>
 #include <pthread.h>
-#include <sys/socket.h>
-#include <algorithm>
 #include <mutex>
 
 namespace ia {
@@ -37,26 +36,27 @@ bool wait_for_frame(int socket) {
     return poll(&ready, 1, worker_wait_ms) == 1;
 }
 
-// Receives into the zeroed buffer. False for nothing, or for a datagram whose
-// record disagrees with its size.
-bool receive(pppoeia_bridge &bridge) {
-    std::ranges::fill(bridge.frame_buf, std::uint8_t{0});
-    const ssize_t received = recv(bridge.sock, bridge.frame_buf.data(), bridge.buf_size, 0);
-    if (received <= 0) return false;
-    bridge.frame_end = static_cast<std::size_t>(received);
-    return Frame(bridge).record().total_length == bridge.frame_end;
-}
-
-void serve_frame(pppoeia_bridge &bridge, FrameIds &ids) {
+// One datagram of a batch. One whose record disagrees with its size is nothing.
+void serve_frame(pppoeia_bridge &bridge, Batch &batch, std::size_t number, FrameIds &ids) {
     const std::scoped_lock lock(bridge.lock);
+    batch.show(number, bridge);
+    const kvbridge_frame_hdr &record = Frame(bridge).record();
+    if (record.total_length != bridge.frame_end) return;
     ids.circuit_id.clear();
     ids.remote_id.clear();
-    if (!receive(bridge)) return;
     FrameWatch watch(bridge);
     const Outcome outcome = bridge.disabled ? Outcome::bridge_disabled : process_frame(bridge, ids);
     watch.left(outcome);
-    if (is_sent(outcome))
-        send(bridge.sock, bridge.frame_buf.data(), Frame(bridge).record().total_length, 0);
+    if (is_sent(outcome)) batch.keep_for_sending(bridge, record.total_length);
+}
+
+// Whether there may be more than was served.
+bool serve_batch(pppoeia_bridge &bridge, FrameIds &ids) {
+    Batch &batch = *bridge.batch;
+    const std::size_t count = batch.receive(bridge.sock);
+    for (std::size_t number = 0; number < count; ++number) serve_frame(bridge, batch, number, ids);
+    batch.send(bridge.sock);
+    return count == batch_max;
 }
 
 }  // namespace
@@ -65,8 +65,9 @@ void pppoeia_bridge_worker(pppoeia_bridge &bridge) {
     pppoeia_log(7, "<%s> Worker started.", bridge.name);
     raise_priority(bridge.name);
     FrameIds ids;
+    bool more = false;
     while (!bridge.stop)
-        if (wait_for_frame(bridge.sock)) serve_frame(bridge, ids);
+        if (more || wait_for_frame(bridge.sock)) more = serve_batch(bridge, ids);
     pppoeia_log(7, "<%s> Finished.", bridge.name);
 }
 

@@ -1,9 +1,11 @@
 // Whole custom IDs, from any format, for a line whose data the input chooses.
 //
 // An ID keeps its limits; a format without macro names is itself, cut; the two
-// builders write at most 63 characters and a terminator.
+// builders write at most 63 characters and a terminator. A format's plan makes
+// what the rule makes.
 #include "fuzz/check.h"
 #include "idgen/assembly.h"
+#include "idgen/plan.h"
 #include "idgen/selection.h"
 #include "platform/kernel_modules.h"
 
@@ -82,6 +84,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (!names_a_macro(format)) MUST(binary.empty() && id == format.substr(0, 63));
 
     char out[64];
+    if (type == ID_GEN_FRAME && format.find('\0') == std::string::npos) {
+        ia::plan_slot slot;
+        std::vector<std::uint8_t> planned;
+        for (int run = 0; run < 2; ++run) {
+            planned.clear();
+            ia::run_plan(slot, format.c_str(), bridge, line, vid, cvid, out, planned);
+            MUST(planned == binary);
+            MUST(out == std::string(id.substr(0, 63).c_str()));
+        }
+    }
     std::memset(out, '!', sizeof out);
     binary.clear();
     pppoeia_build_circuit_id(out, &bridge, &port, vid, binary, type);

@@ -6,8 +6,6 @@
 #include "idgen/resolver.h"
 #include "idgen/scanner.h"
 
-#include <charconv>
-
 namespace {
 
 // The macro the scanner found. Delimiter and count live on from macro to macro.
@@ -40,10 +38,20 @@ void append_formatted(const std::string &value, const found_macro &macro, id_wor
     work.text += processed;
 }
 
+// -1 for what is no hexadecimal digit.
+constexpr int digit_value(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    return -1;
+}
+
+// What the pair's leading digits spell; 0 without any.
 std::uint8_t byte_of(const char *digits) {
-    std::uint8_t byte = 0;
-    std::from_chars(digits, digits + 2, byte, 16);
-    return byte;
+    const int high = digit_value(digits[0]);
+    const int low = digit_value(digits[1]);
+    if (high < 0) return 0;
+    return static_cast<std::uint8_t>(low < 0 ? high : high * 16 + low);
 }
 
 void convert_to_binary(const pppoeia_bridge &bridge, const id_work &work,
@@ -103,20 +111,27 @@ bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short v
     return true;
 }
 
-bool idStringToBinaryVector(const std::string &text,
-                            const std::map<unsigned long, unsigned> &hexRuns,
-                            std::vector<std::uint8_t> &out) {
-    auto run = hexRuns.begin();
+bool ia::text_to_bytes(std::string_view text, std::span<const hex_run> runs,
+                       std::vector<std::uint8_t> &out) {
+    auto run = runs.begin();
     for (std::size_t at = 0; at < text.size();) {
-        while (run != hexRuns.end() && run->first < at) ++run;
-        if (run == hexRuns.end() || run->first != at || run->second == 0) {
+        while (run != runs.end() && run->at < at) ++run;
+        if (run == runs.end() || run->at != at || run->size == 0) {
             out.push_back(static_cast<std::uint8_t>(text[at++]));
             continue;
         }
-        for (std::size_t taken = 0; taken < run->second; taken += 2, at += 2) {
+        for (std::size_t taken = 0; taken < run->size; taken += 2, at += 2) {
             if (at + 2 > text.size()) return false;
             out.push_back(byte_of(text.data() + at));
         }
     }
     return true;
+}
+
+bool idStringToBinaryVector(const std::string &text,
+                            const std::map<unsigned long, unsigned> &hexRuns,
+                            std::vector<std::uint8_t> &out) {
+    std::vector<ia::hex_run> runs;
+    for (const auto &[at, size] : hexRuns) runs.push_back({at, size});
+    return ia::text_to_bytes(text, runs, out);
 }

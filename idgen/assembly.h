@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 inline constexpr std::size_t GENERATED_ID_MAX = PPPOEIA_ID_SIZE - 1;  // characters, or bytes
@@ -24,6 +26,20 @@ inline constexpr std::size_t GENERATED_ID_MAX = PPPOEIA_ID_SIZE - 1;  // charact
 bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short vid,
                  unsigned short cvid, const std::string &format, std::string &id,
                  std::vector<std::uint8_t> &binId, idGenType genType);
+
+namespace ia {
+
+// A part of an ID's text whose digits spell bytes.
+struct hex_run {
+    std::size_t at;
+    unsigned size;
+};
+
+// idStringToBinaryVector over runs in the order of their positions.
+bool text_to_bytes(std::string_view text, std::span<const hex_run> runs,
+                   std::vector<std::uint8_t> &out);
+
+}  // namespace ia
 
 // Appends the bytes of a text: each hex run (position and number of characters)
 // as the bytes its digits spell, in pairs, all else as it stands. False when a

@@ -22,8 +22,12 @@ constexpr bool is_hex_digit(char c) {
     return (c >= '0' && c <= '9') || (upper(c) >= 'A' && upper(c) <= 'F');
 }
 
-std::string right_aligned(std::string text, std::size_t width, char fill) {
+void align_right(std::string &text, std::size_t width, char fill) {
     if (text.size() < width) text.insert(0, width - text.size(), fill);
+}
+
+std::string right_aligned(std::string text, std::size_t width, char fill) {
+    align_right(text, width, fill);
     return text;
 }
 
@@ -43,14 +47,14 @@ std::string hex_of(std::uint32_t number) {
     return right_aligned(text, text.size() + text.size() % 2, '0');
 }
 
-std::string replace_all(std::string_view text, char separator, std::string_view by) {
-    std::string replaced;
+void replace_all(std::string_view text, char separator, std::string_view by,
+                 std::string &replaced) {
+    replaced.clear();
     for (const char c : text)
         if (c == separator)
             replaced += by;
         else
             replaced += c;
-    return replaced;
 }
 
 // Four octets; what is missing is 0.
@@ -64,19 +68,41 @@ std::array<std::uint8_t, 4> ipv4_octets(std::string_view text) {
     return octets;
 }
 
+// Hands on the groups of an IPv6 address, each of at least four digits, "::"
+// written out: one group where the address begins with it, elsewhere as many as
+// it takes to have eight.
+template <class Take>
+void each_ipv6_group(std::string_view text, Take take) {
+    const auto each_field = [text](auto act) {
+        std::size_t number = 0;
+        for (std::string_view rest = text; !rest.empty(); ++number) {
+            const std::size_t length = std::min(rest.find(':'), rest.size());
+            act(number, rest.substr(0, length));
+            rest.remove_prefix(std::min(length + 1, rest.size()));
+        }
+        return number;
+    };
+    const std::size_t fields = each_field([](std::size_t, std::string_view) {});
+    each_field([&](std::size_t number, std::string_view field) {
+        if (!field.empty()) return take(field);
+        if (number == 0) return take("0");
+        for (std::size_t left = fields; left <= ipv6_groups; ++left) take("0");
+    });
+}
+
 // The address's eight groups, joined. False when it has another number of them.
 bool join_ipv6(const std::string &value, std::string_view separator, std::string &joined) {
-    std::vector<std::string> groups;
-    ipv6AddrStrToVector(value, groups);
-    if (groups.size() != ipv6_groups) {
-        IA_TRACE("<PPPOEIA> >> ERROR: invalid ipv6Parts.size(): %ld\n",
-                 static_cast<long>(groups.size()));
+    std::size_t groups = 0;
+    each_ipv6_group(value, [&](std::string_view) { ++groups; });
+    if (groups != ipv6_groups) {
+        IA_TRACE("<PPPOEIA> >> ERROR: invalid ipv6Parts.size(): %ld\n", static_cast<long>(groups));
         return false;
     }
-    for (const std::string &group : groups) {
+    each_ipv6_group(value, [&](std::string_view group) {
         if (!joined.empty()) joined += separator;
+        if (group.size() < 4) joined.append(4 - group.size(), '0');
         joined += group;
-    }
+    });
     return true;
 }
 
@@ -104,7 +130,7 @@ bool put_filled(const std::string &value, macro_shape shape, std::string_view se
 
 bool put_hex(const std::string &value, macro_shape shape, std::string &processed) {
     switch (shape) {
-        case macro_shape::mac: processed = replace_all(value, ':', ""); return true;
+        case macro_shape::mac: replace_all(value, ':', "", processed); return true;
         case macro_shape::ipv4:
             if (!value.empty())
                 for (const std::uint8_t octet : ipv4_octets(value)) processed += hex_of(octet);
@@ -125,7 +151,7 @@ bool put_delimited(const std::string &value, macro_shape shape, std::string_view
         if (!join_ipv6(value, "", processed)) return false;
         if (delimiter.empty()) return true;
     }
-    processed = replace_all(value, shape == macro_shape::ipv4 ? '.' : ':', delimiter);
+    replace_all(value, shape == macro_shape::ipv4 ? '.' : ':', delimiter, processed);
     return true;
 }
 
@@ -144,8 +170,7 @@ bool fit_to_count(macro_shape shape, char flags, unsigned count, std::string &pr
     if (processed.size() > width)
         processed.resize(width);
     else if (padding)
-        processed = right_aligned(std::move(processed), width,
-                                  hex || (flags & macroStringPadZeroes) ? '0' : ' ');
+        align_right(processed, width, hex || (flags & macroStringPadZeroes) ? '0' : ' ');
     return true;
 }
 
@@ -164,16 +189,21 @@ bool processMacroString(const std::string &str, customIdFormat type, char flags,
                         const std::string &delimiter, unsigned numChars, std::string &processed) {
     IA_ID_DEBUG("value '%s', macro %u, flags 0x%02x, delimiter '%s', count %u", str.c_str(), type,
                 static_cast<unsigned char>(flags), delimiter.c_str(), numChars);
+    if (macroAreFlagsValid(type, flags, delimiter, numChars))
+        return ia::render_value(str, type, flags, delimiter, numChars, processed);
     processed.clear();
-    if (!macroAreFlagsValid(type, flags, delimiter, numChars)) {
-        IA_TRACE("<PPPOEIA> >> ERROR: invalid flags");
-        return false;
-    }
-    const macro_shape shape = ia::macro_rule_of(type).shape;
+    IA_TRACE("<PPPOEIA> >> ERROR: invalid flags");
+    return false;
+}
+
+bool ia::render_value(const std::string &str, customIdFormat type, char flags,
+                      const std::string &delimiter, unsigned numChars, std::string &processed) {
+    processed.clear();
+    const macro_shape shape = macro_rule_of(type).shape;
     if (shape == macro_shape::user_hex) return put_user_hex(str, processed);
 
     const bool counted = flags & macroStringNumOfChars;
-    const bool filled = (flags & macroStringPadZeroes) && !counted && ia::is_ip(shape);
+    const bool filled = (flags & macroStringPadZeroes) && !counted && is_ip(shape);
     if (filled && !(flags & macroStringPrintHex)) {
         const std::string_view own = shape == macro_shape::ipv4 ? "." : ":";
         return put_filled(str, shape, flags & macroStringDelimChar ? delimiter : own, processed);
@@ -183,21 +213,8 @@ bool processMacroString(const std::string &str, customIdFormat type, char flags,
 }
 
 int ipv6AddrStrToVector(const std::string &text, std::vector<std::string> &groups) {
-    std::vector<std::string_view> fields;
-    for (std::string_view rest = text; !rest.empty();) {
-        const std::size_t length = std::min(rest.find(':'), rest.size());
-        fields.push_back(rest.substr(0, length));
-        rest.remove_prefix(std::min(length + 1, rest.size()));
-    }
-    // An empty field is the site of "::": one group where the address begins
-    // with it, elsewhere as many as it takes to have eight.
-    for (std::size_t field = 0; field < fields.size(); ++field) {
-        if (!fields[field].empty())
-            groups.push_back(right_aligned(std::string(fields[field]), 4, '0'));
-        else if (field == 0)
-            groups.emplace_back("0000");
-        else if (fields.size() <= ipv6_groups)
-            groups.insert(groups.end(), ipv6_groups + 1 - fields.size(), "0000");
-    }
+    each_ipv6_group(text, [&](std::string_view group) {
+        groups.push_back(right_aligned(std::string(group), 4, '0'));
+    });
     return 0;
 }

@@ -13,6 +13,14 @@
 bool processMacroString(const std::string &str, customIdFormat type, char flags,
                         const std::string &delimiter, unsigned numChars, std::string &processed);
 
+namespace ia {
+
+// The same for options that macroAreFlagsValid has found to fit.
+bool render_value(const std::string &str, customIdFormat type, char flags,
+                  const std::string &delimiter, unsigned numChars, std::string &processed);
+
+}  // namespace ia
+
 // Appends the groups of an IPv6 address, "::" written out: eight of four digits
 // for a valid address, some other number for others. Always 0.
 int ipv6AddrStrToVector(const std::string &text, std::vector<std::string> &groups);

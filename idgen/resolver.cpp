@@ -56,15 +56,16 @@ bool is_zero(const pppoeia_mac &mac) {
     return std::ranges::all_of(mac.bytes, [](std::uint8_t byte) { return byte == 0; });
 }
 
-std::string mac_text(const pppoeia_mac &mac) {
+void put_mac(const pppoeia_mac &mac, std::string &text) {
     static constexpr char digits[] = "0123456789ABCDEF";
-    std::string text;
+    std::array<char, 3 * sizeof mac.bytes - 1> pairs;
+    char *at = pairs.data();
     for (const std::uint8_t byte : mac.bytes) {
-        if (!text.empty()) text += ':';
-        text += digits[byte >> 4];
-        text += digits[byte & 0xF];
+        if (at != pairs.data()) *at++ = ':';
+        *at++ = digits[byte >> 4];
+        *at++ = digits[byte & 0xF];
     }
-    return text;
+    text.assign(pairs.data(), pairs.size());
 }
 
 // A PVC's number, signed: -1 when it was never set.
@@ -206,7 +207,7 @@ void clnt_mac(const subscriber &who, std::string &value) {
     else if (is_zero(*who.client_mac))
         IA_TRACE("<%s> >> MAC is NULL\n", who.bridge.name);
     else
-        value = mac_text(*who.client_mac);
+        put_mac(*who.client_mac, value);
 }
 
 void agent_mac(const subscriber &who, std::string &value) {
@@ -216,7 +217,7 @@ void agent_mac(const subscriber &who, std::string &value) {
     else if (is_zero(mac))
         IA_TRACE("<%s> >> MAC is NULL\n", who.bridge.name);
     else
-        value = mac_text(mac);
+        put_mac(mac, value);
 }
 
 // The address of the node's management interface.
@@ -302,7 +303,7 @@ void cpe_mac(const subscriber &who, std::string &value) {
     if (is_zero(onu->cpe_mac))
         IA_TRACE("<%s> >> MAC is NULL", who.bridge.name);
     else
-        value = mac_text(onu->cpe_mac);
+        put_mac(onu->cpe_mac, value);
 }
 
 }  // namespace source

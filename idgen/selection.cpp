@@ -5,6 +5,7 @@
 #include "idgen/assembly.h"
 #include "idgen/debug.h"
 #include "idgen/frame_fields.h"
+#include "idgen/plan.h"
 #include "idgen/resolver.h"
 #include "pppoeia/fe.h"
 #include "pppoeia/store.h"
@@ -120,12 +121,35 @@ struct id_kind {
     int (*port_vlan_format)(const pppoeia_bridge &, std::uint32_t port, std::uint16_t vid, char *);
     char (pppoeia_bridge::*bridge_format)[PPPOEIA_FORMAT_SIZE];
     const char *bridge_format_reader;  // in traces
+    char (pppoeia_port_vlan::*port_vlan_text)[PPPOEIA_FORMAT_SIZE];
+    ia::plan_slot &(*port_vlan_plan)(const pppoeia_port_vlan &);
+    ia::plan_slot &(*bridge_plan)(const pppoeia_bridge &);
 };
 
-constexpr id_kind CIRCUIT_ID = {"CID", br_circuit_id_format_port_vlan_get,
-                                &pppoeia_bridge::cid_format, "br_circuit_id_format_get"};
-constexpr id_kind REMOTE_ID = {"RID", br_remote_id_format_port_vlan_get,
-                               &pppoeia_bridge::rid_format, "br_remote_id_format_get"};
+template <class Record>
+ia::plan_slot &circuit_plan(const Record &record) {
+    return record.cid_plan;
+}
+
+template <class Record>
+ia::plan_slot &remote_plan(const Record &record) {
+    return record.rid_plan;
+}
+
+constexpr id_kind CIRCUIT_ID = {"CID",
+                                br_circuit_id_format_port_vlan_get,
+                                &pppoeia_bridge::cid_format,
+                                "br_circuit_id_format_get",
+                                &pppoeia_port_vlan::cid_format,
+                                circuit_plan,
+                                circuit_plan};
+constexpr id_kind REMOTE_ID = {"RID",
+                               br_remote_id_format_port_vlan_get,
+                               &pppoeia_bridge::rid_format,
+                               "br_remote_id_format_get",
+                               &pppoeia_port_vlan::rid_format,
+                               remote_plan,
+                               remote_plan};
 
 // The format for the port and VLAN, else the bridge's; null when both are empty.
 // `buffer` keeps it.
@@ -147,9 +171,27 @@ const char *choose_format(const id_kind &kind, const pppoeia_bridge &bridge, std
     return nullptr;
 }
 
+// The frame path: the same ID by the format's plan.
+void write_planned_id(const id_kind &kind, char *out, const pppoeia_bridge &bridge,
+                      std::uint32_t port_id, std::uint16_t vid, std::uint16_t cvid,
+                      std::vector<std::uint8_t> &binId) {
+    const pppoeia_port *port = bridge.port(port_id);
+    const auto entry = port ? port->port_vlans.find(vid) : pppoeia_port_vlan_list::const_iterator();
+    const bool own =
+        port && entry != port->port_vlans.end() && (entry->second.*kind.port_vlan_text)[0] != '\0';
+    const char *format = own ? entry->second.*kind.port_vlan_text : bridge.*kind.bridge_format;
+    ia::plan_slot &slot = own ? kind.port_vlan_plan(entry->second) : kind.bridge_plan(bridge);
+    if (format[0] == '\0')
+        out[0] = '\0';
+    else
+        ia::run_plan(slot, format, bridge, port_id, vid, cvid, out, binId);
+}
+
 void write_custom_id(const id_kind &kind, char *out, const pppoeia_bridge &bridge,
                      std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
                      std::vector<std::uint8_t> &binId, idGenType genType) {
+    if (genType == ID_GEN_FRAME && ia::plans_run())
+        return write_planned_id(kind, out, bridge, port, vid, cvid, binId);
     char buffer[PPPOEIA_FORMAT_SIZE] = "";
     std::string id;
     if (const char *format = choose_format(kind, bridge, port, vid, buffer))

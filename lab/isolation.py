@@ -26,6 +26,7 @@ PROGRAMS = {
     "pppoe-discovery": "ppp",
     "rpcbind": "rpcbind",
     "tshark": "tshark",
+    "systemd-analyze": "systemd",
 }
 
 NAMESPACES = ["unshare", "--net", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]

@@ -118,6 +118,7 @@ class Notifications:
         self.path = path
         self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM | socket.SOCK_CLOEXEC)
         self._socket.bind(path)
+        os.chmod(path, 0o666)  # a confined service is another user
 
     def wait_ready(self, process, seconds=10.0):
         deadline = time.monotonic() + seconds

@@ -12,10 +12,11 @@ sub1, sub2 and bng are namespaces; the node is the namespace of the caller.
 import contextlib
 import os
 import signal
+import socket
 import time
 from pathlib import Path
 
-from lab import frames, netns, node
+from lab import confined, frames, netns, node
 from lab.processes import Notifications, Process, wait_until
 from lab.wire import Wire
 
@@ -25,6 +26,7 @@ SUBSCRIBERS = ("sub1", "sub2")
 BNG = "bng"
 ACCESS_CONCENTRATOR = "BNG-1"
 SERVICE = "internet"
+PROGRAM = 536870929  # the agent's, of remote calls
 MNG = "mng0"
 
 # The device inside each namespace, its address there, and the node's end.
@@ -49,7 +51,8 @@ def programs():
 class Lab:
     """Brought up by `with`; what it started or made is gone after it."""
 
-    def __init__(self):
+    def __init__(self, confined=False):
+        self.confined = confined  # the services run as their systemd units have it
         self.folder = Path("/run/lab")
         self._undo = []  # what to call, last first
         self._starts = 0
@@ -57,6 +60,7 @@ class Lab:
         self.engine = None
         self.management = None
         self.server = None
+        self.mapper = None
 
     def __enter__(self):
         try:
@@ -85,22 +89,43 @@ class Lab:
         # A management interface of its own: any real device with an address does.
         self._device(["add", MNG, "address", MNG_MAC, "type", "bridge"], MNG)
         netns.run("ip", "address", "add", "192.0.2.1/24", "dev", MNG)
+        for device in (node.BRIDGE, MNG):
+            netns.run("ip", "link", "set", device, "up")
         for peer, (device, mac, node_device) in PEERS.items():
             netns.run("ip", "netns", "add", peer)
             self._undo.append(lambda name=peer: self._remove_namespace(name))
             netns.quiet(peer)
-            self._device(["add", node_device, "type", "veth", "peer", "name", device,
-                          "address", mac, "netns", peer], node_device)
-            netns.run("ip", "link", "set", node_device, "master", node.BRIDGE, "up")
-            netns.run("ip", "link", "set", device, "up", namespace=peer)
-        for device in (node.BRIDGE, MNG):
-            netns.run("ip", "link", "set", device, "up")
+            self.add_peer_device(peer, device, mac, node_device)
+            self._undo.append(lambda name=node_device: netns.run("ip", "link", "del", name))
         self.start_port_mapper()
-        for _, _, device in PEERS.values():
-            wait_until(lambda name=device: "state forwarding" in netns.run(
-                "bridge", "link", "show", "dev", name), f"{device} to forward")
+        if self.confined:
+            confined.prepare(programs())
         wait_until(lambda: "state UP" in netns.run("ip", "link", "show", "dev", node.BRIDGE),
                    f"{node.BRIDGE} to be up")
+
+    def add_peer_device(self, peer, device, mac, node_device):
+        """A peer's device, the other end in the bridge."""
+        netns.run("ip", "link", "add", node_device, "type", "veth", "peer", "name", device,
+                  "address", mac, "netns", peer)
+        netns.run("ip", "link", "set", node_device, "master", node.BRIDGE, "up")
+        netns.run("ip", "link", "set", device, "up", namespace=peer)
+        self._wait_forwarding(node_device)
+
+    def add_idle_devices(self, names):
+        """Devices that nothing is connected to, an even number."""
+        pairs = list(zip(names[::2], names[1::2]))
+        self._batch(f"link add {one} type veth peer name {two}" for one, two in pairs)
+        self._undo.append(lambda: self._batch(f"link del {one}" for one, _ in pairs))
+
+    def _batch(self, commands):
+        batch = self.folder / "batch"
+        batch.write_text("\n".join(commands), encoding="ascii")
+        netns.run("ip", "-batch", batch)
+
+    @staticmethod
+    def _wait_forwarding(device):
+        wait_until(lambda: "state forwarding" in netns.run("bridge", "link", "show", "dev", device),
+                   f"{device} to forward")
 
     def _device(self, words, name):
         netns.run("ip", "link", *words)
@@ -160,14 +185,25 @@ class Lab:
             self.management, self._management_news = self._service(
                 "pppoeia-mgmt", description, seconds)
             self._undo.append(self._management_news.close)
+            # Its RPC service registers on a thread of its own, which may be later.
+            wait_until(lambda: self._registered() or not self.management.running(),
+                       "the RPC service to be registered", seconds)
         return self.engine
+
+    @staticmethod
+    def _registered():
+        """Whether the port mapper knows the agent's program over both transports."""
+        listed = (line.split() for line in netns.run("rpcinfo", "-p", "127.0.0.1").splitlines())
+        return len({words[2] for words in listed if words[0] == str(PROGRAM)}) == 2
 
     def _service(self, program, description, seconds):
         """A service that is ready, and the socket on which it says so."""
         self._starts += 1
         news = Notifications(str(self.folder / f"notify-{self._starts}"))
-        process = self._process([programs() / program, "--node", description], None,
-                                {"NOTIFY_SOCKET": news.path})
+        argv = [programs() / program, "--node", description]
+        if self.confined:
+            argv = confined.command(program, argv)
+        process = self._process(argv, None, {"NOTIFY_SOCKET": news.path})
         news.wait_ready(process, seconds)
         return process, news
 
@@ -178,11 +214,17 @@ class Lab:
 
     def start_port_mapper(self):
         """rpcbind, once it answers."""
-        mapper = self._process(["rpcbind", "-f"])
-        wait_until(lambda: Path("/run/rpcbind.sock").exists() or not mapper.running(),
+        self.mapper = self._process(["rpcbind", "-f"])
+        wait_until(lambda: self._answers("/run/rpcbind.sock") or not self.mapper.running(),
                    "rpcbind to listen")
-        if not mapper.running():
-            raise netns.CommandFailed(f"rpcbind: {mapper.output()}")
+        if not self.mapper.running():
+            raise netns.CommandFailed(f"rpcbind: {self.mapper.output()}")
+
+    @staticmethod
+    def _answers(path):
+        """Whether somebody serves a local stream socket."""
+        with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as caller:
+            return caller.connect_ex(path) == 0
 
     def _process(self, argv, namespace=None, environment=None):
         process = Process(argv, namespace, environment)
@@ -202,6 +244,20 @@ class Lab:
     def kill_engine(self):
         """Ends the engine as a crash would."""
         self.engine.stop(signal.SIGKILL)
+
+    def kill_management(self):
+        self._management_news.close()
+        self.management.stop(signal.SIGKILL)
+
+    def restart_engine(self, seconds=10.0):
+        """The engine again, as it was described."""
+        self.engine, news = self._service("pppoeia-fe", self.folder / "node.toml", seconds)
+        news.close()
+
+    def restart_management(self, seconds=10.0):
+        self.management, self._management_news = self._service(
+            "pppoeia-mgmt", self.folder / "node.toml", seconds)
+        self._undo.append(self._management_news.close)
 
     def stop_engine(self):
         """Asks both processes to end; the engine's status and the seconds it took."""

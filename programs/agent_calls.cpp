@@ -2,6 +2,7 @@
 
 #include "entity/pppoeia.h"
 #include "platform/bll/Log.h"
+#include "pppoeia/node.h"
 
 namespace ia {
 
@@ -20,6 +21,15 @@ void expect(bool done, const What &...what) {
 }
 
 }  // namespace
+
+// Only who also ends the hold begins one.
+void AgentCalls::hold(const std::string &bridge, std::uint32_t port) {
+    if (when_arrived_) hold_frames(bridge.c_str(), port);
+}
+
+void AgentCalls::arrived(const node::Arrivals &arrivals) {
+    if (when_arrived_) when_arrived_(arrivals);
+}
 
 void AgentCalls::setSystemContact(const std::string &contact) {
     agent().setSystemContact(contact);

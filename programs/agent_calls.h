@@ -5,10 +5,21 @@
 
 #include "node/framework/entity_calls.h"
 
+#include <functional>
+#include <utility>
+
 namespace ia {
 
 class AgentCalls final : public node::EntityCalls {
 public:
+    // `when_arrived` makes the settings that the description does not have, and
+    // ends the hold.
+    explicit AgentCalls(std::function<void(const node::Arrivals &)> when_arrived = {})
+        : when_arrived_(std::move(when_arrived)) {}
+
+    void hold(const std::string &bridge, std::uint32_t port) override;
+    void arrived(const node::Arrivals &arrivals) override;
+
     void setSystemContact(const std::string &contact) override;
     void setSystemLocation(const std::string &location) override;
     void setSystemName(const std::string &name) override;
@@ -24,6 +35,9 @@ public:
     void setInterfaceMode(unsigned int ifIndex, std::uint32_t trust) override;
     void setInterfaceRemoteId(unsigned int ifIndex, const std::string &remote_id) override;
     void setVsaMode(std::uint32_t mode) override;
+
+private:
+    const std::function<void(const node::Arrivals &)> when_arrived_;
 };
 
 }  // namespace ia

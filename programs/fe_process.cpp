@@ -12,6 +12,11 @@
 #include "programs/sockets.h"
 #include "programs/stop_signals.h"
 
+#include <syslog.h>
+#include <csignal>
+#include <exception>
+#include <string>
+
 namespace ia {
 
 namespace {
@@ -24,16 +29,30 @@ struct Bridges {
     Bridges &operator=(const Bridges &) = delete;
 };
 
+// One that does not check is refused whole.
+void reload(const std::string &file, node::Kernel &kernel) {
+    try {
+        const node::Description changed = node::read_description(file);
+        node::describe_node(changed);
+        kernel.update(changed);
+    } catch (const std::exception &error) {
+        syslog(LOG_ERR, "%s", error.what());
+    }
+    sd_notify("READY=1");
+}
+
 // Every line is undone at the end, the last one first. The engine starts empty:
 // the management process makes its bridges and configures them.
 void serve(const node::Description &description) {
     const StopSignals stop;  // before there is any other thread
     node::describe_node(description);
-    const node::Kernel kernel(description);
+    node::Kernel kernel(description);
     const Bridges bridges;
-    const node::IppcServer requests(engine_socket, dispatch, warn_ippc);
+    const node::IppcServer requests(served_path(engine_socket), dispatch, warn_ippc);
     const ServiceReady ready;
-    stop.wait();
+    stop.wait([&](int signal) {
+        if (signal == SIGHUP) reload(description.file, kernel);
+    });
 }
 
 }  // namespace

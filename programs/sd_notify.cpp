@@ -34,4 +34,11 @@ void sd_notify(const char *state) {
     if (socket >= 0) close(socket);
 }
 
+std::optional<std::chrono::microseconds> watchdog_pulse() {
+    const char *limit = std::getenv("WATCHDOG_USEC");
+    const long long pulse = limit ? std::atoll(limit) / 2 : 0;
+    if (pulse <= 0) return std::nullopt;
+    return std::chrono::microseconds(pulse);
+}
+
 }  // namespace ia

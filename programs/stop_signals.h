@@ -1,7 +1,13 @@
 // The signals that a process of the node waits for.
 #pragma once
 
+#include "programs/sd_notify.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <optional>
 
 namespace ia {
 
@@ -16,19 +22,47 @@ public:
         pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
     }
 
+    using Clock = std::chrono::steady_clock;
+
     // Returns when SIGTERM or SIGINT has arrived, also if that was before the
-    // call. Each SIGHUP and SIGUSR1 until then is handed to `act`.
+    // call. Each SIGHUP and SIGUSR1 until then is handed to `act`; 0 is, when the
+    // time comes that `due` has told. While it waits, the service manager's
+    // watchdog hears from it.
+    template <class Act, class Due>
+    void wait(Act act, Due due) const {
+        const auto pulse = watchdog_pulse();
+        for (;;) {
+            const auto time = due();
+            const auto alive = pulse ? std::optional(Clock::now() + *pulse) : std::nullopt;
+            const bool pulse_first = alive && (!time || *alive < *time);
+            const int received = next(pulse_first ? alive : time);
+            if (received == SIGTERM || received == SIGINT) return;
+            if (pulse) sd_notify("WATCHDOG=1");
+            if (received != 0 || !pulse_first) act(received);
+        }
+    }
     template <class Act>
     void wait(Act act) const {
-        int received = 0;
-        while (sigwait(&signals_, &received) == 0 && received != SIGTERM && received != SIGINT)
-            act(received);
-    }
-    void wait() const {
-        wait([](int) {});
+        wait(act, [] { return std::optional<Clock::time_point>(); });
     }
 
 private:
+    int next(std::optional<Clock::time_point> due) const {
+        using namespace std::chrono;
+        timespec limit{};
+        if (due) {
+            const auto left =
+                duration_cast<nanoseconds>(std::max(*due - Clock::now(), Clock::duration()));
+            limit.tv_sec = static_cast<time_t>(left.count() / 1'000'000'000);
+            limit.tv_nsec = static_cast<long>(left.count() % 1'000'000'000);
+        }
+        for (;;) {
+            const int received = sigtimedwait(&signals_, nullptr, due ? &limit : nullptr);
+            if (received > 0) return received;
+            if (errno != EINTR) return 0;
+        }
+    }
+
     sigset_t signals_;
 };
 

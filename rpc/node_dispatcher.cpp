@@ -15,7 +15,12 @@ constexpr Procedure procedures[] = {
     asking<rpc_node_metrics_1_svc, xdr_no_arguments, xdr_rpcNodeText>(5),
     changing<rpc_node_set_line_cid_format_1_svc, xdr_rpc_node_set_line_cid_format_1_argument, xdr_int>(6),
     changing<rpc_node_set_line_rid_format_1_svc, xdr_rpc_node_set_line_rid_format_1_argument, xdr_int>(7),
-    changing<rpc_node_clear_line_1_svc, xdr_rpc_node_clear_line_1_argument, xdr_int>(8),
+    asking<rpc_node_config_show_1_svc, xdr_no_arguments, xdr_rpcNodeText>(8),
+    asking<rpc_node_config_diff_1_svc, xdr_no_arguments, xdr_rpcNodeText>(9),
+    asking<rpc_node_config_status_1_svc, xdr_no_arguments, xdr_rpcNodeConfigStatus>(10),
+    changing<rpc_node_config_save_1_svc, xdr_no_arguments, xdr_rpcNodeText>(11),
+    changing<rpc_node_config_clear_1_svc, xdr_no_arguments, xdr_rpcNodeText>(12),
+    changing<rpc_node_clear_line_1_svc, xdr_rpc_node_clear_line_1_argument, xdr_int>(13),
 };
 // clang-format on
 static_assert(is_complete(procedures));

@@ -15,12 +15,25 @@
 #include <thread>
 #include <vector>
 
+namespace ia {
+
+// What the ID generation has made of a format; its own, and never of interest to
+// anybody else. Under the bridge's lock like the format.
+struct format_plan;
+using plan_slot = std::shared_ptr<const format_plan>;
+
+class Batch;  // the worker's frames in hand (fe/batch.h)
+
+}  // namespace ia
+
 // What is set for one VLAN of one port. An entry without mode and formats is a
 // bare membership.
 struct pppoeia_port_vlan {
     std::uint32_t cid_mode = PPPOEIA_CID_NOT_SET;
     char cid_format[PPPOEIA_FORMAT_SIZE] = "";
     char rid_format[PPPOEIA_FORMAT_SIZE] = "";
+    mutable ia::plan_slot cid_plan{};
+    mutable ia::plan_slot rid_plan{};
 };
 
 struct pppoeia_vlan {
@@ -96,6 +109,8 @@ struct pppoeia_bridge {
     vlan_set vlan_enabled;
     char cid_format[PPPOEIA_FORMAT_SIZE] = "";
     char rid_format[PPPOEIA_FORMAT_SIZE] = "";
+    mutable ia::plan_slot cid_plan;
+    mutable ia::plan_slot rid_plan;
     pppoeia_vlan_list vlans;
     std::uint32_t port_limit;  // ids 1 to port_limit - 1 can be used
     std::vector<pppoeia_port> ports;
@@ -110,6 +125,7 @@ struct pppoeia_bridge {
     std::vector<std::uint8_t> frame_buf;  // the datagram being processed, and slack of zeros
     std::uint32_t buf_size = 0;           // largest datagram received, bytes
     std::size_t frame_end = 0;            // offset one past the datagram's last byte
+    std::shared_ptr<ia::Batch> batch;     // the worker's
     std::uint32_t cur_port = 0;           // zero-based slot of the frame's input port
     std::atomic<bool> stop{false};
     std::thread worker;

@@ -34,16 +34,6 @@ int get_number(const char *operation, const char *bridge, std::uint32_t pppoeia_
     });
 }
 
-template <std::size_t Size>
-int get_text(const char *operation, const char *bridge, char (pppoeia_bridge::*field)[Size],
-             char *out) {
-    trace_call(operation, bridge);
-    return on_bridge(operation, bridge, [&](pppoeia_bridge &b) {
-        std::memcpy(out, b.*field, Size);
-        return 0;
-    });
-}
-
 // Members of a VLAN keep their bit when the bridge stops serving it.
 void enable_vlan(pppoeia_bridge &bridge, std::size_t vid, bool enable) {
     bridge.vlan_enabled.set(vid, enable);

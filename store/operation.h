@@ -11,7 +11,9 @@
 #include "store/bridge_list.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace ia {
 
@@ -35,6 +37,17 @@ int on_port(const char *operation, const char *bridge, std::uint32_t id, Work wo
         pppoeia_port *port = found.port(id);
         if (!port) return refuse_port(operation, id, refusal_level);
         return work(found, *port);
+    });
+}
+
+// Reads a text of the bridge; `out` takes the whole field.
+template <std::size_t Size>
+int get_text(const char *operation, const char *bridge, char (pppoeia_bridge::*field)[Size],
+             char *out) {
+    trace_call(operation, bridge);
+    return on_bridge(operation, bridge, [&](pppoeia_bridge &b) {
+        std::memcpy(out, b.*field, Size);
+        return 0;
     });
 }
 

@@ -57,7 +57,7 @@ void pppoeia_log(int level, const char *format, ...) {
 namespace ia {
 
 int refuse(const char *operation, int result) {
-    pppoeia_log(7, "%s()=-%s", operation, errno_name(result));
+    if (tracing()) pppoeia_log(7, "%s()=-%s", operation, errno_name(result));
     return result;
 }
 

@@ -23,6 +23,13 @@ int fe_hold_frames(const char *bridge, std::uint32_t port);
 int release_frames(const char *bridge, std::uint32_t port);
 int fe_release_frames(const char *bridge, std::uint32_t port);
 
+// Whether the engine gets the bridge's frames. 0 when it does, or has none to
+// get because there is no such device; -19 when its pseudo device is gone, -90
+// when the node's frames have outgrown it, -2 for no bridge of the node: -19 and
+// -90 are healed by making the bridge anew.
+int check_bridge(const char *bridge);
+int fe_check_bridge(const char *bridge);
+
 // --- values of macros ----------------------------------------------------------
 struct macro_value_block {
     std::uint32_t known;  // 0: the macro never has a value

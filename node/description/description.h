@@ -79,6 +79,8 @@ struct Description {
     std::string management_device = "mng0";
     bool profile_mode = false;      // service profiles configure the node
     bool rpc_reserved_port = true;  // remote calls that change anything come from root
+    std::string settings_file;      // what operators set is saved here; empty: nowhere
+    bool settings_auto = false;     // after each change
     std::vector<Bridge> bridges;
     std::vector<Interface> interfaces;
     std::vector<Vlan> vlans;

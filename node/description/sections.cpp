@@ -1,123 +1,22 @@
-// The only place that knows TOML. One table a section says which keys there are
-// and how each value is taken; a taker reports what it refuses.
+// The description's sections: one table each says which keys there are and how
+// each value is taken.
 #include "node/description/sections.h"
 
+#include "node/description/toml_records.h"
 #include "node/description/words.h"
 #include "pppoeia/records.h"
 
 #include <net/if.h>
-#include <algorithm>
 #include <cstdio>
 #include <span>
-
-#define TOML_ENABLE_FORMATTERS 0
-#include <toml++/toml.h>
 
 namespace ia::node {
 
 namespace {
 
 constexpr std::int64_t most_port_records = 65536;
-constexpr std::int64_t any_u32 = 0xFFFFFFFF;
+
 constexpr std::size_t device_name_max = IFNAMSIZ - 1;
-
-template <std::size_t Size>
-constexpr std::size_t length_for = Size - 1;  // of the text in a terminated field
-
-unsigned line_of(const toml::node &node) {
-    return node.source().begin.line;
-}
-
-// --- one value ---------------------------------------------------------------
-
-struct Value {
-    const toml::node &node;
-    std::string_view section;  // as it is written: "[[interface]]"
-    std::string_view key;
-    Problems &problems;
-
-    bool refuse(const std::string &why) const {
-        problems.add(line_of(node), std::string(section) + ' ' + std::string(key) + ' ' + why);
-        return false;
-    }
-};
-
-std::string_view kind_of(const toml::node &node) {
-    switch (node.type()) {
-        case toml::node_type::table: return "a table";
-        case toml::node_type::array: return "an array";
-        case toml::node_type::string: return "a text";
-        case toml::node_type::integer: return "an integer";
-        case toml::node_type::floating_point: return "a fraction";
-        case toml::node_type::boolean: return "true or false";
-        default: return "a date or time";
-    }
-}
-
-bool refuse_kind(const Value &value, const std::string &expected) {
-    return value.refuse("is " + std::string(kind_of(value.node)) + ", expected " + expected);
-}
-
-template <class Record, class Field>
-Record record_of(Field Record::*);
-template <auto Member>
-using RecordOf = decltype(record_of(Member));
-
-template <class Field>
-struct Held {
-    using type = Field;
-};
-template <class Field>
-struct Held<std::optional<Field>> {
-    using type = Field;
-};
-template <auto Member>
-using HeldBy = typename Held<
-    std::remove_reference_t<decltype(std::declval<RecordOf<Member>>().*Member)>>::type;
-
-std::string range_text(std::int64_t least, std::int64_t most) {
-    return std::to_string(least) + " to " + std::to_string(most);
-}
-
-template <auto Member, std::int64_t Least, std::int64_t Most>
-bool number(const Value &value, RecordOf<Member> &record) {
-    const std::string expected = "expected " + range_text(Least, Most);
-    const auto given = value.node.value_exact<std::int64_t>();
-    if (!given) return refuse_kind(value, "an integer, " + range_text(Least, Most));
-    if (*given < Least || *given > Most)
-        return value.refuse("is " + std::to_string(*given) + ", " + expected);
-    record.*Member = static_cast<HeldBy<Member>>(*given);
-    return true;
-}
-
-template <auto Member>
-bool flag(const Value &value, RecordOf<Member> &record) {
-    const auto given = value.node.value_exact<bool>();
-    if (!given) return refuse_kind(value, "true or false");
-    record.*Member = *given;
-    return true;
-}
-
-bool has_control_characters(std::string_view text) {
-    return std::any_of(text.begin(), text.end(),
-                       [](unsigned char c) { return c < 0x20 || c == 0x7F; });
-}
-
-// Lengths are in bytes.
-template <auto Member, std::size_t Least, std::size_t Most>
-bool text(const Value &value, RecordOf<Member> &record) {
-    const auto *given = value.node.as_string();
-    if (!given) return refuse_kind(value, "a text");
-    const std::string &content = given->get();
-    if (content.size() < Least) return value.refuse("is empty, expected a text");
-    if (content.size() > Most)
-        return value.refuse(quoted(content) + " has " + std::to_string(content.size()) +
-                            " characters, expected at most " + std::to_string(Most));
-    if (has_control_characters(content))
-        return value.refuse(quoted(content) + " has control characters, expected none");
-    record.*Member = content;
-    return true;
-}
 
 // A name that the kernel accepts for a network device.
 template <auto Member, std::size_t Most>
@@ -126,6 +25,16 @@ bool device(const Value &value, RecordOf<Member> &record) {
     const std::string &name = record.*Member;
     if (name == "." || name == ".." || name.find_first_of("/: ") != std::string::npos)
         return value.refuse(quoted(name) + " cannot name a device, expected no '/', ':' or space");
+    return true;
+}
+
+// An absolute path.
+template <auto Member, std::size_t Most>
+bool path(const Value &value, RecordOf<Member> &record) {
+    if (!text<Member, 1, Most>(value, record)) return false;
+    const std::string &given = record.*Member;
+    if (!given.starts_with('/') || given.ends_with('/'))
+        return value.refuse("is " + quoted(given) + ", expected a file's path that begins with /");
     return true;
 }
 
@@ -155,36 +64,7 @@ bool mac_address(const Value &value, RecordOf<Member> &record) {
     return true;
 }
 
-template <const auto &Words>
-std::string any_word() {
-    std::vector<std::string_view> allowed;
-    for (const auto &[name, meaning] : Words) allowed.push_back(name);
-    return any_of(allowed);
-}
-
-template <auto Member, const auto &Words>
-bool word(const Value &value, RecordOf<Member> &record) {
-    const auto *given = value.node.as_string();
-    if (!given) return refuse_kind(value, any_word<Words>());
-    for (const auto &[name, meaning] : Words) {
-        if (given->get() != name) continue;
-        record.*Member = meaning;
-        return true;
-    }
-    return value.refuse("is " + quoted(given->get()) + ", expected " + any_word<Words>());
-}
-
 // --- the keys of each section --------------------------------------------------
-
-enum class Need { optional, required };
-using enum Need;
-
-template <class Record>
-struct Key {
-    std::string_view name;
-    Need need;
-    bool (*take)(const Value &, Record &);  // false: refused and reported
-};
 
 constexpr std::size_t system_text = length_for<PPPOEIA_SYSTEM_TEXT_SIZE>;
 
@@ -200,6 +80,13 @@ constexpr Key<Description> node_keys[] = {
 
 constexpr Key<Description> rpc_keys[] = {
     {"reserved_port", optional, flag<&Description::rpc_reserved_port>},
+};
+
+constexpr std::size_t path_max = 4000;
+
+constexpr Key<Description> settings_keys[] = {
+    {"file", required, path<&Description::settings_file, path_max>},
+    {"auto", optional, flag<&Description::settings_auto>},
 };
 
 constexpr Key<Bridge> bridge_keys[] = {
@@ -245,41 +132,6 @@ constexpr Key<Vlan> vlan_keys[] = {
 
 // --- sections ------------------------------------------------------------------
 
-template <class Row>
-std::string unknown_key(std::string_view key, std::span<const Row> known) {
-    std::vector<std::string_view> names;
-    for (const Row &row : known) names.push_back(row.name);
-    const std::string_view near = nearest(key, names);
-    const std::string expected = near.empty() ? any_of(names) : quoted(near);
-    return "unknown key " + quoted(key) + ", expected " + expected;
-}
-
-template <class Row>
-const Row *find_row(std::string_view name, std::span<const Row> rows) {
-    const auto row =
-        std::find_if(rows.begin(), rows.end(), [&](const Row &r) { return r.name == name; });
-    return row == rows.end() ? nullptr : &*row;
-}
-
-template <class Record>
-KeyLines read_record(const toml::table &table, std::string_view section,
-                     std::span<const Key<Record>> keys, Record &record, Problems &problems) {
-    KeyLines lines;
-    for (const auto &[name, node] : table) {
-        const Key<Record> *key = find_row(name.str(), keys);
-        if (!key)
-            problems.add(name.source().begin.line,
-                         std::string(section) + ' ' + unknown_key(name.str(), keys));
-        else if (key->take({node, section, key->name, problems}, record))
-            lines.keys.emplace_back(key->name, line_of(node));
-    }
-    for (const Key<Record> &key : keys)
-        if (key.need == required && !table.contains(key.name))
-            problems.add(line_of(table), std::string(section) + " has no " + std::string(key.name) +
-                                             ", expected one");
-    return lines;
-}
-
 // A section that stands once.
 struct Single {
     std::string_view section;
@@ -288,6 +140,7 @@ struct Single {
 
 constexpr Single node_section{"[node]", node_keys};
 constexpr Single rpc_section{"[rpc]", rpc_keys};
+constexpr Single settings_section{"[settings]", settings_keys};
 
 template <const auto &Which>
 void read_single(const toml::node &node, Sections &sections, Problems &problems) {
@@ -343,19 +196,10 @@ struct Section {
 };
 
 constexpr Section all_sections[] = {
-    {"node", read_single<node_section>}, {"rpc", read_single<rpc_section>},
-    {"bridge", read_each<bridge_list>},  {"interface", read_each<interface_list>},
-    {"vlan", read_each<vlan_list>},
+    {"node", read_single<node_section>},         {"rpc", read_single<rpc_section>},
+    {"settings", read_single<settings_section>}, {"bridge", read_each<bridge_list>},
+    {"interface", read_each<interface_list>},    {"vlan", read_each<vlan_list>},
 };
-
-std::optional<toml::table> parse(std::string_view text, Problems &problems) {
-    try {
-        return toml::parse(text);
-    } catch (const toml::parse_error &error) {
-        problems.add(error.source().begin.line, std::string(error.description()));
-        return std::nullopt;
-    }
-}
 
 }  // namespace
 

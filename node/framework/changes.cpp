@@ -8,7 +8,6 @@
 
 #include <syslog.h>
 #include <algorithm>
-#include <set>
 #include <tuple>
 
 namespace ia::node {
@@ -79,10 +78,11 @@ public:
         change_facts();
         remove();
         for (const Bridge &bridge : wanted.bridges) arrive(bridge);
-        tell_settings(added.count(managed_bridge) ? Description{} : before.facts, wanted.facts,
-                      calls);
+        tell_settings(arrivals.bridges.count(managed_bridge) ? Description{} : before.facts,
+                      wanted.facts, calls);
         for (const auto &entry : wanted.vlans) arrive(entry.second);
         for (const Interface &interface : parents_first(wanted)) arrive(interface);
+        calls.arrived(arrivals);
         return missed;
     }
 
@@ -186,12 +186,13 @@ private:
 
     void arrive(const Bridge &bridge) {
         if (!has_bridge(bridge.name)) {
+            calls.hold(bridge.name, 0);
             if (!make(
                     interfaces.bridgeAdded, label(bridge),
                     [&](NodeState &node) { node.bridges.push_back(without_settings(bridge)); },
                     bridge.name.c_str(), bridge.ports))
                 return;
-            added.insert(bridge.name);
+            arrivals.bridges.insert(bridge.name);
         }
         Bridge was;
         registry().change([&](NodeState &node) {
@@ -215,6 +216,7 @@ private:
                           [&](NodeState &node) { node.vlans[key] = without_settings(vlan); },
                           vlan.bridge.c_str(), vlan.id))
             return;
+        if (!there) arrivals.vlans.insert(key);
         Vlan was;
         registry().change([&](NodeState &node) { was = std::exchange(node.vlans[key], vlan); });
         tell_settings(was, vlan, calls);
@@ -224,6 +226,8 @@ private:
         if (!has_bridge(interface.bridge)) return miss(label(interface), "its bridge is not there");
         const bool there = registry().read(
             [&](const NodeState &node) { return node.interface(interface.id) != nullptr; });
+        if (!there && !arrivals.bridges.count(interface.bridge))
+            calls.hold(interface.bridge, interface.id);
         if (!there && !make(
                           interfaces.portAdded, label(interface),
                           [&](NodeState &node) {
@@ -231,6 +235,7 @@ private:
                           },
                           interface.bridge.c_str(), static_cast<int>(interface.id)))
             return;
+        if (!there) arrivals.ports.emplace(interface.bridge, interface.id);
         const Interface was =
             registry().read([&](const NodeState &node) { return *node.interface(interface.id); });
         if (same_port(was, interface)) update(was, interface);
@@ -258,7 +263,7 @@ private:
     const NodeState &wanted;
     const NodeState before;
     EntityCalls &calls;
-    std::set<std::string> added;  // bridges
+    Arrivals arrivals;
     unsigned missed = 0;
 };
 

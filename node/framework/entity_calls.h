@@ -4,13 +4,30 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
+#include <utility>
 
 namespace ia::node {
+
+// What was announced anew, and has only the description's settings so far.
+struct Arrivals {
+    std::set<std::string> bridges;
+    std::set<std::pair<std::string, std::uint16_t>> vlans;  // bridge, VLAN id
+    std::set<std::pair<std::string, std::uint32_t>> ports;  // bridge, interface id
+};
 
 class EntityCalls {
 public:
     virtual ~EntityCalls() = default;
+
+    // Before a bridge (port 0) or a port of a bridge that is there is announced:
+    // its frames are to be held until it has arrived with all its settings.
+    virtual void hold(const std::string & /*bridge*/, std::uint32_t /*port*/) {}
+
+    // After everything has been announced and the description's settings told:
+    // what else is to be set, and the end of the hold.
+    virtual void arrived(const Arrivals & /*arrivals*/) {}
 
     // What the node is.
     virtual void setSystemContact(const std::string &contact) = 0;

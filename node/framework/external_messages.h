@@ -6,7 +6,7 @@
 //   "ok\n" and the answer, or "error: why\n"   at most 64 KiB
 #pragma once
 
-#include "node/framework/descriptor.h"
+#include "node/descriptor.h"
 
 #include <functional>
 #include <optional>

@@ -43,6 +43,16 @@ bool may_start(BLEntity &entity, const std::vector<BLEntity *> &running) {
     });
 }
 
+// Told also when the saving fails.
+struct StopNotice {
+    explicit StopNotice(CliConfig &followed) : config(followed) {}
+    ~StopNotice() { config.saveConfigStop.tell(); }
+    StopNotice(const StopNotice &) = delete;
+    StopNotice &operator=(const StopNotice &) = delete;
+
+    CliConfig &config;
+};
+
 }  // namespace
 
 Framework::Framework(EntityCalls &calls, std::string message_socket)
@@ -55,7 +65,7 @@ Framework::~Framework() {
 }
 
 bool Framework::start(const Description &description) {
-    const std::lock_guard guard(operation);
+    const std::scoped_lock guard(serving, operation);
     begin_registry(description);
     try {
         if (start_entities()) {
@@ -104,6 +114,14 @@ bool Framework::apply(const Description &description) {
     return announce(description);
 }
 
+bool Framework::announce_anew(const Description &description, const std::function<bool()> &begin) {
+    const std::lock_guard guard(operation);
+    const BLLManager::exclusiveLock_t alone;
+    if (!alone.owns_lock() || !begin()) return false;
+    begin_registry(description);
+    return announce(description);
+}
+
 bool Framework::clear_configuration() {
     const std::lock_guard guard(operation);
     CliConfig &config = singleton<CliConfig>::instance();
@@ -115,15 +133,20 @@ bool Framework::clear_configuration() {
     return cleared;
 }
 
-void Framework::save_configuration() {
+void Framework::save_configuration(const std::function<void()> &save) {
     const std::lock_guard guard(operation);
     CliConfig &config = singleton<CliConfig>::instance();
     config.saveConfigStart.tell();
     for (const BLEntity *entity : running) entity->saveConfiguration({});
-    config.saveConfigStop.tell();
+    const StopNotice notice(config);
+    if (save) save();
 }
 
+// Serving ends first and without `operation`, which a request may wait for.
 bool Framework::stop() {
+    const std::lock_guard no_start(serving);
+    messages.reset();
+    receive_loop.stop(false);
     const std::lock_guard guard(operation);
     return stop_running();
 }

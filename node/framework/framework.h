@@ -9,6 +9,7 @@
 #include "platform/bll/BLEntity.h"
 #include "rte/BLL/core/rpcProxy.h"
 
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -36,12 +37,17 @@ public:
     // refused; the next call tries it again.
     bool apply(const Description &description);
 
+    // Makes the engine and the store start anew by `begin`, and announces the
+    // whole node to the entities again, which go on running; requests wait
+    // meanwhile. False when it could not be begun, or a change was refused.
+    bool announce_anew(const Description &description, const std::function<bool()> &begin);
+
     // Takes the entities back to their defaults and tells them the
     // description's settings once more. False when an entity refuses.
     bool clear_configuration();
 
-    // The description is what is stored, so saving only tells who follows it.
-    void save_configuration();
+    // Lets `save` store the settings between the notices that tell of it.
+    void save_configuration(const std::function<void()> &save = {});
 
     // Stops serving, then the entities, latest first. False when an entity
     // reports a failure.
@@ -54,7 +60,8 @@ private:
 
     EntityCalls &entity_calls;
     const std::string message_path;
-    std::mutex operation;
+    std::mutex serving;               // starting and stopping to serve; taken before `operation`
+    std::mutex operation;             // requests that are served may take it too
     std::vector<BLEntity *> running;  // in the order of their start
     RPCProxy receive_loop;
     std::optional<ExternalMessages> messages;

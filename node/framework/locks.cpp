@@ -45,14 +45,16 @@ bool FrameworkLock::lock_shared(Limit limit) {
 }
 
 void FrameworkLock::unlock() {
-    const std::lock_guard guard(mutex);
+    std::unique_lock guard(mutex);
     Holder *const own = holder(std::this_thread::get_id());
     if (--own->depth > 0) return;
     *own = holders.back();
     holders.pop_back();
     if (!holders.empty()) return;
-    exclusive = false;
+    const bool was_exclusive = std::exchange(exclusive, false);
     released.notify_all();
+    guard.unlock();
+    if (was_exclusive && after_exclusive) after_exclusive();
 }
 
 FrameworkLock &framework_lock() {

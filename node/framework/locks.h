@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -21,6 +22,10 @@ public:
     bool lock_exclusive(Limit limit);  // fails at once under the thread's own shared lock
     bool lock_shared(Limit limit);
     void unlock();
+
+    // Called, on the thread that gives the exclusive lock back, after it has:
+    // something may have changed. Set before any thread uses the lock.
+    std::function<void()> after_exclusive;
 
 private:
     struct Holder {

@@ -6,6 +6,9 @@ namespace ia::node {
 namespace {
 
 constexpr std::uint32_t created_max_pdu = 1500;
+constexpr char created_shelf[] = "NONE";
+constexpr char created_remote_id_format[] = "$PORT_REM_ID";
+constexpr std::int32_t created_log_level = 6;  // of a process that starts
 
 std::uint32_t role_of(const Interface &interface) {
     return interface.role.value_or(faces_network(interface.type) ? PPPOEIA_PORT_BOTH
@@ -22,6 +25,28 @@ std::pair<std::uint32_t, std::uint32_t> pvc_of(const Interface &interface) {
 }
 
 }  // namespace
+
+Settings described_settings(const NodeState &node) {
+    Settings settings;
+    AgentSettings &agent = settings.agent;
+    if (const Bridge *bridge = node.bridge(managed_bridge)) {
+        agent.enabled = bridge->enabled;
+        agent.vsa_mode = bridge->vsa_mode;
+    }
+    agent.insert_circuit_id = agent.insert_remote_id = true;
+    agent.circuit_id_cvlan = false;
+    agent.shelf = node.facts.shelf.empty() ? created_shelf : node.facts.shelf;
+    agent.circuit_id_format = "";
+    agent.remote_id_format = created_remote_id_format;
+    agent.log_level = created_log_level;
+    for (const auto &[id, interface] : node.interfaces)
+        if (interface.bridge == managed_bridge)
+            settings.ports[id] = {role_of(interface), trust_of(interface), interface.remote_id,
+                                  PPPOEIA_CID_DEFAULT};
+    for (const auto &[key, vlan] : node.vlans)
+        if (key.first == managed_bridge) settings.vlans[key.second].enabled = vlan.enabled;
+    return settings;
+}
 
 Bridge without_settings(const Bridge &bridge) {
     Bridge fresh = bridge;

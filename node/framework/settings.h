@@ -4,6 +4,7 @@
 
 #include "node/framework/entity_calls.h"
 #include "node/framework/registry.h"
+#include "node/settings/settings.h"
 
 namespace ia::node {
 
@@ -16,6 +17,10 @@ void tell_settings(const Description &was, const Description &now, EntityCalls &
 void tell_settings(const Bridge &was, const Bridge &now, EntityCalls &calls);
 void tell_settings(const Vlan &was, const Vlan &now, EntityCalls &calls);
 void tell_settings(const Interface &was, const Interface &now, EntityCalls &calls);
+
+// The settings in force before any operator's: those of the description, and
+// where it has none those that everything is created with.
+Settings described_settings(const NodeState &node);
 
 // The bridge that the entity manages; things of other bridges have no settings.
 inline constexpr char managed_bridge[] = "br0";

@@ -93,6 +93,18 @@ int Kernel::hold(const char *bridge, std::uint32_t port, bool on) {
     });
 }
 
+int Kernel::check(const char *name) {
+    return on_instance(-ENXIO, [&](Kernel &kernel) {
+        const std::lock_guard guard(kernel.lock_);
+        kernel.follow(false);
+        const BridgeState *bridge = kernel.ports_.find(name);
+        if (!bridge) return -ENOENT;
+        if (bridge->device == 0) return 0;
+        if (bridge->pseudo == 0) return -ENODEV;
+        return bridge->attached_mtu < bridge->pseudo_mtu() ? -EMSGSIZE : 0;
+    });
+}
+
 int Kernel::open_file(const std::string &path) {
     Handle file{File::devices, {}};
     if (path == KVBRIDGE_CONFIG_PATH) {
@@ -184,6 +196,7 @@ int Kernel::attach(int handle, BridgeState &bridge, const std::string &device) {
     for (const BridgeState &other : ports_.bridges())
         if (&other != &bridge && other.pseudo == pseudo) return -EBUSY;
     if (const int error = prepare_pseudo_device(device, bridge.pseudo_mtu())) return -error;
+    bridge.attached_mtu = bridge.pseudo_mtu();
     filter_.attach(Hook::pseudo_out, pseudo, device);
     ports_.direct(bridge, pseudo);
     bridge.holder = handle;
@@ -221,6 +234,10 @@ int hold_frames(const char *bridge, std::uint32_t port) {
 
 int release_frames(const char *bridge, std::uint32_t port) {
     return node::Kernel::hold(bridge, port, false);
+}
+
+int check_bridge(const char *bridge) {
+    return node::Kernel::check(bridge);
 }
 
 }  // namespace ia::platform

@@ -10,7 +10,7 @@
 #pragma once
 
 #include "node/description/description.h"
-#include "node/kernel/descriptor.h"
+#include "node/descriptor.h"
 #include "node/kernel/filter.h"
 #include "node/kernel/links.h"
 #include "node/kernel/ports.h"
@@ -56,6 +56,9 @@ public:
     // Holds or releases a bridge's frames, or those of one port of it
     // (platform/frame_hold.h).
     static int hold(const char *bridge, std::uint32_t port, bool on);
+
+    // Whether a bridge's frames come to the engine (platform/frame_hold.h).
+    static int check(const char *bridge);
 
 private:
     enum class File { devices, bridging, bridge };

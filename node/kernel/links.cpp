@@ -93,6 +93,7 @@ Link read_link(const nlmsghdr &message) {
     auto take = [&](const nlattr &attribute) {
         switch (mnl_attr_get_type(&attribute)) {
             case IFLA_IFNAME: link.name = mnl_attr_get_str(&attribute); break;
+            case IFLA_MTU: link.mtu = static_cast<int>(mnl_attr_get_u32(&attribute)); break;
             case IFLA_MASTER: link.master = static_cast<int>(mnl_attr_get_u32(&attribute)); break;
             case IFLA_LINKINFO:
                 mnl_attr_parse_nested(&attribute, each_attribute<decltype(take_info)>, &take_info);

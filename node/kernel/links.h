@@ -1,7 +1,7 @@
 // The machine's network devices, as the kernel tells of them over netlink.
 #pragma once
 
-#include "node/kernel/descriptor.h"
+#include "node/descriptor.h"
 
 #include <optional>
 #include <string>
@@ -11,6 +11,7 @@ namespace ia::node {
 
 struct Link {
     int index = 0;
+    int mtu = 0;
     int master = 0;  // index of the bridge (or other master) it belongs to, 0 without one
     std::string name;
     std::string kind;  // "bridge", "tun", "veth"; empty for hardware

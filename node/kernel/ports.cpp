@@ -9,7 +9,7 @@
 namespace ia::node {
 namespace {
 
-constexpr std::uint32_t full_frame = ETHER_HDR_LEN + 3 * 4 + ETHERMTU;
+constexpr std::uint32_t around_mtu = ETHER_HDR_LEN + 3 * 4;
 constexpr std::uint16_t lowest_ethertype = 0x0600;
 constexpr std::uint16_t ethertype_discovery = 0x8863;
 
@@ -60,7 +60,9 @@ std::uint32_t lowest_free(const std::set<std::uint32_t> &used) {
 }  // namespace
 
 std::uint32_t BridgeState::frame_max() const {
-    return std::max(full_frame, description.max_pdu);
+    const auto payload = static_cast<std::uint32_t>(std::max(mtu, int{ETHERMTU}));
+    return std::min<std::uint32_t>(std::max(around_mtu + payload, description.max_pdu),
+                                   FILTER_FRAME_MAX);
 }
 
 int BridgeState::pseudo_mtu() const {
@@ -169,6 +171,7 @@ void Ports::locate_bridges(const std::vector<Link> &links) {
     for (BridgeState &bridge : bridges_) {
         const Link *link = find_link(links, bridge.description.name);
         bridge.device = link && link->is_bridge() ? link->index : 0;
+        if (bridge.device != 0) bridge.mtu = link->mtu;
         if (bridge.device == 0) {
             filter_.clear_output(bridge.description.name);
             continue;
@@ -256,7 +259,11 @@ void Ports::store_bridge(const BridgeState &bridge) {
     filter_bridge record{};
     const bool held = is_held(bridge.description.name, 0);
     record.pseudo = held ? 0 : static_cast<std::uint32_t>(bridge.pseudo);
-    record.frame_max = bridge.frame_max();
+    // Until the engine has made room for larger ones, those of before pass.
+    const int room = bridge.attached_mtu + ETHER_HDR_LEN - RECORD_SIZE;
+    record.frame_max = bridge.pseudo == 0
+                           ? bridge.frame_max()
+                           : std::min(bridge.frame_max(), static_cast<std::uint32_t>(room));
     copy_name(bridge.description.name, record.name);
     for (std::size_t role = 0; role < FILTER_ROLES; ++role)
         record.slots[role] = bridge.slots[role].empty() ? 0 : *bridge.slots[role].rbegin() + 1;

@@ -20,13 +20,15 @@ namespace ia::node {
 struct BridgeState {
     Bridge description;
     std::uint32_t number = 0;
-    int device = 0;   // of the Linux bridge, 0 while there is none
-    int pseudo = 0;   // where its frames go, 0 while they are held
-    int holder = -1;  // the control handle that attached it
+    int device = 0;        // of the Linux bridge, 0 while there is none
+    int mtu = 0;           // the device's
+    int pseudo = 0;        // where its frames go, 0 while they are held
+    int holder = -1;       // the control handle that attached it
+    int attached_mtu = 0;  // the pseudo device's, since then
     std::array<std::set<std::uint32_t>, FILTER_ROLES> slots;  // in use
 
-    // Largest frame that passes: a full one behind three tags, or what the
-    // description allows.
+    // Largest frame that passes: a full one of the bridge device behind three
+    // tags, or what the description allows.
     std::uint32_t frame_max() const;
 
     // A packet socket sends as much as the MTU and an Ethernet header.

@@ -1,6 +1,6 @@
 #include "node/kernel/pseudo_device.h"
 
-#include "node/kernel/descriptor.h"
+#include "node/descriptor.h"
 #include "node/kernel/links.h"
 
 #include <fcntl.h>

@@ -30,4 +30,8 @@ int release_frames(const char *, std::uint32_t) {
     return 0;
 }
 
+int check_bridge(const char *) {
+    return 0;
+}
+
 }  // namespace ia::platform

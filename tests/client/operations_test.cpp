@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 #include <algorithm>
+#include <cstring>
 #include <set>
 
 using namespace ia::test;
@@ -120,15 +121,8 @@ TEST_F(Outputs, CountersOfTheEngine) {
     });
     pppoeia_stats stats{};
     EXPECT_EQ(pppoeia_bridge_stats_get(br, &stats), 0);
-    EXPECT_EQ(stats.padi, 1U);
-    EXPECT_EQ(stats.padr, 2U);
-    EXPECT_EQ(stats.pado, 3U);
-    EXPECT_EQ(stats.pads, 4U);
-    EXPECT_EQ(stats.padt, 5U);
-    EXPECT_EQ(stats.dropped, 6U);
-    EXPECT_EQ(stats.unknown_code, 7U);
-    EXPECT_EQ(stats.truncated, 8U);
-    EXPECT_EQ(stats.bypassed, 0x01020304U);
+    const pppoeia_stats counted{1, 2, 3, 4, 5, 6, 7, 8, 0x01020304};
+    EXPECT_EQ(std::memcmp(&stats, &counted, sizeof stats), 0);
     EXPECT_EQ(pppoeia_port_stats_get(br, 1, &stats), 0);
     EXPECT_EQ(stats.dropped, 11U);
     EXPECT_EQ(pppoeia_port_stats_reset(br, 1), 0);

@@ -1,7 +1,8 @@
-// The default IDs are built for every subscriber's frame: without allocating.
+// IDs are built for every subscriber's frame: without allocating.
 #include "idgen/selection.h"
 #include "tests/idgen/scenario.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 
@@ -42,6 +43,31 @@ TEST(Allocation, IsNotNeededForTheDefaultIds) {
     EXPECT_EQ(allocations, before);
     EXPECT_STREQ(out, "KORVALEN:R2-S4 atm 3/2:8.35");
     EXPECT_GT(before, 0U);  // the bridge's own: they are counted
+}
+
+// The first frame of a format makes its plan.
+TEST(Allocation, IsNotNeededForCustomIdsButOnce) {
+    pppoeia_bridge bridge("br0", 13);
+    fill(bridge);
+    receive_frame(bridge, 100, 5);
+    pppoeia_port &port = bridge.ports[GEM - 1];
+    port.vsa_circuit_id_mode = PPPOEIA_CID_CUSTOM;
+    const LogLevel quiet(6);
+    for (const char *format :
+         {"$SHELF $z20PORT $d-CLNT_MAC $AGENT_IPV4 $PORT_REM_ID $CPE_SERIAL",
+          "line $hVLAN$hCLNT_MAC$hAGENT_IPV4$FFFFFFHEX", "$z-AGENT_IPV6 $hAGENT_IPV6"}) {
+        std::snprintf(bridge.cid_format, sizeof bridge.cid_format, "%s", format);
+        char out[64] = "";
+        std::vector<std::uint8_t> binary;
+        const auto build = [&] {
+            binary.clear();
+            pppoeia_build_circuit_id(out, &bridge, &port, 100, binary, ID_GEN_FRAME);
+        };
+        build();
+        const std::size_t before = allocations;
+        build();
+        EXPECT_EQ(allocations, before) << format;
+    }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Whole custom IDs, from format to text or bytes.
 #include "diag/test_data.h"
 #include "idgen/assembly.h"
+#include "idgen/plan.h"
 #include "tests/idgen/custom_id_rows.h"
 #include "tests/idgen/scenario.h"
 
@@ -28,6 +29,19 @@ protected:
         return id;
     }
 
+    // The frame path's plan, made anew and run again, gives what the rule gave.
+    void expect_planned(const std::string &format, const std::string &id, std::uint32_t port,
+                        std::uint16_t vid) {
+        char out[64];
+        ia::plan_slot slot;
+        for (int run = 0; run < 2; ++run) {
+            std::vector<std::uint8_t> planned;
+            ia::run_plan(slot, format.c_str(), bridge_, port, vid, 5, out, planned);
+            EXPECT_EQ(out, id.substr(0, 63)) << format;
+            EXPECT_EQ(planned, binary_) << format;
+        }
+    }
+
     pppoeia_bridge bridge_{"br0", 13};
     std::vector<std::uint8_t> binary_;
 };
@@ -39,6 +53,7 @@ TEST_F(CustomId, IsAsTabled) {
         EXPECT_EQ(hex_dump(binary_), row.bytes);
         EXPECT_TRUE(was_traced(row.trace));
         EXPECT_TRUE(was_traced("<br0> >> genCustomId"));
+        if (row.gen == ID_GEN_FRAME) expect_planned(row.format, row.text, row.port, row.vid);
     }
 }
 
@@ -105,19 +120,24 @@ TEST_F(CustomId, CostsNoMoreThanItsLength) {
 
 TEST_F(CustomId, ExpandsWhateverBytesThereAre) {
     std::uint32_t state = 1;
+    const auto choose = [&state](std::size_t count) {
+        state = state * 1664525 + 1013904223;
+        return (state >> 16) % count;
+    };
     const LogLevel quiet(6);
-    const std::string pieces[] = {"$", "PORT", "VLAN", "CLNT_MAC",          "HEX", "h", "z",
-                                  "d", "9",    "\xFF", std::string(1, '\0')};
-    for (int round = 0; round < 5000; ++round) {
+    std::vector<std::string> pieces = {"$", "$", "$", "h", "z", "s", "d", "9", "$h", "\xFF", "12"};
+    for (const ia::macro_rule &rule : ia::macro_rules()) pieces.emplace_back(rule.name);
+    for (int round = 0; round < 20000; ++round) {
         std::string format;
-        for (int piece = 0; piece < 12; ++piece) {
-            state = state * 1664525 + 1013904223;
-            format += pieces[(state >> 16) % std::size(pieces)];
-        }
-        const std::string id = make(format);
+        for (int piece = 0; piece < 12; ++piece) format += pieces[choose(pieces.size())];
+        const auto port = static_cast<std::uint32_t>(choose(LAST_SLOT + 1));
+        const std::uint16_t vid = choose(2) ? 100 : 0x0FFF;
+        const std::string id = make(format, port, vid);
         EXPECT_LE(binary_.size(), 63U);
         EXPECT_TRUE(!binary_.empty() || id.size() <= 63) << id;
+        expect_planned(format, id, port, vid);
     }
+    make(std::string("$PORT\0$VLAN", 11));
 }
 
 }  // namespace

@@ -36,6 +36,12 @@ pppoeia_port &dsl(B &bridge) {
     return bridge.ports[DSL - 1];
 }
 
+// The DSL port's Circuit IDs follow the bridge's format.
+void custom(B &bridge, const std::string &format) {
+    dsl(bridge).vsa_circuit_id_mode = PPPOEIA_CID_CUSTOM;
+    put(bridge.cid_format, format);
+}
+
 // The frame in the buffer: VLAN 100 and customer VLAN 5, with priority bits.
 const selection_row circuit_ids[] = {
     {"default", "KORVALEN:R2-S4 eth 3/2/1:100", DSL, 100, nullptr,
@@ -94,12 +100,11 @@ const selection_row circuit_ids[] = {
     {"ATM of a DSL port", nullptr, DSL, 100, [](B &b) { dsl(b).vsa_circuit_id_mode = 1; }},
 
     {"custom, from the bridge", "12345/100/5", DSL, 100,
-     [](B &b) { dsl(b).vsa_circuit_id_mode = 2, put(b.cid_format, "$PORT/$VLAN/$CVID"); },
+     [](B &b) { custom(b, "$PORT/$VLAN/$CVID"); },
      "<br0> >> Using global CID format='$PORT/$VLAN/$CVID'\n"},
     {"custom, from the port and VLAN", "own 2/1", DSL, 100,
      [](B &b) {
-         dsl(b).vsa_circuit_id_mode = 2;
-         put(b.cid_format, "bridge");
+         custom(b, "bridge");
          dsl(b).port_vlans[100].cid_mode = 2;
          put(dsl(b).port_vlans[100].cid_format, "own $INTF");
      },
@@ -109,33 +114,28 @@ const selection_row circuit_ids[] = {
      "br_circuit_id_format_get(br0)"},
     {"custom without a format", "", DSL, 100, [](B &b) { dsl(b).vsa_circuit_id_mode = 2; },
      "<br0> >> No custom CID format configured for intf=2, vid=100. Return empty CID\n"},
-    {"custom without a VLAN", "<>", DSL, NONE,
-     [](B &b) { dsl(b).vsa_circuit_id_mode = 2, put(b.cid_format, "<$VLAN>"); },
+    {"custom without a VLAN", "<>", DSL, NONE, [](B &b) { custom(b, "<$VLAN>"); },
      "<br0> >> Custom CID mode for intfId=2, vid=4095\n"},
     {"custom without a customer VLAN", "<>", DSL, 100,
      [](B &b) {
-         dsl(b).vsa_circuit_id_mode = 2;
-         put(b.cid_format, "<$CVID>");
+         custom(b, "<$CVID>");
          receive_frame(b, 100, 0xEFFF);
      }},
     {"custom without a frame", "<|>", DSL, 100,
      [](B &b) {
-         dsl(b).vsa_circuit_id_mode = 2;
-         put(b.cid_format, "<$CVID|$CLNT_MAC>");
+         custom(b, "<$CVID|$CLNT_MAC>");
          b.frame_buf.clear();
      }},
-    {"custom of bytes", "A64", DSL, 100,
-     [](B &b) { dsl(b).vsa_circuit_id_mode = 2, put(b.cid_format, "A$hVLAN"); },
+    {"custom of bytes", "A64", DSL, 100, [](B &b) { custom(b, "A$hVLAN"); },
      "<br0> >> Generated custom CID='A64'\n", "41 64"},
     {"custom of bytes, the text is cut",
      "01234567890123456789012345678901234567890123456789012345678906"
      "4",
      DSL, 100,
      [](B &b) {
-         dsl(b).vsa_circuit_id_mode = 2;
-         put(b.cid_format,
-             "0123456789012345678901234567890123456789012345678901234567890"
-             "$hVLAN$hVLAN");
+         custom(b,
+                "0123456789012345678901234567890123456789012345678901234567890"
+                "$hVLAN$hVLAN");
      },
      "",
      "30 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 37 38 39 "
@@ -143,7 +143,7 @@ const selection_row circuit_ids[] = {
      "30 64 64"},
     {"custom of the longest format",
      "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx", DSL, 100,
-     [](B &b) { dsl(b).vsa_circuit_id_mode = 2, put(b.cid_format, std::string(128, 'x')); },
+     [](B &b) { custom(b, std::string(128, 'x')); },
      "<br0> >> Cutting CHAR string from 128 to 63 chars"},
 
     {"the VLAN's mode wins", "KORVALEN:R2-S4 eth 3/2/1:100", DSL, 100,
@@ -151,15 +151,13 @@ const selection_row circuit_ids[] = {
      "<br0> >> Intf-VLAN CID mode: 0\n"},
     {"another VLAN's mode does not", "bridge", DSL, 100,
      [](B &b) {
-         dsl(b).vsa_circuit_id_mode = 2;
-         put(b.cid_format, "bridge");
+         custom(b, "bridge");
          dsl(b).port_vlans[101].cid_mode = 0;
      },
      "br_circuit_id_mode_port_vlan_get()=-ENOENT"},
     {"without a VLAN its mode does not", "bridge", DSL, NONE,
      [](B &b) {
-         dsl(b).vsa_circuit_id_mode = 2;
-         put(b.cid_format, "bridge");
+         custom(b, "bridge");
          dsl(b).port_vlans[NONE].cid_mode = 0;
      }},
     {"the VLAN's mode is not set", nullptr, DSL, 100,
@@ -284,8 +282,7 @@ TEST_F(Query, OfAPortsCircuitId) {
 }
 
 TEST_F(Query, OfAPortsCustomCircuitIdHasTheFramesMac) {
-    dsl(*bridge_).vsa_circuit_id_mode = PPPOEIA_CID_CUSTOM;
-    put(bridge_->cid_format, "$CLNT_MAC|$VLAN");
+    custom(*bridge_, "$CLNT_MAC|$VLAN");
     EXPECT_EQ(cache_pppoeia_port_circuit_id_get("br0", DSL, out_), 0);
     EXPECT_STREQ(out_, "02:00:5E:10:00:01|");
 }

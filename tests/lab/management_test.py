@@ -5,10 +5,10 @@ import subprocess
 import threading
 
 from lab import frames, netns, node, testing
-from lab.topology import mac_of, programs
+from lab.syslog import Syslog
+from lab.topology import PROGRAM, mac_of, programs
 
 CLIENT = programs().parent / "tests" / "rpc" / "procedures_client"
-PROGRAM = 536870929
 TRANSPORTS = ("tcp", "udp")
 
 
@@ -98,7 +98,7 @@ class ChangedDescription(ManagementTest):
     CHANGED = range(100, 600, 50)  # ten ports
 
     def description(self, remote_id):
-        """The lab's ports and 500 more, whose devices are not there (yet)."""
+        """The lab's ports and 500 more, whose devices wait to join the bridge."""
         text = node.description({"ports": 1000})
         for port in range(100, 100 + self.PORTS):
             text += (f'[[interface]]\nid = {port}\nname = "2/{port}"\ndevice = "line{port}"\n'
@@ -110,7 +110,11 @@ class ChangedDescription(ManagementTest):
         return {int(port): text for port, text in
                 re.findall(r"^2/([0-9]+) .* (\S+)$", self.control("show", "ports"), re.M)}
 
+    def changed(self, port):
+        return ("second-" if port in self.CHANGED else "first-") + str(port)
+
     def start(self):
+        self.lab.add_idle_devices([f"line{port}" for port in range(100, 100 + self.PORTS)])
         self.lab.start_engine(self.description("first-{}".format), seconds=60)
         self.client, self.server = self.lab.wire("sub1"), self.lab.wire("bng")
         self.traffic = Numbered(self.client)
@@ -137,8 +141,7 @@ class ChangedDescription(ManagementTest):
             self.control("set", "remote-id", str(port), "operator")
         self.control("set", "remote-id", "10", "operator")
         sent = self.traffic.sent
-        self.change_description(self.description(
-            lambda port: ("second-" if port in self.CHANGED else "first-") + str(port)))
+        self.change_description(self.description(self.changed))
         self.assertGreater(self.traffic.sent, sent, "nothing was sent meanwhile")
         expected = {port: f"first-{port}" for port in range(100, 100 + self.PORTS)}
         expected.update({port: "operator" for port in watched})
@@ -146,6 +149,21 @@ class ChangedDescription(ManagementTest):
         self.assertEqual(self.remote_ids(), expected)
         self.assertIn("operator", self.control("show", "port", "10"))
         self.assert_none_lost()
+
+    def test_the_engine_is_told_of_nothing_else(self):
+        log = Syslog()
+        self.addCleanup(log.close)
+        self.lab.start_engine(self.description("first-{}".format), seconds=60)
+        self.control("set", "log-level", "7")
+        self.control("set", "shelf", "begin")
+        self.change_description(self.description(self.changed))
+        self.control("set", "shelf", "end")
+        begin, end = (log.wait(rf"pppoeia-fe.*shelf_id_set\(br0, {mark}\)")
+                      for mark in ("begin", "end"))
+        calls = re.findall(r"pppoeia-fe.* (\w+\(br0, .+\))$", "\n".join(log.lines[begin + 1:end]),
+                           re.M)
+        self.assertEqual(calls, [f"cache_pppoeia_port_remote_id_set(br0, {port})"
+                                 for port in self.CHANGED])
 
     def test_a_broken_description_changes_nothing(self):
         self.start()

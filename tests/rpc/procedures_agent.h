@@ -118,11 +118,18 @@ struct Row {
 };
 
 // All of them, in a node as described in which `padis` frames were counted at
-// port 1 since the counters were reset. They leave the node as described, with
-// the counters at 0 and the trace off.
-std::span<const Row> all_procedures(u_int padis);
+// port 1 since the counters were reset. Called in the order of their numbers,
+// they leave the node as described, with the counters at 0 and the trace off.
+std::span<const Row> questions(u_int padis);
+std::span<const Row> changes();
 
 // What the lab's description implies, with the trace off.
 void compare_settings(Agent &agent, const rpcResultPppoeiaInfo &info);
+
+// Only PADIs were counted.
+void compare_counters(Agent &agent, const rpcResultPppoeiaStat &reply, u_int padis);
+
+// While port 1 has an entry for VLAN 100 with a custom Circuit ID.
+void with_entry(Agent &agent, const std::function<void()> &look);
 
 }  // namespace ia::test

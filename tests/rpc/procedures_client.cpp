@@ -16,8 +16,10 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 namespace ia::test {
 
@@ -130,6 +132,14 @@ int run(std::span<const Row> rows, CLIENT *client, const std::string &transport)
         if (!ok) status = EXIT_FAILURE;
     }
     return status;
+}
+
+std::vector<Row> all_procedures(u_int padis) {
+    std::vector<Row> all;
+    for (const std::span<const Row> part : {questions(padis), changes()})
+        all.insert(all.end(), part.begin(), part.end());
+    std::ranges::sort(all, {}, &Row::number);
+    return all;
 }
 
 }  // namespace

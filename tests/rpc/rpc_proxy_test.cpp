@@ -90,6 +90,8 @@ std::atomic<RPCProxy *> own_proxy;
 std::atomic<int> join_error;
 
 void *join_itself(void *) {
+    // Known once start() is done: before, there is no thread to join.
+    while (!own_proxy) boost::this_thread::yield();
     try {
         own_proxy.load()->stop(false);
     } catch (const boost::thread_resource_error &error) {
@@ -100,8 +102,8 @@ void *join_itself(void *) {
 
 TEST(RpcProxy, JoiningFromTheServiceThreadIsRefused) {
     RPCProxy proxy(join_itself, "pppoeia_mng");
-    own_proxy = &proxy;
     ASSERT_TRUE(proxy.start());
+    own_proxy = &proxy;
     while (!join_error) boost::this_thread::yield();
     EXPECT_EQ(join_error, 35);
     EXPECT_TRUE(proxy.stop(false));

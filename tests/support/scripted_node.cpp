@@ -154,6 +154,12 @@ int release_frames(const char *bridge, std::uint32_t port) {
     return state.script.held.erase({bridge, port}) ? 0 : -EINVAL;
 }
 
+int check_bridge(const char *bridge) {
+    const std::scoped_lock lock(guard);
+    if (!state.script.bridges.contains(bridge)) return -ENOENT;
+    return state.script.filters.contains(bridge) ? 0 : -ENODEV;
+}
+
 int net_socket(int domain, int, int) {
     const std::scoped_lock lock(guard);
     if (domain != AF_PACKET) return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);

@@ -18,7 +18,8 @@ int checkInterrupt();
 void rpcProxyRegisterSvc(unsigned long program, unsigned long version,
                          void (*dispatch)(svc_req *request, SVCXPRT *transport));
 
-// The owner calls start, stop and isStopped from one thread at a time.
+// The owner calls start, stop and isStopped from one thread at a time; the service
+// thread may call them only once start() has returned.
 class RPCProxy {
 public:
     // `service_start` runs on the proxy's thread; its argument is the address

@@ -2,7 +2,7 @@
 // bridge, and an engine's place that echoes.
 #pragma once
 
-#include "node/kernel/descriptor.h"
+#include "node/descriptor.h"
 #include "platform/kernel_modules.h"
 
 #include <array>

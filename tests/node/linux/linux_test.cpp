@@ -9,6 +9,7 @@
 #include <unistd.h>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace ia::node::test {
 namespace {
@@ -45,7 +46,7 @@ protected:
 
     static ncfm_interface interface(const char *name) {
         ncfm_interface block{};
-        std::strncpy(block.name, name, sizeof block.name);
+        std::string_view(name).copy(block.name, sizeof block.name);
         return block;
     }
 };

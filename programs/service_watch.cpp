@@ -1,4 +1,4 @@
-#include "programs/engine_watch.h"
+#include "programs/service_watch.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -24,13 +24,14 @@ int make_event() {
 
 }  // namespace
 
-EngineWatch::EngineWatch(std::string socket_path, std::function<void()> returned)
+ServiceWatch::ServiceWatch(std::string socket_path, int type, Notices notices)
     : path_(std::move(socket_path)),
-      returned_(std::move(returned)),
+      type_(type),
+      notices_(std::move(notices)),
       stop_(make_event()),
       thread_([this] { watch(); }) {}
 
-EngineWatch::~EngineWatch() {
+ServiceWatch::~ServiceWatch() {
     const std::uint64_t one = 1;
     while (write(stop_, &one, sizeof one) < 0 && errno == EINTR) {
     }
@@ -38,29 +39,29 @@ EngineWatch::~EngineWatch() {
     close(stop_);
 }
 
-// The first connection is to the engine that is there already.
-void EngineWatch::watch() {
+void ServiceWatch::watch() {
     for (bool first = true;; first = false) {
         int connection = connect();
         while (connection < 0) {
             if (stop_within(retry_ms)) return;
             connection = connect();
         }
-        if (!first) returned_();
+        (first ? notices_.found : notices_.returned)();
         pollfd waits[] = {{stop_, POLLIN, 0}, {connection, POLLRDHUP, 0}};
         while (poll(waits, 2, -1) < 0 && errno == EINTR) {
         }
         close(connection);
         if (waits[0].revents != 0) return;
+        notices_.lost();
     }
 }
 
 // A connection, or -1 while nobody serves the socket.
-int EngineWatch::connect() const {
+int ServiceWatch::connect() const {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path_.copy(address.sun_path, sizeof address.sun_path - 1);
-    const int connection = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    const int connection = socket(AF_UNIX, type_ | SOCK_CLOEXEC, 0);
     if (connection < 0) return -1;
     if (::connect(connection, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
         return connection;
@@ -68,7 +69,7 @@ int EngineWatch::connect() const {
     return -1;
 }
 
-bool EngineWatch::stop_within(int milliseconds) const {
+bool ServiceWatch::stop_within(int milliseconds) const {
     pollfd wait{stop_, POLLIN, 0};
     return poll(&wait, 1, milliseconds) == 1;
 }

@@ -1,0 +1,66 @@
+#include "node/settings/settings.h"
+
+namespace ia::node {
+
+namespace {
+
+template <class Record>
+void overlay_record(Record &below, const Record &above) {
+    each_field<Record>([&](auto field) {
+        if (above.*field) below.*field = above.*field;
+    });
+}
+
+template <class Map>
+void overlay_each(Map &below, const Map &above) {
+    for (const auto &[key, record] : above) overlay_record(below[key], record);
+}
+
+template <class Record>
+Record record_difference(Record now, const Record &base) {
+    each_field<Record>([&](auto field) {
+        if (now.*field == base.*field) (now.*field).reset();
+    });
+    return now;
+}
+
+template <class Map>
+Map map_difference(const Map &now, const Map &base) {
+    using Record = typename Map::mapped_type;
+    Map differing;
+    for (const auto &[key, record] : now) {
+        const auto below = base.find(key);
+        const Record left =
+            record_difference(record, below == base.end() ? Record() : below->second);
+        if (left != Record()) differing[key] = left;
+    }
+    return differing;
+}
+
+}  // namespace
+
+Settings overlay(Settings below, const Settings &above) {
+    overlay_record(below.agent, above.agent);
+    overlay_each(below.ports, above.ports);
+    overlay_each(below.vlans, above.vlans);
+    overlay_each(below.lines, above.lines);
+    return below;
+}
+
+Settings difference(const Settings &now, const Settings &base) {
+    return {record_difference(now.agent, base.agent), map_difference(now.ports, base.ports),
+            map_difference(now.vlans, base.vlans), map_difference(now.lines, base.lines)};
+}
+
+Settings waiting(const Settings &wanted, const Settings &running) {
+    Settings left;
+    for (const auto &[id, port] : wanted.ports)
+        if (!running.ports.contains(id)) left.ports[id] = port;
+    for (const auto &[id, vlan] : wanted.vlans)
+        if (!running.vlans.contains(id)) left.vlans[id] = vlan;
+    for (const auto &[key, line] : wanted.lines)
+        if (!running.ports.contains(key.first)) left.lines[key] = line;
+    return left;
+}
+
+}  // namespace ia::node

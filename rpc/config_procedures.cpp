@@ -1,0 +1,61 @@
+// The server functions of the operator's settings: the management process does
+// what they ask, when it is there.
+#include "platform/bll/CliConfig.h"
+#include "platform/bll/configFile.h"
+#include "rpc/pppoeia_node.h"
+
+#include <string>
+
+namespace {
+
+constexpr int failed = 1;
+constexpr int profile_mode = 10;  // refused: service profiles configure the node
+
+using Operation = boost::function<int(std::string &)>;
+
+rpcNodeText *run(const Operation &operation) {
+    static std::string text;
+    static rpcNodeText reply;
+    text.clear();
+    reply.result = operation ? operation(text) : failed;
+    reply.text = text.data();
+    return &reply;
+}
+
+rpcNodeText *change(const Operation &operation) {
+    if (!CliConfig::instance().checkProfileMode()) return run(operation);
+    return run([](std::string &text) {
+        text = "service profiles configure the node\n";
+        return profile_mode;
+    });
+}
+
+}  // namespace
+
+rpcNodeText *rpc_node_config_show_1_svc(svc_req *) {
+    return run(configFile::instance().show);
+}
+
+rpcNodeText *rpc_node_config_diff_1_svc(svc_req *) {
+    return run(configFile::instance().diff);
+}
+
+rpcNodeText *rpc_node_config_save_1_svc(svc_req *) {
+    return run(configFile::instance().save);
+}
+
+// Takes the node's settings away, which service profiles may have made.
+rpcNodeText *rpc_node_config_clear_1_svc(svc_req *) {
+    return change(configFile::instance().clear);
+}
+
+rpcNodeConfigStatus *rpc_node_config_status_1_svc(svc_req *) {
+    static configFile::status_t status;
+    static rpcNodeConfigStatus reply;
+    status = {};
+    const auto &operation = configFile::instance().status;
+    const int result = operation ? operation(status) : failed;
+    reply = {status.file.data(), status.autoSave,       status.unsaved, status.waiting,
+             status.restores,    status.problem.data(), result};
+    return &reply;
+}

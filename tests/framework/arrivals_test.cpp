@@ -1,0 +1,69 @@
+// What is held before it is announced, and what is told to have arrived.
+#include "node/framework/changes.h"
+#include "tests/framework/recorder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <utility>
+
+namespace {
+
+using namespace ia::node;
+using testing::ElementsAre;
+
+class Follower : public ia::test::Recorder {
+public:
+    void hold(const std::string &bridge, std::uint32_t port) override {
+        note("hold", bridge, port);
+    }
+    void arrived(const Arrivals &arrivals) override {
+        for (const std::string &bridge : arrivals.bridges) note("arrived", bridge);
+        for (const auto &[bridge, vlan] : arrivals.vlans) note("arrived", bridge, "vlan", vlan);
+        for (const auto &[bridge, port] : arrivals.ports) note("arrived", bridge, "port", port);
+        note("all");
+    }
+};
+
+Follower &follower() {
+    static Follower the_follower;
+    return the_follower;
+}
+
+Interface port(std::uint32_t id) {
+    Interface made;
+    made.id = id;
+    made.name = "p" + std::to_string(id);
+    made.type = InterfaceType::access;
+    made.device = made.name;
+    made.bridge = "br0";
+    made.role = 1;
+    return made;
+}
+
+std::vector<std::string> announce(const Description &node) {
+    announce_changes(node, follower());
+    return std::exchange(follower().lines, {});
+}
+
+TEST(Arrivals, HeldFirstAndToldLast) {
+    follower().subscribe();
+    Description node;
+    node.bridges = {{.name = "br0"}};
+    node.vlans = {{.id = 7, .bridge = "br0"}};
+    node.interfaces = {port(1)};
+    begin_registry(node);
+    // Its bridge holds for a port that comes with it.
+    EXPECT_THAT(announce(node),
+                ElementsAre("hold br0 0", "+bridge br0 256", "state 1", "+vlan br0 7",
+                            "vlan-state 7 1", "+port br0 1 p1", "role 1 1", "arrived br0",
+                            "arrived br0 vlan 7", "arrived br0 port 1", "all"));
+    node.interfaces.push_back(port(2));
+    EXPECT_THAT(announce(node), ElementsAre("hold br0 2", "+port br0 2 p2", "role 2 1",
+                                            "arrived br0 port 2", "all"));
+    // A changed setting is no arrival, and a port that goes none either.
+    node.interfaces[0].role = 3;
+    node.interfaces.pop_back();
+    EXPECT_THAT(announce(node), ElementsAre("-port br0 2 p2", "role 1 3", "all"));
+}
+
+}  // namespace

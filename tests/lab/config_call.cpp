@@ -1,0 +1,37 @@
+// One call about the operator's settings to the running management process.
+//
+//   config_call save|clear|show|diff|status
+//
+// Says the reply's text; ends with the reply's result, 9 when there is none.
+#include "rpc/pppoeia_node.h"
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+int say(const rpcNodeText *reply) {
+    if (!reply) return 9;
+    std::fputs(reply->text, stdout);
+    return reply->result;
+}
+
+int say(const rpcNodeConfigStatus *reply) {
+    if (!reply) return 9;
+    std::printf("file %s\nauto %d\nunsaved %d\nwaiting %u\nrestores %u\nproblem %s\n", reply->file,
+                reply->autoSave, reply->unsaved, reply->waiting, reply->restores, reply->problem);
+    return reply->result;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    const std::string what = argc == 2 ? argv[1] : "";
+    CLIENT *agent = clnt_create("127.0.0.1", RPC_PPPOEIA_NODE, RPC_PPPOEIA_NODE_V1, "tcp");
+    if (!agent) return 9;
+    if (what == "save") return say(rpc_node_config_save_1(agent));
+    if (what == "clear") return say(rpc_node_config_clear_1(agent));
+    if (what == "show") return say(rpc_node_config_show_1(agent));
+    if (what == "diff") return say(rpc_node_config_diff_1(agent));
+    return say(rpc_node_config_status_1(agent));
+}

@@ -1,0 +1,170 @@
+"""The operator's settings: saved, shown, compared, taken back; what waits for
+its port; files that do not check and disks that are full."""
+
+import subprocess
+from pathlib import Path
+
+from lab import frames, netns, node, testing
+from lab.processes import wait_until
+from lab.topology import mac_of, programs
+
+CONFIG_CALL = programs().parent / "tests" / "lab" / "config_call"
+FOLDER = Path("/run/settings")
+FILE = FOLDER / "settings.toml"
+REFUSED, NO_FILE = 1, 2
+
+
+def description(auto=False, **more):
+    return node.description(**more) + (
+        f'[settings]\nfile = "{FILE}"\nauto = {"true" if auto else "false"}\n')
+
+
+class Settings(testing.LabTest):
+    def setUp(self):
+        super().setUp()
+        # A disk of its own, so that it can be full.
+        FOLDER.mkdir(exist_ok=True)
+        netns.run("mount", "-t", "tmpfs", "-o", "size=64k", "settings", FOLDER)
+        self.addCleanup(netns.run, "umount", FOLDER)
+
+    def control(self, *words):
+        status, said = self.lab.control(*map(str, words))
+        self.assertEqual(status, 0, said)
+        return said
+
+    def config(self, what, result=0):
+        call = subprocess.run([CONFIG_CALL, what], capture_output=True, text=True, timeout=30,
+                              check=False)
+        self.assertEqual(call.returncode, result, call.stdout + call.stderr)
+        return call.stdout
+
+    def status(self):
+        lines = (line.partition(" ") for line in self.config("status").splitlines())
+        return {name: value for name, _, value in lines}
+
+    def remote_id(self):
+        """That of the next PADI from sub1."""
+        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
+        client.send(frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI,
+                                     frames.tag(frames.SERVICE_NAME)))
+        frame, _ = server.wait(lambda f: f.code == frames.PADI, "the PADI")
+        self.assertEqual(len(frame.marks), 1)
+        return frame.marks[0][frames.REMOTE_ID]
+
+    def restart_cleanly(self):
+        self.lab.stop_engine()
+        self.lab.restart_engine()
+        self.lab.restart_management()
+
+    def test_saved_and_applied_at_the_next_start(self):
+        self.lab.start_engine(description())
+        self.assertEqual(self.config("diff"), "")
+        self.control("set", "remote-id", 1, 'of an "operator" \\')
+        self.control("set", "vlan-cid-mode", 2, 100, "custom")
+        self.control("set", "vlan", 200, "off")
+        self.control("set", "shelf", "s\t9")
+        expected = ('[agent]\nshelf = { hex = "730939" }\n\n'
+                    '[[port]]\nid = 1\nremote_id = "of an \\"operator\\" \\\\"\n\n'
+                    '[[vlan]]\nid = 200\nenabled = false\n\n'
+                    '[[port_vlan]]\nport = 2\nvlan = 100\ncircuit_id_mode = "custom"\n')
+        self.assertFalse(FILE.exists())
+        self.assertEqual(self.status()["unsaved"], "1")
+        self.config("save")
+        self.assertEqual(FILE.read_text(), expected)
+        self.assertEqual(self.status()["unsaved"], "0")
+        running = self.config("show")
+        # What is set and not saved is gone after a clean stop; the rest is not.
+        self.control("set", "remote-id", 1, "not saved")
+        self.assertEqual(self.config("diff"), '[[port]] id = 1\n'
+                         '- remote_id = "of an \\"operator\\" \\\\"\n+ remote_id = "not saved"\n')
+        self.restart_cleanly()
+        self.assertEqual(self.config("show"), running)
+        self.assertEqual(self.remote_id(), b'of an "operator" \\')
+
+        self.config("clear")
+        self.assertEqual(self.config("diff"), '[[port]] id = 1\n'
+                         '- remote_id = "of an \\"operator\\" \\\\"\n'
+                         '[[port_vlan]] port = 2 vlan = 100\n- circuit_id_mode = "custom"\n'
+                         '[[vlan]] id = 200\n- enabled = false\n'
+                         '[agent]\n- shelf = { hex = "730939" }\n')
+        self.assertEqual(self.remote_id(), b"line-0001")
+        self.assertEqual(FILE.read_text(), expected, "only a save changes the file")
+
+    def test_without_a_file(self):
+        self.lab.start_engine(node.description())
+        self.assertIn("[settings] file", self.config("save", NO_FILE))
+
+    def test_saved_after_each_change(self):
+        self.lab.start_engine(description(auto=True))
+        self.control("set", "remote-id", 1, "first")
+        self.control("set", "remote-id", 2, "second")
+        wait_until(lambda: self.status()["unsaved"] == "0", "the save")
+        self.assertEqual(FILE.read_text(), '[[port]]\nid = 1\nremote_id = "first"\n\n'
+                         '[[port]]\nid = 2\nremote_id = "second"\n')
+
+    def test_full_disk(self):
+        self.lab.start_engine(description())
+        self.control("set", "remote-id", 1, "before")
+        self.config("save")
+        before = FILE.read_text()
+        filler = FOLDER / "filler"
+        with filler.open("wb", buffering=0) as full, self.assertRaises(OSError):
+            while True:
+                full.write(bytes(4096))
+        self.control("set", "remote-id", 1, "after")
+        self.assertIn("No space left on device", self.config("save", REFUSED))
+        self.assertEqual(FILE.read_text(), before)
+        self.assertEqual(sorted(path.name for path in FOLDER.iterdir()), ["filler", FILE.name])
+        self.assertIn("No space left on device", self.status()["problem"])
+        self.assertEqual(self.remote_id(), b"after")
+        filler.unlink()
+        self.config("save")
+        self.assertEqual(FILE.read_text(), before.replace("before", "after"))
+        self.assertEqual(self.status()["problem"], "")
+
+    def test_a_file_that_does_not_check(self):
+        bad = "[agent]\nshelf = 5\n[[port]]\nid = 1\nremote_id = \"by hand\"\nrol = \"client\"\n"
+        FILE.write_text(bad)
+        self.lab.start_engine(description(auto=True))
+        self.assertIn(f"{FILE}:2: [agent] shelf is an integer, expected a text",
+                      self.status()["problem"])
+        self.assertEqual(self.remote_id(), b"line-0001", "the description's settings hold")
+        self.control("set", "remote-id", 1, "new")
+        self.config("save")
+        self.assertEqual((FOLDER / "settings.toml.bad").read_text(), bad)
+        self.assertEqual(FILE.read_text(), '[[port]]\nid = 1\nremote_id = "new"\n')
+
+    def test_a_setting_waits_for_its_port(self):
+        FILE.write_text('[[port]]\nid = 1\nremote_id = "waited"\n[[port]]\nid = 31\ntrust = '
+                        '"trusted"\n[[port_vlan]]\nport = 31\nvlan = 100\ncircuit_id_mode = "atm"\n')
+        netns.run("ip", "link", "set", "sub1", "name", "away")
+        self.lab.start_engine(description())
+        self.assertEqual(self.status()["waiting"], "3")
+        self.assertEqual(self.status()["unsaved"], "0")
+        self.assertNotIn("1/1/1", self.control("show", "ports"))
+        # It arrives, and with it its setting.
+        netns.run("ip", "link", "set", "away", "name", "sub1")
+        wait_until(lambda: self.status()["waiting"] == "2", "port 1 to join")
+        self.assertEqual(self.remote_id(), b"waited")
+
+    def test_a_larger_mtu_is_followed(self):
+        self.lab.start_engine(description())
+        self.control("set", "remote-id", 1, "large")
+
+        def mtu():
+            with open("/sys/class/net/br0_pppoe/mtu", encoding="ascii") as value:
+                return int(value.read())
+
+        before = mtu()
+        for device, namespace in (("sub1", None), ("sub2", None), ("net0", None),
+                                  ("wan", "sub1"), ("wan", "sub2"), ("net", "bng")):
+            netns.run("ip", "link", "set", device, "mtu", 4000, namespace=namespace)
+        netns.run("ip", "link", "set", "br0", "mtu", 4000)
+        wait_until(lambda: Path("/sys/class/net/br0_pppoe").exists() and mtu() == before + 2500,
+                   "the engine to take larger frames")
+        wait_until(lambda: self.status()["restores"] == "1", "the settings")
+        self.assertEqual(self.remote_id(), b"large")
+
+
+if __name__ == "__main__":
+    testing.main()

@@ -1,0 +1,120 @@
+// Which ports a frame leaves by.
+#include "tests/node/kernel/fixture.h"
+
+#include <gmock/gmock.h>
+#include <mutex>
+
+namespace ia::node::test {
+namespace {
+
+using ::testing::ElementsAre;
+
+class Forwarding : public BridgeTest {};
+
+TEST_F(Forwarding, UnicastFollowsTheLearntAddress) {
+    start();
+    std::vector<std::string> outputs;
+    std::mutex lock;
+    Echo echo("br0", [&](Bytes &datagram) {
+        const std::lock_guard guard(lock);
+        outputs.emplace_back(record(datagram).output_device);
+        return true;
+    });
+    const Host h1("h1"), h2("h2"), s1("s1"), s2("s2");
+    const std::vector<Tag> tags{{0x88A8, 200}, {0x8100, 30}};
+    h1.send(discovery(PADI, broadcast, mac_h1, tags).bytes());
+    ASSERT_TRUE(s1.receive_discovery() && s2.receive_discovery());
+    const Bytes pado = discovery(PADO, mac_h1, mac_s1, tags).bytes();
+    s1.send(pado);
+    EXPECT_EQ(pado, h1.receive_discovery());
+    const Bytes padr = discovery(PADR, mac_s1, mac_h1, tags).bytes();
+    h1.send(padr);
+    EXPECT_EQ(padr, s1.receive_discovery());
+    EXPECT_EQ(0U, discovery_heard(h2, s1));
+    EXPECT_EQ(0U, discovery_heard(s2, s1));
+
+    // The same address in another VLAN is another station, not yet known.
+    s1.send(discovery(PADO, mac_h1, mac_s1, {{0x88A8, 201}, {0x8100, 30}}).bytes());
+    EXPECT_TRUE(h2.receive_discovery());
+    const std::lock_guard guard(lock);
+    EXPECT_THAT(outputs, ElementsAre("br0", "p1", "n1", "br0"));
+}
+
+TEST_F(Forwarding, SpreadsFromTheNetworkToEverySubscriber) {
+    start();
+    Echo echo("br0");
+    const Host h1("h1"), h2("h2"), s1("s1"), s2("s2");
+    const Bytes pado = discovery(PADO, broadcast, mac_s1, {{0x8100, 100}}).bytes();
+    s1.send(pado);
+    EXPECT_EQ(pado, h1.receive_discovery());
+    EXPECT_EQ(pado, h2.receive_discovery());
+    EXPECT_EQ(0U, discovery_heard(s2, s1));
+    EXPECT_EQ(0U, discovery_heard(h1, s1));
+}
+
+TEST_F(Forwarding, NothingGoesFromSubscriberToSubscriber) {
+    start();
+    Echo echo("br0");
+    const Host h1("h1"), h2("h2"), s1("s1"), s2("s2");
+    h2.send(discovery(PADI, broadcast, mac_h2, {}).bytes());
+    ASSERT_TRUE(s1.receive_discovery() && s2.receive_discovery());
+    const Bytes padr = discovery(PADR, mac_h2, mac_h1, {}).bytes();
+    h1.send(padr);
+    EXPECT_EQ(padr, s1.receive_discovery());
+    EXPECT_EQ(padr, s2.receive_discovery());
+    EXPECT_EQ(0U, discovery_heard(h2, h1));
+}
+
+TEST_F(Forwarding, NoFrameReturnsToTheNetworkPortThatItsAddressLivesOn) {
+    start();
+    Echo echo("br0");
+    const Host h1("h1"), s1("s1");
+    s1.send(discovery(PADI, broadcast, mac_s2, {}).bytes());
+    ASSERT_TRUE(h1.receive_discovery());
+    s1.send(discovery(PADO, mac_s2, mac_s1, {}).bytes());
+    EXPECT_EQ(0U, discovery_heard(h1, s1));
+    EXPECT_EQ(1U, outcome(OUTCOME_REFUSED));
+}
+
+TEST_F(Forwarding, ASubscriberCannotTakeANetworkAddress) {
+    start();
+    Echo echo("br0");
+    const Host h1("h1"), h2("h2"), s1("s1"), s2("s2");
+    s1.send(discovery(PADO, broadcast, mac_s1, {}).bytes());
+    ASSERT_TRUE(h1.receive_discovery() && h2.receive_discovery());
+    h2.send(discovery(PADI, broadcast, mac_s1, {}).bytes());
+    ASSERT_TRUE(s1.receive_discovery() && s2.receive_discovery());
+    const Bytes padr = discovery(PADR, mac_s1, mac_h1, {}).bytes();
+    h1.send(padr);
+    EXPECT_EQ(padr, s1.receive_discovery());
+    EXPECT_EQ(0U, discovery_heard(s2, s1));
+}
+
+TEST_F(Forwarding, AStormOfAddressesLeavesOtherLinesAlone) {
+    start();
+    Echo echo("br0");
+    const Host h1("h1"), h2("h2"), s1("s1"), s2("s2");
+    h2.send(discovery(PADI, broadcast, mac_h2, {}).bytes());
+    ASSERT_TRUE(s1.receive_discovery());
+    for (std::uint32_t number = 0; number < 80000; ++number) {
+        const Mac made{0x06,
+                       0,
+                       0,
+                       static_cast<std::uint8_t>(number >> 16),
+                       static_cast<std::uint8_t>(number >> 8),
+                       static_cast<std::uint8_t>(number)};
+        h1.send(discovery(PADI, broadcast, made, {}, number).bytes());
+        if (number % 50 != 49) continue;
+        for (int i = 0; i < 50; ++i) ASSERT_TRUE(s1.receive_discovery());
+    }
+    const Bytes pado = discovery(PADO, mac_h2, mac_s1, {}).bytes();
+    s1.send(pado);
+    EXPECT_EQ(pado, h2.receive_discovery());
+    EXPECT_EQ(0U, discovery_heard(h1, s1));
+    // The storm's own last address was not learnt.
+    s1.send(discovery(PADO, {0x06, 0, 0, 0x01, 0x38, 0x7F}, mac_s1, {}).bytes());
+    EXPECT_TRUE(h2.receive_discovery());
+}
+
+}  // namespace
+}  // namespace ia::node::test

@@ -1,0 +1,127 @@
+// Replacing a file: whole or not at all, whenever the process is killed and
+// whatever the disk refuses.
+#include "node/settings/settings_text.h"
+
+#include "tests/support/temp_dir.h"
+
+#include <gtest/gtest.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <system_error>
+
+using ia::node::replace_file;
+
+namespace {
+
+std::string content(const std::string &file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class ReplaceFile : public testing::Test {
+protected:
+    const ia::test::TempDir dir;
+    const std::string file = dir / "settings";
+    const std::string before = std::string(20000, 'a');
+    const std::string after = std::string(30000, 'b');
+};
+
+TEST_F(ReplaceFile, NewAndOverAnOldOne) {
+    replace_file(file, before);
+    EXPECT_EQ(content(file), before);
+    replace_file(file, after);
+    EXPECT_EQ(content(file), after);
+    EXPECT_NE(access((file + ".new").c_str(), F_OK), 0);
+}
+
+TEST_F(ReplaceFile, ThroughALink) {
+    const std::string link = dir / "link";
+    replace_file(file, before);
+    ASSERT_EQ(symlink(file.c_str(), link.c_str()), 0);
+    replace_file(link, after);
+    struct stat info {};
+    EXPECT_EQ(lstat(link.c_str(), &info), 0);
+    EXPECT_TRUE(S_ISLNK(info.st_mode));
+    EXPECT_EQ(content(file), after);
+}
+
+TEST_F(ReplaceFile, FailuresNameTheFileAndChangeNothing) {
+    try {
+        replace_file(dir / "none/settings", after);
+        ADD_FAILURE() << "a folder that is not there";
+    } catch (const std::system_error &error) {
+        EXPECT_NE(std::string(error.what()).find("none/settings.new: cannot be opened: No such"),
+                  std::string::npos)
+            << error.what();
+    }
+    replace_file(file, before);
+    // A disk that takes half of it.
+    const pid_t child = fork();
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit half{15000, 15000};
+        setrlimit(RLIMIT_FSIZE, &half);
+        try {
+            replace_file(file, after);
+        } catch (const std::system_error &error) {
+            _exit(error.code().value() == EFBIG ? 0 : 2);
+        }
+        _exit(1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(content(file), before);
+    EXPECT_NE(access((file + ".new").c_str(), F_OK), 0);
+}
+
+// Runs it in a process that is killed at one of its system calls, before or
+// after the kernel has done it. False when it ended before that.
+bool killed_at(int stop, const std::string &file, const std::string &text) {
+    const pid_t child = fork();
+    if (child == 0) {
+        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        raise(SIGSTOP);
+        replace_file(file, text);
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    for (int stops = 0; WIFSTOPPED(status); ++stops) {
+        if (stops == stop) {
+            kill(child, SIGKILL);
+            waitpid(child, &status, 0);
+            return true;
+        }
+        if (ptrace(PTRACE_SYSCALL, child, nullptr, nullptr) != 0) break;
+        waitpid(child, &status, 0);
+    }
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    return false;
+}
+
+TEST_F(ReplaceFile, KilledAtEveryStep) {
+    int stop = 0;
+    bool replaced = false;
+    for (;; ++stop) {
+        replace_file(file, before);
+        const bool killed = killed_at(stop, file, after);
+        const std::string now = content(file);
+        ASSERT_TRUE(now == before || now == after) << "torn at stop " << stop;
+        EXPECT_FALSE(replaced && now == before) << "undone at stop " << stop;
+        replaced = now == after;
+        if (!killed) break;
+    }
+    EXPECT_TRUE(replaced);
+    // open, write, fsync, close, rename, open, fsync, close: two stops each.
+    EXPECT_GE(stop, 16);
+}
+
+}  // namespace
