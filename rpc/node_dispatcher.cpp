@@ -20,6 +20,7 @@ constexpr Procedure procedures[] = {
     asking<rpc_node_config_status_1_svc, xdr_no_arguments, xdr_rpcNodeConfigStatus>(10),
     changing<rpc_node_config_save_1_svc, xdr_no_arguments, xdr_rpcNodeText>(11),
     changing<rpc_node_config_clear_1_svc, xdr_no_arguments, xdr_rpcNodeText>(12),
+    changing<rpc_node_clear_line_1_svc, xdr_rpc_node_clear_line_1_argument, xdr_int>(13),
 };
 // clang-format on
 static_assert(is_complete(procedures));

@@ -3,6 +3,9 @@
 #include "client/health.h"
 #include "pppoeia/client.h"
 
+#include <algorithm>
+#include <list>
+
 namespace ia {
 
 namespace {
@@ -28,17 +31,28 @@ const char *build_compiler() {
 #endif
 }
 
+std::vector<PortCounters> read_ports() {
+    std::list<Interfaces::Interface> known;
+    Interfaces::instance().interfaceListGet(known);
+    std::vector<PortCounters> ports;
+    for (const Interfaces::Interface &interface : known) {
+        const bool idle_gem =
+            interface.type == Interfaces::interfaceTypeGem && interface.gemInUse == 0;
+        if (interface.type == Interfaces::interfaceTypeOlt ||
+            interface.type == Interfaces::interfaceTypeOnu || idle_gem)
+            continue;
+        ports.push_back({interface.id, interface.name, interface.type, {}});
+    }
+    return ports;
+}
+
 bool read_counters(Counters &counters) {
     const pppoeia &agent = pppoeia::instance();
     if (agent.getGlobalStatistics(counters.bridge) != 0) return false;
-    std::list<pppoeia::interfaceInfo_t> infos;
-    if (agent.getInterfaceInfo(infos, true) != 0) return false;
-    for (const pppoeia::interfaceInfo_t &info : infos) {
-        PortCounters port{info.ifIndex, info.name, info.type, {}};
-        if (agent.getInterfaceStatistics(info.ifIndex, port.stats) != 0) return false;
-        counters.ports.push_back(port);
-    }
-    return true;
+    counters.ports = read_ports();
+    return std::ranges::all_of(counters.ports, [&](PortCounters &port) {
+        return agent.getInterfaceStatistics(port.number, port.stats) == 0;
+    });
 }
 
 }  // namespace ia

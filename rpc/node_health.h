@@ -34,7 +34,11 @@ struct Counters {
     std::vector<PortCounters> ports;  // ascending numbers
 };
 
-// The counters of the bridge and of every port that carries subscribers. False
+// The ports that carry subscribers or face the network, counters not read: no
+// OLT ports, ONUs and GEM ports that are not in use.
+std::vector<PortCounters> read_ports();
+
+// The counters of the bridge and of those ports. False
 // when the engine does not answer.
 bool read_counters(Counters &counters);
 

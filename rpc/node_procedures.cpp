@@ -2,7 +2,6 @@
 //
 // A reply lasts until the next call of its procedure; what its strings and
 // arrays point to is kept beside it.
-#include "client/health.h"
 #include "entity/operation.h"
 #include "entity/pppoeia.h"
 #include "platform/bll/CliConfig.h"
@@ -45,6 +44,31 @@ int *answer(int result) {
 
 constexpr int profile_mode = 10;  // refused: service profiles configure the node
 
+// Runs a change, which returns an entity's result, under the exclusive lock.
+template <class Change>
+int *outside_profiles(Change change) {
+    if (CliConfig::instance().checkProfileMode()) return answer(profile_mode);
+    return answer(ia::exclusively(change));
+}
+
+using FormatSetter = int (*)(const char *, std::uint32_t, std::uint16_t, const char *);
+
+// A line's own format. An entry without a mode would leave the line without a
+// Circuit ID, so a new one begins with the mode of the port.
+int *set_line(u_int port, u_short vlan, FormatSetter set, const char *format) {
+    return outside_profiles([&] {
+        const char *bridge = pppoeia::m_default_bridge_name;
+        pppoeia_port_vlan_info entry{};
+        const bool present = pppoeia_port_vlan_info_get(bridge, port, vlan, &entry) == 0;
+        if (!present || entry.cid_mode == PPPOEIA_CID_NOT_SET) {
+            std::uint32_t mode = PPPOEIA_CID_DEFAULT;
+            if (pppoeia_port_vsa_circuit_id_mode_get(bridge, port, &mode) != 0) return 2;
+            if (pppoeia_circuit_id_mode_port_vlan_set(bridge, port, vlan, mode) != 0) return 1;
+        }
+        return ia::entity_result(set(bridge, port, vlan, format));
+    });
+}
+
 }  // namespace
 
 rpcNodeStatus *rpc_node_status_1_svc(svc_req *) {
@@ -63,13 +87,14 @@ rpcNodeStatus *rpc_node_status_1_svc(svc_req *) {
 }
 
 rpcNodePortList *rpc_node_ports_1_svc(svc_req *) {
-    static std::list<pppoeia::interfaceInfo_t> infos;
+    static std::vector<ia::PortCounters> ports;
     static std::vector<rpcNodePort> records;
     static rpcNodePortList reply;
-    reply.result = pppoeia::instance().getInterfaceInfo(infos, true);
+    ports = ia::read_ports();
+    reply.result = 0;
     records.clear();
-    for (const pppoeia::interfaceInfo_t &info : infos)
-        records.push_back({info.ifIndex, text_of(info.name), info.type});
+    for (const ia::PortCounters &port : ports)
+        records.push_back({port.number, text_of(port.name), port.type});
     set_list(reply.list, records);
     return &reply;
 }
@@ -114,11 +139,23 @@ rpcNodeText *rpc_node_metrics_1_svc(svc_req *) {
 }
 
 int *rpc_node_set_line_cid_format_1_svc(u_int port, u_short vlan, rpcNodeFormat format, svc_req *) {
-    if (CliConfig::instance().checkProfileMode()) return answer(profile_mode);
-    return answer(pppoeia::instance().setVsaCircuitIdFormat(port, vlan, format));
+    return set_line(port, vlan, pppoeia_circuit_id_format_port_vlan_set, format);
 }
 
 int *rpc_node_set_line_rid_format_1_svc(u_int port, u_short vlan, rpcNodeFormat format, svc_req *) {
-    if (CliConfig::instance().checkProfileMode()) return answer(profile_mode);
-    return answer(pppoeia::instance().setVsaRemoteIdFormat(port, vlan, format));
+    return set_line(port, vlan, pppoeia_remote_id_format_port_vlan_set, format);
+}
+
+int *rpc_node_clear_line_1_svc(u_int port, u_short vlan, svc_req *) {
+    return outside_profiles([&] {
+        const char *bridge = pppoeia::m_default_bridge_name;
+        pppoeia_port_vlan_info entry{};
+        if (pppoeia_port_vlan_info_get(bridge, port, vlan, &entry) != 0) return 2;
+        // The mode last: without any setting the entry goes.
+        const bool cleared =
+            pppoeia_circuit_id_format_port_vlan_set(bridge, port, vlan, "") == 0 &&
+            pppoeia_remote_id_format_port_vlan_set(bridge, port, vlan, "") == 0 &&
+            pppoeia_circuit_id_mode_port_vlan_set(bridge, port, vlan, PPPOEIA_CID_NOT_SET) == 0;
+        return cleared ? 0 : 1;
+    });
 }

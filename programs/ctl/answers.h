@@ -1,5 +1,5 @@
 // What the commands answer and how it is shown; see command.h. The shapes are
-// written down in programs/ctl/pppoeiactl.schema.json.
+// written down in packaging/pppoeiactl.schema.json.
 #pragma once
 
 #include "programs/ctl/command.h"

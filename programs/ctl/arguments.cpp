@@ -56,8 +56,8 @@ CLI::App *subcommand(CLI::App &app, const std::string &path) {
     CLI::App *at = &app;
     std::istringstream words(path);
     for (std::string word; words >> word;) {
-        const auto made = at->get_subcommands(
-            [&](const CLI::App *known) { return known->get_name() == word; });
+        const auto made =
+            at->get_subcommands([&](const CLI::App *known) { return known->get_name() == word; });
         at = made.empty() ? at->add_subcommand(word) : made.front();
     }
     return at;
@@ -125,6 +125,8 @@ int run(int argc, char **argv) {
         answer(*chosen, values[row], json);
         return done;
     } catch (const CLI::ParseError &error) {
+        if (const auto unknown = app.remaining(true); !unknown.empty())
+            std::fprintf(stderr, "pppoeiactl: '%s' is not known here\n", unknown.front().c_str());
         return app.exit(error) == 0 ? done : usage;
     } catch (const Unreachable &error) {
         return complain(error, unreachable, json);

@@ -9,16 +9,16 @@ namespace ia::ctl {
 
 namespace {
 
-// An argument as a procedure takes it; `Missing` when the command has none.
-template <class Value, int Missing>
+// An argument as a procedure takes it; a text that the command has none for is
+// empty.
+template <class Value>
 Value value_at(Call &call, std::size_t index, std::string &text) {
     const Argument &argument = call.at(index);
     if constexpr (std::is_same_v<Value, char *>) {
         text = argument.name ? call.text(argument.name) : "";
         return text.data();
     } else {
-        return argument.name ? static_cast<Value>(call.number(argument))
-                             : static_cast<Value>(Missing);
+        return static_cast<Value>(call.number(argument));
     }
 }
 
@@ -29,13 +29,12 @@ std::string subject_of(Call &call) {
     return call.has("vlan") ? "VLAN " + call.text("vlan") : "the setting";
 }
 
-template <auto Stub, int Missing, class Reply, class... Parameters, std::size_t... Index>
+template <auto Stub, class Reply, class... Parameters, std::size_t... Index>
 void change_with(Call &call, Reply *(*)(Parameters...), std::index_sequence<Index...>) {
     using Types = std::tuple<Parameters...>;
     std::array<std::string, sizeof...(Index) + 1> texts;
-    call.agent().change(
-        subject_of(call), Stub,
-        value_at<std::tuple_element_t<Index, Types>, Missing>(call, Index, texts[Index])...);
+    call.agent().change(subject_of(call), Stub,
+                        value_at<std::tuple_element_t<Index, Types>>(call, Index, texts[Index])...);
 }
 
 template <class Reply, class... Parameters>
@@ -44,9 +43,9 @@ constexpr std::size_t values_of(Reply *(*)(Parameters...)) {
 }
 
 // A command whose arguments are those of a procedure that changes something.
-template <auto Stub, int Missing = 0>
+template <auto Stub>
 Json change(Call &call) {
-    change_with<Stub, Missing>(call, Stub, std::make_index_sequence<values_of(Stub)>());
+    change_with<Stub>(call, Stub, std::make_index_sequence<values_of(Stub)>());
     return {{"done", true}};
 }
 
@@ -145,9 +144,10 @@ constexpr Command rows[] = {
     {"unset cid-format", "Circuit-ID format of the bridge", {}, change<rpc_pppoeia_cid_format_set_1>, print_nothing},
     {"unset rid-format", "Remote-ID format of the bridge", {}, change<rpc_pppoeia_rid_format_set_1>, print_nothing},
     {"unset remote-id", "Remote ID of a port", {{port()}}, change<rpc_pppoeia_unset_remoteid_1>, print_nothing},
-    {"unset vlan-cid-mode", "Circuit-ID mode of a port and VLAN", {{port(), vlan()}}, change<rpc_pppoeia_set_intf_vlan_circuit_id_mode_1, -1>, print_nothing},
     {"unset vlan-cid-format", "Circuit-ID format of a port and VLAN", {{port(), vlan()}}, change<rpc_node_set_line_cid_format_1>, print_nothing},
     {"unset vlan-rid-format", "Remote-ID format of a port and VLAN", {{port(), vlan()}}, change<rpc_node_set_line_rid_format_1>, print_nothing},
+
+    {"unset line", "All that is set for a port and VLAN", {{port(), vlan()}}, change<rpc_node_clear_line_1>, print_nothing},
 
     {"diag dump", "The bridge's formats, entries and VLANs",
         {{Argument{"value", "Port number; all ports", Kind::text, !required, true}}}, diag<dump>, print_text},

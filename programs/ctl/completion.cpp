@@ -137,8 +137,14 @@ int print_candidates(const std::vector<std::string> &words) {
     const std::vector<std::string> given(before.begin() + static_cast<std::ptrdiff_t>(found.words),
                                          before.end());
     if (found.command && candidates.empty()) add_arguments(*found.command, given, candidates);
+    // Options are offered when they are asked for, or nothing else is there.
+    const bool options = current.starts_with('-') ||
+                         std::ranges::all_of(candidates, [](const std::string &candidate) {
+                             return candidate.starts_with('-');
+                         });
     for (const std::string &candidate : candidates)
-        if (candidate.starts_with(current)) std::puts(candidate.c_str());
+        if (candidate.starts_with(current) && (options || !candidate.starts_with('-')))
+            std::puts(candidate.c_str());
     return 0;
 }
 

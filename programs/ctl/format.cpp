@@ -74,6 +74,10 @@ std::string with_caret(const std::string &format, std::size_t at, std::size_t le
            ink(Ink::yellow, '^' + std::string(marked - 1, '~')) + '\n';
 }
 
+Json quoted(const Json &text) {
+    return '\'' + text.get<std::string>() + '\'';
+}
+
 }  // namespace
 
 Json check_format(Call &call) {
@@ -115,10 +119,10 @@ void print_format(const Json &answer) {
     Json rows = Json::array();
     for (const Json &piece : format.at("pieces")) {
         const bool macro = !piece.at("macro").is_null();
-        rows.push_back({{"source", piece.at("source")},
+        rows.push_back({{"source", macro ? piece.at("source") : quoted(piece.at("source"))},
                         {"meaning", macro ? piece.at("options") : Json("text")},
-                        {"value", macro ? piece.at("value") : Json("")},
-                        {"output", piece.at("output")}});
+                        {"value", macro ? piece.at("value") : Json()},
+                        {"output", quoted(piece.at("output"))}});
     }
     std::string out =
         table(
