@@ -9,7 +9,6 @@ namespace ia {
 // Since the process began; any thread.
 struct client_health {
     std::atomic<std::uint32_t> ippc_failures{0};  // calls without an answer
-    std::atomic<std::uint32_t> engine_starts{0};  // times that the engine was initialised
 };
 
 inline client_health health;

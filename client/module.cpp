@@ -1,12 +1,9 @@
 // The engine as a whole, and its diagnostics.
-#include "client/health.h"
 #include "client/request.h"
 #include "pppoeia/client.h"
 
 int pppoeia_init() {
-    const int result = ia::call<pppoeia_init>();
-    if (result == 0) ++ia::health.engine_starts;
-    return result;
+    return ia::call<pppoeia_init>();
 }
 
 int pppoeia_fini() {

@@ -86,8 +86,7 @@ std::string metrics_text() {
            "When the management process began, seconds since 1970.",
            static_cast<std::uint64_t>(now.started));
     sample(out, "pppoeia_engine_restarts_total", "counter",
-           "Times that the engine was initialised after the first.",
-           now.engine_starts > 0 ? now.engine_starts - 1 : 0);
+           "Times that the engine was configured anew after it went.", now.engine_restarts);
     sample(out, "pppoeia_ippc_failures_total", "counter", "Calls that the engine did not answer.",
            now.ippc_failures);
     if (now.engine_answers) counters(out);

@@ -1,6 +1,7 @@
 #include "rpc/node_health.h"
 
 #include "client/health.h"
+#include "platform/bll/configFile.h"
 #include "pppoeia/client.h"
 
 #include <algorithm>
@@ -19,8 +20,9 @@ constexpr int engine_did_not_answer = 4;
 Health read_health() {
     pppoeia_stats unused{};
     const int asked = pppoeia_bridge_stats_get(pppoeia::m_default_bridge_name, &unused);
-    return {asked != engine_did_not_answer, health.engine_starts, health.ippc_failures,
-            process_start};
+    configFile::status_t kept{};
+    if (const auto &status = configFile::instance().status) status(kept);
+    return {asked != engine_did_not_answer, kept.restores, health.ippc_failures, process_start};
 }
 
 const char *build_compiler() {

@@ -12,7 +12,7 @@ namespace ia {
 
 struct Health {
     bool engine_answers;
-    std::uint32_t engine_starts;
+    std::uint32_t engine_restarts;
     std::uint32_t ippc_failures;
     std::time_t started;  // of this process
 };

@@ -80,7 +80,7 @@ rpcNodeStatus *rpc_node_status_1_svc(svc_req *) {
              text_of(build),
              now.started,
              now.engine_answers,
-             now.engine_starts,
+             now.engine_restarts,
              now.ippc_failures,
              CliConfig::instance().checkProfileMode()};
     return &reply;

@@ -38,6 +38,11 @@ void print_status(const Json &answer);
 Json show_metrics(Call &call);
 void print_metrics(const Json &answer);
 
+Json config_show(Call &call);
+Json config_diff(Call &call);
+Json config_save(Call &call);
+Json config_clear(Call &call);
+
 Json completion(Call &call);
 void print_text(const Json &answer);
 

@@ -90,6 +90,7 @@ constexpr Group group_rows[] = {
     {"set", "Change a setting"},
     {"unset", "Clear a setting"},
     {"format", "Formats of custom IDs"},
+    {"config", "Settings that survive"},
     {"diag", "Reports of the engine, on this terminal"},
     {"diag test", "Try ID formats on made-up data"},
 };
@@ -118,7 +119,8 @@ constexpr Command rows[] = {
     {"trace", "Discovery frames as the engine sees and leaves them",
         {{option("port", "Only of this port", Kind::port), count,
           option("pcap", "Also write them to a capture file", Kind::file)}}, trace, print_nothing},
-    {"metrics", "All counters as Prometheus text", {}, show_metrics, print_metrics},
+    {"metrics", "All counters as Prometheus text",
+        {{option("file", "Write it to this file, in one piece", Kind::file)}}, show_metrics, print_metrics},
 
     {"set state", "Whether the agent works", {{word(on_off)}}, change<rpc_pppoeia_set_state_1>, print_nothing},
     {"set vsa-mode", "Tags that come from servers", {{word(tag_modes)}}, change<rpc_pppoeia_set_vsa_mode_1>, print_nothing},
@@ -148,6 +150,11 @@ constexpr Command rows[] = {
     {"unset vlan-rid-format", "Remote-ID format of a port and VLAN", {{port(), vlan()}}, change<rpc_node_set_line_rid_format_1>, print_nothing},
 
     {"unset line", "All that is set for a port and VLAN", {{port(), vlan()}}, change<rpc_node_clear_line_1>, print_nothing},
+
+    {"config show", "All settings in force, as TOML", {}, config_show, print_text},
+    {"config diff", "What is in force and not saved, and the other way round", {}, config_diff, print_text},
+    {"config save", "Write the settings to their file", {}, config_save, print_nothing},
+    {"config clear", "Take every setting back to the node description's", {}, config_clear, print_nothing},
 
     {"diag dump", "The bridge's formats, entries and VLANs",
         {{Argument{"value", "Port number; all ports", Kind::text, !required, true}}}, diag<dump>, print_text},

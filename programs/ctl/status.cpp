@@ -2,8 +2,11 @@
 #include "programs/ctl/answers.h"
 #include "programs/ctl/screen.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <fstream>
 
 namespace ia::ctl {
 
@@ -21,15 +24,40 @@ std::string time_text(std::time_t seconds) {
 
 Json show_status(Call &call) {
     const rpcNodeStatus &now = call.agent().node(rpc_node_status_1);
+    const rpcNodeConfigStatus &kept = call.agent().node(rpc_node_config_status_1);
+    Json settings;
+    if (kept.result == 0 && kept.file[0])
+        settings = {{"file", kept.file},
+                    {"auto", kept.autoSave != 0},
+                    {"saved", kept.unsaved == 0},
+                    {"waiting", kept.waiting},
+                    {"problem", kept.problem[0] ? Json(kept.problem) : Json()}};
     return {{"status",
              {{"version", now.release},
               {"build", now.build},
               {"started", now.started},
               {"engine", now.engine != 0},
-              {"engine_restarts", now.engineStarts > 0 ? now.engineStarts - 1 : 0},
+              {"engine_restarts", now.engineRestarts},
               {"ippc_failures", now.ippcFailures},
-              {"profile_mode", now.profileMode != 0}}}};
+              {"profile_mode", now.profileMode != 0},
+              {"settings", settings}}}};
 }
+
+namespace {
+
+std::string settings_text(const Json &settings) {
+    if (settings.is_null()) return line("settings", "not kept: no file is described");
+    const char *saved = settings.at("saved").get<bool>() ? "saved in " : "not all saved in ";
+    std::string text = line("settings", saved + settings.at("file").get<std::string>() +
+                                            (settings.at("auto").get<bool>() ? ", by itself" : ""));
+    if (settings.at("waiting") != 0)
+        text += line("", settings.at("waiting").dump() + " wait for their port or VLAN");
+    if (!settings.at("problem").is_null())
+        text += line("", ink(Ink::red, printable(settings.at("problem").get<std::string>())));
+    return text;
+}
+
+}  // namespace
 
 void print_status(const Json &answer) {
     const Json &now = answer.at("status");
@@ -41,17 +69,35 @@ void print_status(const Json &answer) {
                 field("engine restarts", now.at("engine_restarts")) +
                 field("calls unanswered", now.at("ippc_failures")) +
                 line("configured by",
-                     now.at("profile_mode").get<bool>() ? "service profiles" : "operators"))
+                     now.at("profile_mode").get<bool>() ? "service profiles" : "operators") +
+                settings_text(now.at("settings")))
                    .c_str(),
                stdout);
 }
 
+namespace {
+
+// A collector that looks meanwhile finds the old file or the new one.
+void replace_file(const std::string &path, const std::string &text) {
+    const std::string beside = path + ".tmp";
+    const bool written = (std::ofstream(beside, std::ios::binary) << text).flush().good();
+    if (written && std::rename(beside.c_str(), path.c_str()) == 0) return;
+    const int error = errno;
+    std::remove(beside.c_str());
+    throw Refused(path + ": " + std::strerror(error));
+}
+
+}  // namespace
+
 Json show_metrics(Call &call) {
-    return {{"text", call.agent().node(rpc_node_metrics_1).text}};
+    const std::string text = call.agent().node(rpc_node_metrics_1).text;
+    if (!call.has("file")) return {{"text", text}};
+    replace_file(call.text("file"), text);
+    return {{"done", true}};
 }
 
 void print_metrics(const Json &answer) {
-    print_text(answer);
+    if (answer.contains("text")) print_text(answer);
 }
 
 void print_text(const Json &answer) {

@@ -8,7 +8,7 @@ import shutil
 import subprocess
 import unittest
 
-from lab import frames, testing
+from lab import frames, node, testing
 from lab.processes import Process
 from lab.topology import REPOSITORY, mac_of, programs
 
@@ -40,6 +40,7 @@ ANSWERS = [
     (FORMAT + LINE, "format check"),
     (["format", "macros"], "format macros"),
     (["metrics"], "metrics"),
+    (["metrics", "--file", "/run/lab/metrics.prom"], "metrics --file"),
     (["completion", "zsh"], "completion"),
     (["set", "cid-format", "$SHELF $PORT"], "set"),
     (["set", "role", "1/1/2", "both"], "set"),
@@ -49,6 +50,11 @@ ANSWERS = [
     (["show", "ports"], "show ports"),
     (["unset", "line", "1", "100"], "unset"),
     (["unset", "cid-format"], "unset"),
+    (["config", "diff"], "config diff"),
+    (["config", "save"], "config save"),
+    (["status"], "status"),
+    (["config", "show"], "config show"),
+    (["config", "clear"], "config clear"),
     (["reset"], "reset"),
     (["reset", "1/1/1"], "reset"),
 ]
@@ -59,6 +65,7 @@ STATUSES = [
     (["preview", "9"], 1, "port 9"),
     (["unset", "line", "1", "4000"], 1, "not found"),
     (["trace", "--count", "1", "--pcap", "/nowhere/file"], 1, "/nowhere/file"),
+    (["metrics", "--file", "/nowhere/file"], 1, "/nowhere/file: No such file or directory"),
     (["nonsense"], 2, "'nonsense' is not known here"),
     (["set", "role", "1", "boss"], 2, "disabled,client,server,both"),
     (["set", "vlan", "4096", "on"], 2, "4095"),
@@ -101,7 +108,8 @@ zpty -d z
 class Control(testing.LabTest):
     def setUp(self):
         super().setUp()
-        self.lab.start_engine()
+        file = self.lab.folder / "settings.toml"
+        self.lab.start_engine(f'[settings]\nfile = "{file}"\n' + node.description())
 
     def control(self, *words, status=0):
         got, said = self.lab.control(*words)
