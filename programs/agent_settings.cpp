@@ -26,7 +26,7 @@ void read(std::optional<Field> &field, Get get, Key... key) {
 
 template <std::size_t Size, class Get, class... Key>
 void read_text(std::optional<std::string> &field, Get get, Key... key) {
-    char stored[Size] = "";
+    char stored[Size] = {};
     if (get(key..., stored) == 0) field = stored;
 }
 

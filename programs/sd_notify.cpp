@@ -27,8 +27,9 @@ void sd_notify(const char *state) {
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
 
     const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    // Never wait for it: a service manager that does not listen stops nothing.
     const bool sent =
-        socket >= 0 && sendto(socket, state, std::strlen(state), MSG_NOSIGNAL,
+        socket >= 0 && sendto(socket, state, std::strlen(state), MSG_NOSIGNAL | MSG_DONTWAIT,
                               reinterpret_cast<const sockaddr *>(&address), length) >= 0;
     if (!sent) syslog(LOG_WARNING, "cannot notify %s: %s", name, std::strerror(errno));
     if (socket >= 0) close(socket);

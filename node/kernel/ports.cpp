@@ -9,7 +9,7 @@
 namespace ia::node {
 namespace {
 
-constexpr std::uint32_t around_mtu = ETHER_HDR_LEN + 3 * 4;
+constexpr std::uint32_t full_frame = ETHER_HDR_LEN + 3 * 4 + ETHERMTU;
 constexpr std::uint16_t lowest_ethertype = 0x0600;
 constexpr std::uint16_t ethertype_discovery = 0x8863;
 
@@ -60,8 +60,8 @@ std::uint32_t lowest_free(const std::set<std::uint32_t> &used) {
 }  // namespace
 
 std::uint32_t BridgeState::frame_max() const {
-    const auto payload = static_cast<std::uint32_t>(std::max(mtu, int{ETHERMTU}));
-    return std::min<std::uint32_t>(std::max(around_mtu + payload, description.max_pdu),
+    const auto of_device = static_cast<std::uint32_t>(ETHER_HDR_LEN + mtu);
+    return std::min<std::uint32_t>(std::max({full_frame, of_device, description.max_pdu}),
                                    FILTER_FRAME_MAX);
 }
 

@@ -27,8 +27,8 @@ struct BridgeState {
     int attached_mtu = 0;  // the pseudo device's, since then
     std::array<std::set<std::uint32_t>, FILTER_ROLES> slots;  // in use
 
-    // Largest frame that passes: a full one of the bridge device behind three
-    // tags, or what the description allows.
+    // Largest frame that passes: a full one behind three tags, or what the bridge
+    // device takes or the description allows.
     std::uint32_t frame_max() const;
 
     // A packet socket sends as much as the MTU and an Ethernet header.

@@ -11,6 +11,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 
 namespace ia::test {
@@ -59,7 +61,13 @@ EngineProcess::EngineProcess(const std::string &path) {
 
 EngineProcess::~EngineProcess() {
     close(control_);
-    if (pid_ > 0) waitpid(pid_, nullptr, 0);
+    if (pid_ <= 0) return;
+    int status = 0;
+    waitpid(pid_, &status, 0);
+    if (status == 0) return;
+    // What a sanitizer found there must not pass for the test's success.
+    std::fprintf(stderr, "the engine's process ended with status %d\n", status);
+    std::abort();
 }
 
 std::string EngineProcess::look(Look what) {

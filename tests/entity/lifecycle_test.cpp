@@ -151,16 +151,6 @@ TEST_F(Lifecycle, WithoutAnEngineNothingIsFollowed) {
     EXPECT_THAT(requests->take(), IsEmpty());
 }
 
-TEST_F(Lifecycle, WithoutGponNoOnuIsFollowed) {
-    look_like({});
-    ASSERT_TRUE(entity.start());
-    record();
-    look_like(gpon_node());  // the driver is there from now on
-    events[15].raise();
-    EXPECT_THAT(requests->take(), IsEmpty());
-    EXPECT_THAT(logged(), IsEmpty());
-}
-
 TEST_F(Lifecycle, DiagnosticCommandsAreRouted) {
     look_like({});
     ASSERT_TRUE(entity.start());

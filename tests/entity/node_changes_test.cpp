@@ -46,7 +46,7 @@ TEST_F(NodeChanges, EachNewBridgeGetsItsDefaults) {
     pppoeia_bridge_max_pdu_set("br0", 1400);
     ia::node::registry().change([](ia::node::NodeState &node) { node.facts.shelf = "S9"; });
     engine->look([] {
-        node().bridges.insert("br1");
+        add_node_bridge("br1");
         return std::string();
     });
     EXPECT_TRUE(entity.bridgeAdd("br1", 8));

@@ -49,7 +49,7 @@ TEST(Arrivals, HeldFirstAndToldLast) {
     follower().subscribe();
     Description node;
     node.bridges = {{.name = "br0"}};
-    node.vlans = {{.id = 7, .bridge = "br0"}};
+    node.vlans = {{.id = 7, .name = "", .bridge = "br0"}};
     node.interfaces = {port(1)};
     begin_registry(node);
     // Its bridge holds for a port that comes with it.

@@ -33,6 +33,16 @@ HOLDS_MEMORY(rpcResultPppoeiaVlanInfoList)
 HOLDS_MEMORY(rpcResultPppoeiaPortVlanInfoList)
 #undef HOLDS_MEMORY
 
+// A value as whatever type the stub takes it.
+template <class Value>
+struct Argument {
+    Value value;
+    template <class Wanted>
+    operator Wanted() const {
+        return static_cast<Wanted>(value);
+    }
+};
+
 // The agent as seen over one client handle. A reply lasts until the next call.
 class Agent {
 public:
@@ -46,7 +56,7 @@ public:
     template <class Stub, class... Arguments>
     auto &ask(Stub stub, Arguments... arguments) {
         release();
-        auto *const reply = stub(arguments..., client.get());
+        auto *const reply = stub(Argument<Arguments>{arguments}..., client.get());
         if (!reply) throw std::runtime_error(clnt_sperror(client.get(), "no reply"));
         if (const xdrproc_t routine = routine_of(reply))
             held = [this, routine, reply] { clnt_freeres(client.get(), routine, reply); };

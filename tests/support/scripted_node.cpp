@@ -66,6 +66,11 @@ void reset_node() {
     state = State{};
 }
 
+void add_node_bridge(const std::string &name) {
+    const std::scoped_lock lock(guard);
+    state.script.bridges.insert(name);
+}
+
 void send_to(const std::string &device, const Bytes &datagram) {
     if (send(peer(device), datagram.data(), datagram.size(), 0) < 0)
         throw std::runtime_error("cannot send to " + device);

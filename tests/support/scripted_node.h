@@ -37,6 +37,9 @@ struct ScriptedNode {
 ScriptedNode &node();
 void reset_node();
 
+// One more bridge, while other threads use the node.
+void add_node_bridge(const std::string &name);
+
 // The bridge module's side of a pseudo device. receive() waits up to two
 // seconds and gives nothing after that.
 void send_to(const std::string &device, const Bytes &datagram);

@@ -84,8 +84,7 @@ struct Refused {
 TEST(SettingsText, Refused) {
     const Refused rows[] = {
         {"no TOML", "[agent\n",
-         "FILE:1: Error while parsing table header: encountered end-of-line "
-         "while seeking closing ']'"},
+         "FILE:1: Error while parsing table header: expected ']', saw '\\n'"},
         {"an unknown section", "[ports]\n",
          "FILE:1: unknown section \"ports\", expected \"agent\", \"port\", \"vlan\" or "
          "\"port_vlan\""},
