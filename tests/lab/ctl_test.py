@@ -95,7 +95,7 @@ printf '%s\\n' "${COMPREPLY[@]}"
 ZSH = """
 zmodload zsh/zpty
 zpty z zsh -f -i
-zpty -w z 'autoload -U compinit; compinit -u -d /dev/null; PS1=READY; LISTMAX=1000'
+zpty -w z 'autoload -U compinit; compinit -u -D; PS1=READY; LISTMAX=1000'
 zpty -w z 'bindkey "^I" complete-word; zstyle ":completion:*" list-grouped false'
 zpty -w z 'source <("'$1'" completion zsh); print LOADED'
 zpty -r -m z line '*LOADED*LOADED*'
