@@ -10,7 +10,7 @@
 
 namespace ia::platform {
 
-inline constexpr std::size_t ippc_max_params = 8;   // of a request
+inline constexpr std::size_t ippc_max_params = 8;     // of a request
 inline constexpr std::size_t ippc_max_text = 64;      // bytes of a text handed back
 inline constexpr std::size_t ippc_max_output = 4096;  // bytes of any parameter handed back
 

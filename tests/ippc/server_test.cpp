@@ -137,7 +137,7 @@ TEST(Caller, RefusesParametersOutOfPlace) {
     std::uint32_t number = 7;
     EXPECT_NE(ippcFuncDataAddFuncParam(call, 1, 4, IPPC_INPUT, &number), 0);
     EXPECT_NE(ippcFuncDataAddFuncParam(call, 0, -4, IPPC_INPUT, &number), 0);
-    EXPECT_NE(ippcFuncDataAddFuncParam(call, 0, 65, IPPC_OUTPUT, &number), 0);
+    EXPECT_NE(ippcFuncDataAddFuncParam(call, 0, 0xFFFF, IPPC_OUTPUT, &number), 0);
     EXPECT_NE(ippcFuncDataAddFuncParam(call, 0, 4, 2, &number), 0);
     EXPECT_NE(ippcFuncDataAddFuncParam(call, 0, 4, IPPC_INPUT, nullptr), 0);
     EXPECT_NE(kvIppcCall("/nowhere", call), 0);  // a parameter is missing

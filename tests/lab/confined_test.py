@@ -55,7 +55,7 @@ class Confined(testing.LabTest):
             tool = str(programs() / "pppoeiactl")
             os.execv(tool, [tool, "diag", "dump"])
         said = b""
-        while b"br0" not in said:
+        while b"Global data" not in said:
             said += os.read(terminal, 4096)
         os.close(terminal)
         os.waitpid(pid, 0)

@@ -153,6 +153,7 @@ class ChangedDescription(ManagementTest):
     def test_the_engine_is_told_of_nothing_else(self):
         log = Syslog()
         self.addCleanup(log.close)
+        self.lab.add_idle_devices([f"line{port}" for port in range(100, 100 + self.PORTS)])
         self.lab.start_engine(self.description("first-{}".format), seconds=60)
         self.control("set", "log-level", "7")
         self.control("set", "shelf", "begin")
