@@ -131,8 +131,11 @@ void print_format(const Json &answer) {
         '\n';
     for (const Json &warning : format.at("warnings"))
         out += with_caret(source, warning.at("at"), warning.at("length")) +
-               ink(Ink::yellow, "warning") + ": " + warning.at("text").get<std::string>() + " (" +
-               warning.at("kind").get<std::string>() + ")\n\n";
+               ink(Ink::yellow, "warning") + ": " +
+               wrapped(warning.at("text").get<std::string>() + " (" +
+                           warning.at("kind").get<std::string>() + ')',
+                       sizeof "warning:") +
+               "\n\n";
     const Json &id = format.at("id");
     if (id.is_null())
         out += "Name a line to see the ID: --port N [--vlan V] [--cvid C] [--mac M]\n";

@@ -109,8 +109,23 @@ std::string table(const std::vector<Column> &columns, const Json &rows) {
     return out;
 }
 
+std::string wrapped(const std::string &text, std::size_t column) {
+    if (!on_terminal() || terminal_width() < 2 * column) return text;
+    const std::size_t room = terminal_width() - column;
+    std::string out;
+    std::string rest = text;
+    while (width_of(rest) > room) {
+        std::size_t end = rest.rfind(' ', room);
+        if (end == std::string::npos || end == 0) end = rest.find(' ');
+        if (end == std::string::npos) break;
+        out += rest.substr(0, end) + '\n' + std::string(column, ' ');
+        rest.erase(0, end + 1);
+    }
+    return out + rest;
+}
+
 std::string line(const std::string &name, const std::string &value) {
-    return padded(name, name_width, false) + ' ' + value + '\n';
+    return padded(name, name_width, false) + ' ' + wrapped(value, name_width + 1) + '\n';
 }
 
 std::string field(const std::string &name, const Json &value) {

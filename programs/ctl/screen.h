@@ -22,6 +22,10 @@ std::string table(const std::vector<Column> &columns, const Json &rows);
 std::string line(const std::string &name, const std::string &value);
 std::string field(const std::string &name, const Json &value);
 
+// The text from this column on; on a terminal it goes on there in the next line
+// when it is too long.
+std::string wrapped(const std::string &text, std::size_t column);
+
 // A value as people read it: "-" for null and for nothing.
 std::string shown(const Json &value);
 

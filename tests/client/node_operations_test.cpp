@@ -35,6 +35,40 @@ TEST_F(NodeOperations, TheirRequests) {
                                                   "0400 0000 04000000 2c010000")));
 }
 
+TEST_F(NodeOperations, RequestsOfThoseWhoWatch) {
+    Recorder recorder(path_);
+    const pppoeia_mac client = {{0x02, 0x00, 0x5E, 0x10, 0x00, 0x01}};
+    ia::macro_value_block value{};
+    EXPECT_NE(ia::macro_value("br0", 6, 1, 100, 0x0FFF, &client, &value), 0);
+    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0700 f2030000"
+                                                  "0000 0000 04000000 'br0' 00"
+                                                  "0400 0000 04000000 06000000"
+                                                  "0400 0000 04000000 01000000"
+                                                  "0200 0000 02000000 6400"
+                                                  "0200 0000 02000000 ff0f"
+                                                  "0600 0000 06000000 02005e100001"
+                                                  "8000 0100 00000000")));
+    std::uint64_t next = 0;
+    EXPECT_NE(ia::watch_frames(&next), 0);
+    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0100 f3030000"
+                                                  "0800 0100 00000000")));
+    ia::watched_frame frame{};
+    EXPECT_NE(ia::watched_frame_get(0x123456789A, &frame), 0);
+    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0200 f4030000"
+                                                  "0800 0000 08000000 9a78563412000000"
+                                                  "800c 0100 00000000")));
+}
+
+TEST_F(NodeOperations, NobodyWatchesUntilAsked) {
+    EngineProcess engine(path_);
+    std::uint64_t next = 99;
+    ia::watched_frame frame{};
+    EXPECT_EQ(ia::watched_frame_get(0, &frame), -2);
+    EXPECT_EQ(ia::watch_frames(&next), 0);
+    EXPECT_EQ(next, 0U);
+    EXPECT_EQ(ia::watched_frame_get(next, &frame), 1) << "none yet";
+}
+
 TEST_F(NodeOperations, HoldAndRelease) {
     EngineProcess engine(path_);
     const auto held = [] {
