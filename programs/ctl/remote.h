@@ -4,6 +4,7 @@
 #include "rpc/pppoeia.h"
 #include "rpc/pppoeia_node.h"
 
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -21,6 +22,33 @@ struct Unreachable : std::runtime_error {
 struct Refused : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
+
+// The XDR routine of a reply that holds memory; null for one that does not.
+template <class Reply>
+inline constexpr bool_t (*xdr_of)(XDR *, Reply *) = nullptr;
+template <>
+inline constexpr auto xdr_of<rpcNodeStatus> = xdr_rpcNodeStatus;
+template <>
+inline constexpr auto xdr_of<rpcNodePortList> = xdr_rpcNodePortList;
+template <>
+inline constexpr auto xdr_of<rpcNodeCountersReply> = xdr_rpcNodeCountersReply;
+template <>
+inline constexpr auto xdr_of<rpcNodeLine> = xdr_rpcNodeLine;
+template <>
+inline constexpr auto xdr_of<rpcNodeText> = xdr_rpcNodeText;
+template <>
+inline constexpr auto xdr_of<rpcNodeConfigStatus> = xdr_rpcNodeConfigStatus;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaInfo> = xdr_rpcResultPppoeiaInfo;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaIntfInfo> = xdr_rpcResultPppoeiaIntfInfo;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaIntfInfoList> = xdr_rpcResultPppoeiaIntfInfoList;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaVlanInfoList> = xdr_rpcResultPppoeiaVlanInfoList;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaPortVlanInfoList> =
+    xdr_rpcResultPppoeiaPortVlanInfoList;
 
 class Remote {
 public:
@@ -66,7 +94,20 @@ private:
                         Arguments... arguments) {
         const Reply *reply = stub(arguments..., client.get());
         if (!reply) throw_failure(client.get());
-        return *reply;
+        if constexpr (xdr_of<Reply> == nullptr)
+            return *reply;
+        else
+            return keep(stub, *reply);
+    }
+
+    // The stub forgets the memory of its earlier reply: it is freed here.
+    template <class Reply, class... Parameters>
+    static const Reply &keep(Reply *(*stub)(Parameters...), const Reply &reply) {
+        static std::map<Reply *(*)(Parameters...), Reply> last;
+        const auto [kept, first] = last.try_emplace(stub, reply);
+        if (first) return kept->second;
+        xdr_free(reinterpret_cast<xdrproc_t>(xdr_of<Reply>), &kept->second);
+        return kept->second = reply;
     }
 
     Client agent_;

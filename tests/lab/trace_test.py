@@ -127,7 +127,7 @@ class Trace(testing.LabTest):
         tracer.wait_line("watching")
         self.lab.wire("sub2").send(padi(mac_of("sub2")))  # of another port
         self.lab.wire("sub1").send(padi(mac_of("sub1"), stack=[(0x8100, 100)]))
-        self.assertEqual(tracer.wait(), 0)
+        self.assertEqual(tracer.wait(), 0, tracer.output())
         self.assertRegex(tracer.lines[-1], (
             r"^\d\d:\d\d:\d\d\.\d{6} 1/1/1 up PADI vlan 100 02:00:00:00:01:01 > ff:ff:ff:ff:ff:ff "
             r"tags Service-Name: forwarded cid 'KORVALEN:shelf1 eth 3/1/1/1:100' rid 'line-0001'$"))
@@ -139,7 +139,7 @@ class Trace(testing.LabTest):
         tracer.wait_line("watching")
         self.lab.wire("sub1").send(padi(mac_of("sub1"), frames.vendor_tag()))
         self.lab.wire("sub1").send(padi(mac_of("sub1")))
-        self.assertEqual(tracer.wait(), 0)
+        self.assertEqual(tracer.wait(), 0, tracer.output())
         for line in tracer.lines[1:]:
             jsonschema.validate(json.loads(line), {**schema, "$ref": "#/$defs/frame"})
 
