@@ -17,22 +17,24 @@ void overlay_each(Map &below, const Map &above) {
 }
 
 template <class Record>
-Record record_difference(Record now, const Record &base) {
+Record record_difference(const Record &now, const Record &base) {
+    Record left;
     each_field<Record>([&](auto field) {
-        if (now.*field == base.*field) (now.*field).reset();
+        if (now.*field && now.*field != base.*field) left.*field = now.*field;
     });
-    return now;
+    return left;
 }
 
 template <class Map>
 Map map_difference(const Map &now, const Map &base) {
     using Record = typename Map::mapped_type;
+    const Record nothing;
     Map differing;
     for (const auto &[key, record] : now) {
         const auto below = base.find(key);
         const Record left =
-            record_difference(record, below == base.end() ? Record() : below->second);
-        if (left != Record()) differing[key] = left;
+            record_difference(record, below == base.end() ? nothing : below->second);
+        if (left != nothing) differing.emplace(key, left);
     }
     return differing;
 }
