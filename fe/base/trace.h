@@ -49,7 +49,7 @@ void trace_call(const char *operation, Args... args) {
 
 // Traces an operation's outcome and hands it on.
 inline int trace_result(const char *operation, int result) {
-    pppoeia_log(7, "%s()=%d", operation, result);
+    if (tracing()) pppoeia_log(7, "%s()=%d", operation, result);
     return result;
 }
 
