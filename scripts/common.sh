@@ -6,6 +6,9 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 export PYTHONPATH=$PWD PYTHONDONTWRITEBYTECODE=1
 
+# With ccache: headers compiled once for many tests are no obstacle.
+export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+
 JOBS=$(nproc)
 export JOBS
 
@@ -21,6 +24,16 @@ build() {
         rm -f "$log"
         return 1
     fi
+}
+
+# build_labelled PRESET LABEL: only the programs of the tests with that label; a
+# test is named as its program.
+build_labelled() {
+    local targets
+    cmake --preset "$1" >/dev/null
+    targets=$(ctest --test-dir "build/$1" -L "$2" -N | sed -n 's/^ *Test *#[0-9]*: //p')
+    # shellcheck disable=SC2086  # a list of words
+    cmake --build --preset "$1" --target $targets | tail -1
 }
 
 # run_tests PRESET [ctest options]: the preset's tests, and why some did not run.

@@ -1,0 +1,4 @@
+// Nothing but the headers that the tests share.
+int main() {
+    return 0;
+}
