@@ -12,28 +12,31 @@ export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file
 JOBS=$(nproc)
 export JOBS
 
-# build PRESET: scripts/build, quiet unless it fails.
-build() {
-    local log
+# quiet COMMAND: its output only when it fails.
+quiet() {
+    local log status=0
     log=$(mktemp)
-    if scripts/build "$1" >"$log" 2>&1; then
-        echo "built preset $1"
-        rm -f "$log"
-    else
-        cat "$log"
-        rm -f "$log"
-        return 1
-    fi
+    "$@" >"$log" 2>&1 || status=$?
+    [ "$status" -eq 0 ] || cat "$log"
+    rm -f "$log"
+    return "$status"
+}
+
+# build PRESET: all of it.
+build() {
+    quiet scripts/build "$1"
+    echo "built preset $1"
 }
 
 # build_labelled PRESET LABEL: only the programs of the tests with that label; a
 # test is named as its program.
 build_labelled() {
     local targets
-    cmake --preset "$1" >/dev/null
+    quiet cmake --preset "$1"
     targets=$(ctest --test-dir "build/$1" -L "$2" -N | sed -n 's/^ *Test *#[0-9]*: //p')
     # shellcheck disable=SC2086  # a list of words
-    cmake --build --preset "$1" --target $targets | tail -1
+    quiet cmake --build --preset "$1" --target $targets
+    echo "built preset $1, tests with label $2"
 }
 
 # run_tests PRESET [ctest options]: the preset's tests, and why some did not run.
