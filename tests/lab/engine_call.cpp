@@ -1,7 +1,9 @@
 // Sets what only the client API can set in a running engine, from a process of
-// its own: the mode and formats of a port and VLAN of "br0".
+// its own: the mode and formats of a port and VLAN of "br0". Says what the engine
+// counted, a line for the bridge (0) and each port: the nine counters in order.
 //
 //   engine_call mode|cid-format|rid-format PORT VLAN VALUE
+//   engine_call stats PORT...
 //
 // Its own store mirrors the bridge with all its ports, so that the engine's
 // result is also the call's.
@@ -36,9 +38,29 @@ int set(const std::string &what, std::uint32_t port, std::uint16_t vlan, const c
     return -1;
 }
 
+int say_stats(std::uint32_t port) {
+    pppoeia_stats stats{};
+    const int result = port == 0 ? pppoeia_bridge_stats_get(bridge, &stats)
+                                 : pppoeia_port_stats_get(bridge, port, &stats);
+    if (result != 0) return result;
+    std::printf("%u %u %u %u %u %u %u %u %u %u\n", port, stats.padi, stats.padr, stats.pado,
+                stats.pads, stats.padt, stats.dropped, stats.unknown_code, stats.truncated,
+                stats.bypassed);
+    return 0;
+}
+
+int say_all_stats(int argc, char **argv) {
+    for (int i = 2; i < argc; ++i)
+        if (say_stats(static_cast<std::uint32_t>(std::strtoul(argv[i], nullptr, 10))) != 0)
+            return 1;
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
+    if (argc > 2 && std::string(argv[1]) == "stats")
+        return make_mirror() ? say_all_stats(argc, argv) : 2;
     if (argc != 5 || !make_mirror()) return 2;
     const auto number = [&](int at) { return std::strtoul(argv[at], nullptr, 10); };
     const int result = set(argv[1], static_cast<std::uint32_t>(number(2)),
