@@ -4,6 +4,9 @@
 //
 //   engine_call mode|cid-format|rid-format PORT VLAN VALUE
 //   engine_call stats PORT...
+//   engine_call fill PORT    formats for one VLAN after the other, until refused;
+//                            says how many there are, and the refusal
+//   engine_call clear PORT   takes them off again
 //
 // Its own store mirrors the bridge with all its ports, so that the engine's
 // result is also the call's.
@@ -49,22 +52,46 @@ int say_stats(std::uint32_t port) {
     return 0;
 }
 
-int say_all_stats(int argc, char **argv) {
-    for (int i = 2; i < argc; ++i)
-        if (say_stats(static_cast<std::uint32_t>(std::strtoul(argv[i], nullptr, 10))) != 0)
-            return 1;
+// Formats for one VLAN after the other, until the engine refuses.
+int fill(std::uint32_t port) {
+    constexpr char format[] = "a format of some length, for a VLAN of its own: $VLAN";
+    constexpr std::uint16_t last_vlan = 4094;
+    int result = 0;
+    std::uint16_t vlan = 0;
+    while (result == 0 && vlan < last_vlan)
+        result = pppoeia_remote_id_format_port_vlan_set(bridge, port, ++vlan, format);
+    std::printf("%u %d\n", result == 0 ? vlan : vlan - 1U, result);
     return 0;
+}
+
+int clear(std::uint32_t port) {
+    return clear_port_vlan(bridge, port);
+}
+
+std::uint32_t number_of(const char *text) {
+    return static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10));
+}
+
+// An operation on each of the ports that are named.
+int on_ports(int (*operation)(std::uint32_t), int argc, char **argv) {
+    for (int i = 2; i < argc; ++i)
+        if (const int result = operation(number_of(argv[i])); result != 0) return result;
+    return 0;
+}
+
+int run(const std::string &what, int argc, char **argv) {
+    if (what == "stats") return on_ports(say_stats, argc, argv);
+    if (what == "fill") return on_ports(fill, argc, argv);
+    if (what == "clear") return on_ports(clear, argc, argv);
+    if (argc != 5) return -1;
+    return set(what, number_of(argv[2]), static_cast<std::uint16_t>(number_of(argv[3])), argv[4]);
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
-    if (argc > 2 && std::string(argv[1]) == "stats")
-        return make_mirror() ? say_all_stats(argc, argv) : 2;
-    if (argc != 5 || !make_mirror()) return 2;
-    const auto number = [&](int at) { return std::strtoul(argv[at], nullptr, 10); };
-    const int result = set(argv[1], static_cast<std::uint32_t>(number(2)),
-                           static_cast<std::uint16_t>(number(3)), argv[4]);
+    if (argc < 3 || !make_mirror()) return 2;
+    const int result = run(argv[1], argc, argv);
     if (result != 0) std::fprintf(stderr, "the engine answered %d\n", result);
     return result != 0;
 }
