@@ -148,6 +148,12 @@ void Management::catch_up() {
     if (is_due(save_due_)) save_when_due();
 }
 
+bool Management::serves() {
+    if (framework_.serves()) return true;
+    log_error("remote calls are no longer served: the watchdog is not told");
+    return false;
+}
+
 std::optional<Management::Clock::time_point> Management::due() const {
     const std::lock_guard guard(lock_);
     std::optional<Clock::time_point> first;

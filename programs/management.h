@@ -42,6 +42,9 @@ public:
     // Does what the notices ask for. True when the engine was configured anew.
     bool attend();
 
+    // Whether the thread of remote calls is there; takes a tenth of a second.
+    bool serves();
+
     // When attend() is to be called without a notice; nothing: not at all.
     std::optional<Clock::time_point> due() const;
 
