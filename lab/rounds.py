@@ -16,7 +16,6 @@ from lab import frames, node, testing
 from lab.processes import wait_until
 from lab.topology import mac_of, programs
 
-ROUNDS = int(os.environ.get("PPPOEIA_ROUNDS", "2"))
 CONFIG_CALL = programs().parent / "tests" / "lab" / "config_call"
 LINES = {"sub1": 1, "sub2": 2}
 LIMIT = 3.0  # seconds until a subscriber is served again
@@ -45,6 +44,8 @@ class Traffic:
 
 
 class Rounds(testing.LabTest):
+    usual_rounds = 2
+
     def setUp(self):
         super().setUp()
         # Hundreds of calls from ports that only root can use, of which there are
@@ -126,11 +127,11 @@ class Rounds(testing.LabTest):
 
     # --- the rounds ---------------------------------------------------------------------
 
-    def rounds(self, lose, bring_back, count=None, peers=("sub1", "sub2")):
+    def rounds(self, lose, bring_back, peers=("sub1", "sub2")):
         """Loses something and brings it back, under traffic. `bring_back` gives
         the moment from which on subscribers are to be served again."""
         times = []
-        for number in range(count or ROUNDS):
+        for number in range(int(os.environ.get("PPPOEIA_ROUNDS", self.usual_rounds))):
             ids = self.change_settings(number)
             before = self.settings()
             server = self.lab.wire("bng")

@@ -31,6 +31,8 @@ with open(programs() / "pppoeia-fe", "rb") as engine:
 
 
 class Faults(Rounds):
+    usual_rounds = 1
+
     def back(self):
         """A process that has died is started again, as the service manager would."""
         begin = time.monotonic()
@@ -196,6 +198,8 @@ class Faults(Rounds):
 @unittest.skipIf(SANITIZED, "what is preloaded comes before the sanitizer")
 class ClockJumps(Rounds):
     """The wall clock as both processes see it; the machine's own is everybody's."""
+
+    usual_rounds = 1
 
     def start_all(self):
         self.clock = self.lab.folder / "clock"
