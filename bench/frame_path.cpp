@@ -178,8 +178,8 @@ struct PlanLoop {
     void operator()(std::size_t frames) {
         for (; frames > 0; --frames) {
             binary.clear();
-            run_plan(slot, format, *line.bridge, 1, 100, 5, reinterpret_cast<char *>(text.data()),
-                     binary);
+            const subscriber who = subscriber_of(*line.bridge, 1, 100, 5, ID_GEN_FRAME);
+            run_plan(plan_of(slot, format), who, reinterpret_cast<char *>(text.data()), binary);
         }
     }
 };

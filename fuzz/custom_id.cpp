@@ -85,11 +85,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     char out[64];
     if (type == ID_GEN_FRAME && format.find('\0') == std::string::npos) {
+        bridge.visits = 1;
         ia::plan_slot slot;
-        std::vector<std::uint8_t> planned;
-        for (int run = 0; run < 2; ++run) {
-            planned.clear();
-            ia::run_plan(slot, format.c_str(), bridge, line, vid, cvid, out, planned);
+        ia::line_slot kept;
+        const ia::subscriber who = ia::subscriber_of(bridge, line, vid, cvid, type);
+        const ia::format_plan *plan = ia::plan_of(slot, format.c_str());
+        ia::begin_line(kept, who, plan);
+        for (const ia::format_plan *run : {plan, folded_plan(*current_line(kept, who), who)}) {
+            std::vector<std::uint8_t> planned;
+            ia::run_plan(run, who, out, planned);
             MUST(planned == binary);
             MUST(out == std::string(id.substr(0, 63).c_str()));
         }

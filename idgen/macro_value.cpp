@@ -5,7 +5,7 @@
 #include "pppoeia/node.h"
 #include "store/bridge_list.h"
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
 
 namespace ia {
@@ -19,10 +19,11 @@ int fe_macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, 
     if (macro >= MACRO_COUNT) return refuse(__func__, -EINVAL);
     *out = {};
     if (macro_source *source = macro_rule_of(customIdFormat(macro)).source) {
-        std::string value;
+        std::array<char, MACRO_VALUE_MAX> room;
+        TextWriter value(room);
         source({*found, port, vid, cvid, *client}, value);
         out->known = 1;
-        copy_text(out->text, value);
+        copy_text(out->text, value.view());
     }
     return trace_result(__func__, 0);
 }

@@ -12,38 +12,42 @@ namespace {
 
 using enum macro_shape;
 
+constexpr bool lasts = true;
+constexpr bool asked = false;  // for each frame: it is the frame's, or the platform's
+
 constexpr std::array<macro_rule, MACRO_COUNT> rules = {{
-    {MACRO_SHELF, "SHELF", text, source::shelf, "shelf of the node"},
-    {MACRO_CHASSIS, "CHASSIS", number, source::chassis, "chassis number of the node"},
-    {MACRO_PANEL, "PANEL", text, source::panel, "panel label of the port"},
-    {MACRO_INTF_TYPE, "INTF_TYPE", text, source::intf_type, "type of the interface"},
-    {MACRO_AGENT_BOARD, "AGENT_BOARD", number, source::agent_board, "board of the node"},
-    {MACRO_BOARD, "BOARD", number, source::board, "always empty"},
-    {MACRO_PORT, "PORT", number, source::port, "port number in its place"},
-    {MACRO_PORT_REM_ID, "PORT_REM_ID", text, source::port_rem_id,
+    {MACRO_SHELF, "SHELF", text, source::shelf, lasts, "shelf of the node"},
+    {MACRO_CHASSIS, "CHASSIS", number, source::chassis, lasts, "chassis number of the node"},
+    {MACRO_PANEL, "PANEL", text, source::panel, lasts, "panel label of the port"},
+    {MACRO_INTF_TYPE, "INTF_TYPE", text, source::intf_type, lasts, "type of the interface"},
+    {MACRO_AGENT_BOARD, "AGENT_BOARD", number, source::agent_board, asked, "board of the node"},
+    {MACRO_BOARD, "BOARD", number, source::board, lasts, "always empty"},
+    {MACRO_PORT, "PORT", number, source::port, lasts, "port number in its place"},
+    {MACRO_PORT_REM_ID, "PORT_REM_ID", text, source::port_rem_id, lasts,
      "Remote ID of the port, else of its parent"},
-    {MACRO_INTF, "INTF", text, source::intf, "name of the interface"},
-    {MACRO_INTF_DSCR, "INTF_DSCR", text, source::intf_dscr,
+    {MACRO_INTF, "INTF", text, source::intf, lasts, "name of the interface"},
+    {MACRO_INTF_DSCR, "INTF_DSCR", text, source::intf_dscr, lasts,
      "description of the interface; of a GEM port its ONU's"},
-    {MACRO_ONU, "ONU", number, source::onu, "ONU number"},
-    {MACRO_VGEM, "VGEM", number, source::vgem, "GEM number"},
-    {MACRO_TCONT, "TCONT", number, nullptr, "never has a value"},
-    {MACRO_PVC_INTF, "PVC_INTF", number, source::pvc_intf, "number of the PVC interface"},
-    {MACRO_VPI, "VPI", number, source::vpi, "VPI of the PVC"},
-    {MACRO_VCI, "VCI", number, source::vci, "VCI of the PVC"},
-    {MACRO_CLNT_MAC, "CLNT_MAC", mac, source::clnt_mac, "address of the client"},
-    {MACRO_AGENT_MAC, "AGENT_MAC", mac, source::agent_mac, "address of the node"},
-    {MACRO_AGENT_IPV4, "AGENT_IPV4", ipv4, source::agent_ipv4, "IPv4 address of the node"},
-    {MACRO_AGENT_IPV6, "AGENT_IPV6", ipv6, source::agent_ipv6, "IPv6 address of the node"},
-    {MACRO_VLAN, "VLAN", number, source::vlan, "VLAN of the frame"},
-    {MACRO_VLAN_NAME, "VLAN_NAME", text, source::vlan_name, "name of that VLAN"},
-    {MACRO_CVID, "CVID", number, source::cvid, "customer VLAN; Circuit IDs only"},
-    {MACRO_SYSNAME, "SYSNAME", text, source::sysname, "name of the node"},
-    {MACRO_LOCATION, "LOCATION", text, source::location, "location of the node"},
-    {MACRO_CONTACT, "CONTACT", text, source::contact, "contact of the node"},
-    {MACRO_HEX, "HEX", user_hex, nullptr, "the bytes whose digits stand between '$' and the name"},
-    {MACRO_CPE_SERIAL, "CPE_SERIAL", text, source::cpe_serial, "serial number of the ONU"},
-    {MACRO_CPE_MAC, "CPE_MAC", mac, source::cpe_mac, "address of the ONU"},
+    {MACRO_ONU, "ONU", number, source::onu, lasts, "ONU number"},
+    {MACRO_VGEM, "VGEM", number, source::vgem, lasts, "GEM number"},
+    {MACRO_TCONT, "TCONT", number, nullptr, asked, "never has a value"},
+    {MACRO_PVC_INTF, "PVC_INTF", number, source::pvc_intf, lasts, "number of the PVC interface"},
+    {MACRO_VPI, "VPI", number, source::vpi, lasts, "VPI of the PVC"},
+    {MACRO_VCI, "VCI", number, source::vci, lasts, "VCI of the PVC"},
+    {MACRO_CLNT_MAC, "CLNT_MAC", mac, source::clnt_mac, asked, "address of the client"},
+    {MACRO_AGENT_MAC, "AGENT_MAC", mac, source::agent_mac, asked, "address of the node"},
+    {MACRO_AGENT_IPV4, "AGENT_IPV4", ipv4, source::agent_ipv4, asked, "IPv4 address of the node"},
+    {MACRO_AGENT_IPV6, "AGENT_IPV6", ipv6, source::agent_ipv6, asked, "IPv6 address of the node"},
+    {MACRO_VLAN, "VLAN", number, source::vlan, lasts, "VLAN of the frame"},
+    {MACRO_VLAN_NAME, "VLAN_NAME", text, source::vlan_name, lasts, "name of that VLAN"},
+    {MACRO_CVID, "CVID", number, source::cvid, lasts, "customer VLAN; Circuit IDs only"},
+    {MACRO_SYSNAME, "SYSNAME", text, source::sysname, lasts, "name of the node"},
+    {MACRO_LOCATION, "LOCATION", text, source::location, lasts, "location of the node"},
+    {MACRO_CONTACT, "CONTACT", text, source::contact, lasts, "contact of the node"},
+    {MACRO_HEX, "HEX", user_hex, nullptr, asked,
+     "the bytes whose digits stand between '$' and the name"},
+    {MACRO_CPE_SERIAL, "CPE_SERIAL", text, source::cpe_serial, lasts, "serial number of the ONU"},
+    {MACRO_CPE_MAC, "CPE_MAC", mac, source::cpe_mac, lasts, "address of the ONU"},
 }};
 
 constexpr bool rows_in_order() {
@@ -64,7 +68,7 @@ static_assert(std::ranges::all_of(rules, [](const macro_rule &rule) {
     return may_begin_macro_name(rule.name.front());
 }));
 
-constexpr macro_rule no_macro = {customIdFormat{MACRO_COUNT}, "N/A", none, nullptr, ""};
+constexpr macro_rule no_macro = {customIdFormat{MACRO_COUNT}, "N/A", none, nullptr, asked, ""};
 
 }  // namespace
 

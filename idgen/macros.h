@@ -4,6 +4,7 @@
 // A macro in a format is "$", an option block and a name, as in "$z4PORT".
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -75,10 +76,12 @@ bool macroAreFlagsValid(customIdFormat type, char flags, const std::string &deli
 namespace ia {
 
 struct subscriber;
+class TextWriter;
 
-// Writes a macro's value, which comes empty and stays empty, with a trace, when
-// it cannot be had.
-using macro_source = void(const subscriber &who, std::string &value);
+inline constexpr std::size_t MACRO_VALUE_MAX = 256;  // characters; no field is longer
+
+// Appends a macro's value; nothing, with a trace, when it cannot be had.
+using macro_source = void(const subscriber &who, TextWriter &value);
 
 // What a macro's value looks like, which decides the options it takes: hex for
 // all but texts, a delimiter for addresses.
@@ -97,6 +100,7 @@ struct macro_rule {
     std::string_view name;
     macro_shape shape;
     macro_source *source;  // null: no value can ever be had
+    bool lasts;            // for a port and its VLANs, until the bridge is configured
     std::string_view meaning;
 };
 

@@ -8,10 +8,12 @@
 #pragma once
 
 #include "idgen/macros.h"
+#include "idgen/resolver.h"
 #include "store/bridge.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,17 +36,37 @@ struct format_plan {
     std::string rest;  // behind the last step
 };
 
-format_plan make_plan(const std::string &format);
-
 // Whether plans may run: nothing is traced that only the rule would say.
 bool plans_run();
 
-// Writes the ID of the frame in the bridge's buffer, for the port, VLAN and
-// customer VLAN, to `out` (64 bytes, cut to 63 characters and terminated); fills
-// `binary`, which comes empty, when the ID is binary. The slot keeps the
-// format's plan, which is made anew when the format is another. Allocates
-// nothing once it has run for a format. The caller holds the bridge's lock.
-void run_plan(plan_slot &slot, const char *format, const pppoeia_bridge &bridge, std::uint32_t port,
-              std::uint16_t vid, std::uint16_t cvid, char *out, std::vector<std::uint8_t> &binary);
+// The format's plan, kept in the slot, where one made of another format gives
+// way; null when the format is empty.
+const format_plan *plan_of(plan_slot &slot, const char *format);
+
+// Writes the ID to `out` (64 bytes, cut to 63 characters and terminated); fills
+// `binary`, which comes empty, when the ID is binary. Empty without a plan.
+// Allocates nothing. The caller holds the bridge's lock.
+void run_plan(const format_plan *plan, const subscriber &who, char *out,
+              std::vector<std::uint8_t> &binary);
+
+// A plan for one port and its VLANs, with the values in it that last: most IDs of
+// a line differ in nothing or in the client's address. Good until anybody visits
+// the bridge.
+struct line_plan {
+    std::uint64_t visits = 0;  // of the bridge, when this was begun
+    std::uint16_t vid = 0;
+    std::uint16_t cvid = 0;
+    const format_plan *of = nullptr;
+    std::optional<format_plan> folded;  // with the line's second frame: one is not worth it
+};
+
+// The line's plan; null when the slot's is of another line or out of date. A
+// bridge that nobody has visited keeps none.
+line_plan *current_line(const line_slot &slot, const subscriber &who);
+
+// Begins the plan of another line, from the format's.
+void begin_line(line_slot &slot, const subscriber &who, const format_plan *plan);
+
+const format_plan *folded_plan(line_plan &line, const subscriber &who);
 
 }  // namespace ia

@@ -1,336 +1,40 @@
 #include "idgen/resolver.h"
 
 #include "diag/test_data.h"
-#include "fe/base/local_mac.h"
+#include "fe/base/text.h"
 #include "fe/base/trace.h"
 #include "idgen/debug.h"
 #include "idgen/frame_fields.h"
-#include "platform/ncfm.h"
-#include "store/accessors.h"
 
-#include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace ia {
-namespace {
 
-// The port with this id, deleted ports included; null when there is none. A
-// slot has its own id or, never used, 0. Id 0 (a port without parent) means a
-// never-used slot; these are all alike, and the last one can never be used.
-const pppoeia_port *find_port(const pppoeia_bridge &bridge, std::uint32_t id) {
-    const std::uint32_t slot = id == 0 ? bridge.port_limit : id;
-    if (slot == 0 || slot > bridge.port_limit) return nullptr;
-    const pppoeia_port &port = bridge.ports[slot - 1];
-    return port.port_id == id ? &port : nullptr;
+subscriber subscriber_of(const pppoeia_bridge &bridge, std::uint32_t port, std::uint16_t vid,
+                         std::uint16_t cvid, idGenType genType) {
+    if (genType == ID_GEN_FRAME)
+        return {bridge, port, vid, cvid, frame_field<pppoeia_mac>(bridge, FRAME_SOURCE_MAC)};
+    const customFormatTestData_t made_up = test_data();
+    if (genType == ID_GEN_TEST)
+        return {bridge, made_up.intfId, made_up.vlan, made_up.cvid, made_up.clntMac};
+    return {bridge, port, vid, made_up.cvid, made_up.clntMac};
 }
 
-const pppoeia_port *port_of(const subscriber &who) {
-    const pppoeia_port *port = find_port(who.bridge, who.port_id);
-    if (!port)
-        IA_TRACE("<%s> >> pppoeia_port_index_find_by_id failed for port %d", who.bridge.name,
-                 who.port_id);
-    return port;
-}
-
-const pppoeia_port *parent_of(const subscriber &who, const pppoeia_port &port) {
-    const pppoeia_port *parent = find_port(who.bridge, port.parent_id);
-    if (!parent)
-        IA_TRACE("<%s> >> pppoeia_port_index_find_by_id failed for parent port %d", who.bridge.name,
-                 port.parent_id);
-    return parent;
-}
-
-// The ONU that a GEM port, alone, has for a parent.
-const pppoeia_port *onu_of(const subscriber &who) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return nullptr;
-    if (port->intf_kind != INTF_KIND_GEM) {
-        IA_TRACE("<%s> >> invalid intf type for port %d", who.bridge.name, who.port_id);
-        return nullptr;
-    }
-    return parent_of(who, *port);
-}
-
-bool is_zero(const pppoeia_mac &mac) {
-    return std::ranges::all_of(mac.bytes, [](std::uint8_t byte) { return byte == 0; });
-}
-
-void put_mac(const pppoeia_mac &mac, std::string &text) {
-    static constexpr char digits[] = "0123456789ABCDEF";
-    std::array<char, 3 * sizeof mac.bytes - 1> pairs;
-    char *at = pairs.data();
-    for (const std::uint8_t byte : mac.bytes) {
-        if (at != pairs.data()) *at++ = ':';
-        *at++ = digits[byte >> 4];
-        *at++ = digits[byte & 0xF];
-    }
-    text.assign(pairs.data(), pairs.size());
-}
-
-// A PVC's number, signed: -1 when it was never set.
-void pvc_number(const subscriber &who, std::uint32_t pppoeia_port::*number, std::string &value) {
-    const pppoeia_port *port = find_port(who.bridge, who.port_id);
-    if (!port)
-        IA_TRACE("<%s> >> pppoeia_port_index_find failed for port %d'", who.bridge.name,
-                 who.port_id);
-    else if (port->intf_kind != INTF_KIND_ATM_PVC)
-        IA_TRACE("<%s> >> Non-PVC interface\n", who.bridge.name);
-    else
-        value = std::to_string(static_cast<std::int32_t>(port->*number));
-}
-
-}  // namespace
-
-namespace source {
-
-void shelf(const subscriber &who, std::string &value) {
-    value = who.bridge.shelf_id;
-}
-
-void chassis(const subscriber &who, std::string &value) {
-    value = std::to_string(static_cast<std::int32_t>(who.bridge.chassis_id));
-}
-
-void panel(const subscriber &who, std::string &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    const pppoeia_port_location &place = port->location;
-    if (place.panel_validity > 1)
-        IA_TRACE("<%s> >> Cannot read valid panel", who.bridge.name);
-    else
-        value.assign(place.panel, strnlen(place.panel, sizeof place.panel - 1));
-}
-
-void intf_type(const subscriber &who, std::string &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    value = port->intf_type;
-    if (value.empty()) IA_TRACE("<%s> >> Cannot read valid intf type", who.bridge.name);
-}
-
-void agent_board(const subscriber &who, std::string &value) {
-    std::uint8_t position = 0;
-    if (ncfmGetMyBoardPos(&position) == 0)
-        value = std::to_string(position);
-    else
-        IA_TRACE("<%s> >> Cannot read ncfmGetMyBoardPos", who.bridge.name);
-}
-
-void board(const subscriber &who, std::string &) {
-    IA_TRACE("<%s> >> Cannot read valid board type", who.bridge.name);
-}
-
-void port(const subscriber &who, std::string &value) {
-    if (const pppoeia_port *port = port_of(who)) value = std::to_string(port->location.port);
-}
-
-// A PVC or GEM port without a Remote ID of its own has its parent's.
-void port_rem_id(const subscriber &who, std::string &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    char remote_id[PPPOEIA_REMOTE_ID_SIZE];
-    if (br_port_remote_id_get(who.bridge, who.port_id, remote_id) != 0) {
-        IA_TRACE("<%s> >> pppoeia_port_remote_id_get failed for port %d", who.bridge.name,
-                 who.port_id);
-        return;
-    }
-    value = remote_id;
-    const bool may_inherit =
-        port->intf_kind == INTF_KIND_ATM_PVC || port->intf_kind == INTF_KIND_GEM;
-    if (!value.empty() || !may_inherit) return;
-    if (br_port_remote_id_get(who.bridge, port->parent_id, remote_id) != 0) {
-        IA_TRACE("<%s> >> pppoeia_port_remote_id_get failed for parent port %d", who.bridge.name,
-                 port->parent_id);
-        return;
-    }
-    IA_TRACE("<%s> >> Adding PORT_REM_ID from parent id: %d.", who.bridge.name, port->parent_id);
-    value = remote_id;
-}
-
-void intf(const subscriber &who, std::string &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    value = port->port_name;
-    if (value.empty()) IA_TRACE("<%s> >> Invalid port_id\n", who.bridge.name);
-}
-
-void intf_dscr(const subscriber &who, std::string &value) {
-    const pppoeia_port *port = port_of(who);
-    if (port && port->intf_kind == INTF_KIND_GEM) {
-        const std::uint32_t parent_id = port->parent_id;
-        port = parent_of(who, *port);
-        if (port)
-            IA_TRACE("<%s> >> Adding INTF_DSCR from parent id: %d.", who.bridge.name, parent_id);
-    }
-    if (port) value = port->intf_descr;
-}
-
-void onu(const subscriber &who, std::string &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    if (port->intf_kind == INTF_KIND_ONU || port->intf_kind == INTF_KIND_GEM)
-        value = std::to_string(port->location.onu_or_pvc);
-    else
-        IA_TRACE("<%s> >> Not ONU or GEM interface", who.bridge.name);
-}
-
-void vgem(const subscriber &who, std::string &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    if (port->intf_kind == INTF_KIND_GEM)
-        value = std::to_string(port->location.gem);
-    else
-        IA_TRACE("<%s> >> Not GEM interface", who.bridge.name);
-}
-
-void pvc_intf(const subscriber &who, std::string &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    if (port->intf_kind == INTF_KIND_ATM_PVC)
-        value = std::to_string(port->location.onu_or_pvc);
-    else
-        IA_TRACE("<%s> >> Non-PVC interface\n", who.bridge.name);
-}
-
-void vpi(const subscriber &who, std::string &value) {
-    pvc_number(who, &pppoeia_port::vpi, value);
-}
-
-void vci(const subscriber &who, std::string &value) {
-    pvc_number(who, &pppoeia_port::vci, value);
-}
-
-void clnt_mac(const subscriber &who, std::string &value) {
-    if (!who.client_mac)
-        IA_TRACE("<%s> >> Invalid frame )\n", who.bridge.name);
-    else if (is_zero(*who.client_mac))
-        IA_TRACE("<%s> >> MAC is NULL\n", who.bridge.name);
-    else
-        put_mac(*who.client_mac, value);
-}
-
-void agent_mac(const subscriber &who, std::string &value) {
-    pppoeia_mac mac{};
-    if (pppoeia_get_local_mac(mac.bytes) != 0)
-        IA_TRACE("<%s> >> pppoeia_get_local_mac failed\n", who.bridge.name);
-    else if (is_zero(mac))
-        IA_TRACE("<%s> >> MAC is NULL\n", who.bridge.name);
-    else
-        put_mac(mac, value);
-}
-
-// The address of the node's management interface.
-void agent_ipv4(const subscriber &who, std::string &value) {
-    const auto &ports = who.bridge.ports;
-    const auto management =
-        std::ranges::find(ports, INTF_KIND_MANAGEMENT, &pppoeia_port::intf_kind);
-    if (management == ports.end()) {
-        IA_TRACE("<%s> >> pppoeia_port_index_find_by_type failed for port %d\n", who.bridge.name,
-                 who.port_id);
-        return;
-    }
-    ncfm_interface request{};
-    std::memcpy(request.name, management->dev_name, sizeof request.name - 1);
-    const auto &ip = request.ipv4;
-    if (ncfmGetInterface(&request) != 0 || (ip[0] | ip[1] | ip[2] | ip[3]) == 0) {
-        IA_TRACE("<%s> >> ip NULL \n", who.bridge.name);
-        return;
-    }
-    for (const std::uint8_t octet : ip) {
-        if (!value.empty()) value += '.';
-        value += std::to_string(octet);
-    }
-}
-
-void agent_ipv6(const subscriber &who, std::string &value) {
-    ncfm_ipv6 block{};
-    if (ncfmGetIpv6(&block) != 0) {
-        IA_TRACE("<%s> >> getIpv6Addr: ncfmGetIpv6 has failed\n", who.bridge.name);
-        return;
-    }
-    value.assign(block.address, strnlen(block.address, sizeof block.address));
-    if (value.empty()) IA_TRACE("<%s> >> ipv6_addr is NULL\n", who.bridge.name);
-    for (char &c : value)
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-}
-
-void vlan(const subscriber &who, std::string &value) {
-    if (is_vlan(who.vid))
-        value = std::to_string(who.vid);
-    else
-        IA_TRACE("<%s> >> Invalid VLAN\n", who.bridge.name);
-}
-
-void vlan_name(const subscriber &who, std::string &value) {
-    if (!is_vlan(who.vid)) {
-        IA_TRACE("<%s> >> Invalid VLAN\n", who.bridge.name);
-        return;
-    }
-    const auto entry = who.bridge.vlans.find(who.vid);
-    if (entry != who.bridge.vlans.end())
-        value = entry->second.name;
-    else
-        IA_TRACE("<%s> >> Cannot read VLAN name\n", who.bridge.name);
-}
-
-void cvid(const subscriber &who, std::string &value) {
-    if (is_vlan(who.cvid))
-        value = std::to_string(who.cvid);
-    else
-        IA_TRACE("<%s> >> Invalid CVID\n", who.bridge.name);
-}
-
-void sysname(const subscriber &who, std::string &value) {
-    value = who.bridge.sysname;
-}
-
-void location(const subscriber &who, std::string &value) {
-    value = who.bridge.location;
-}
-
-void contact(const subscriber &who, std::string &value) {
-    value = who.bridge.contact;
-}
-
-void cpe_serial(const subscriber &who, std::string &value) {
-    if (const pppoeia_port *onu = onu_of(who)) value = onu->cpe_serial;
-}
-
-void cpe_mac(const subscriber &who, std::string &value) {
-    const pppoeia_port *onu = onu_of(who);
-    if (!onu) return;
-    if (is_zero(onu->cpe_mac))
-        IA_TRACE("<%s> >> MAC is NULL", who.bridge.name);
-    else
-        put_mac(onu->cpe_mac, value);
-}
-
-}  // namespace source
 }  // namespace ia
 
 bool getMacroStringValue(const pppoeia_bridge *bridge, customIdFormat type, std::string &value,
                          unsigned intfId, idGenType genType, unsigned short vid,
                          unsigned short cvid) {
     value.clear();
-    ia::subscriber who{*bridge, intfId, vid, cvid, std::nullopt};
-    if (genType == ID_GEN_FRAME) {
-        who.client_mac = ia::frame_field<pppoeia_mac>(*bridge, ia::FRAME_SOURCE_MAC);
-    } else {
-        const customFormatTestData_t made_up = ia::test_data();
-        who.cvid = made_up.cvid;
-        who.client_mac = made_up.clntMac;
-        if (genType == ID_GEN_TEST) {
-            who.port_id = made_up.intfId;
-            who.vid = made_up.vlan;
-        }
-    }
     ia::macro_source *source = ia::macro_rule_of(type).source;
     if (!source) {
         IA_TRACE("<%s> >> Unknown macro: %d.\n", bridge->name, type);
         return false;
     }
-    source(who, value);
+    std::array<char, ia::MACRO_VALUE_MAX> room;
+    ia::TextWriter text(room);
+    source(ia::subscriber_of(*bridge, intfId, vid, cvid, genType), text);
+    value = text.view();
     IA_ID_DEBUG("macro %s is '%s'", macroFormatTypeToString(type).c_str(), value.c_str());
     return true;
 }

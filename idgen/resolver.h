@@ -26,6 +26,16 @@ constexpr bool is_vlan(std::uint16_t vid) {
     return (vid & NO_VLAN) != NO_VLAN;
 }
 
+// The port with this id, deleted ports included; null when there is none. A
+// slot has its own id or, never used, 0. Id 0 (a port without parent) means a
+// never-used slot; these are all alike, and the last one can never be used.
+inline const pppoeia_port *find_port(const pppoeia_bridge &bridge, std::uint32_t id) {
+    const std::uint32_t slot = id == 0 ? bridge.port_limit : id;
+    if (slot == 0 || slot > bridge.port_limit) return nullptr;
+    const pppoeia_port &port = bridge.ports[slot - 1];
+    return port.port_id == id ? &port : nullptr;
+}
+
 // Whose ID is made.
 struct subscriber {
     const pppoeia_bridge &bridge;
@@ -33,7 +43,11 @@ struct subscriber {
     std::uint16_t vid;
     std::uint16_t cvid;
     std::optional<pppoeia_mac> client_mac;  // nothing without a frame
+    const pppoeia_port *port = find_port(bridge, port_id);
 };
+
+subscriber subscriber_of(const pppoeia_bridge &bridge, std::uint32_t port, std::uint16_t vid,
+                         std::uint16_t cvid, idGenType genType);
 
 namespace source {
 

@@ -1,6 +1,7 @@
 #include "idgen/selection.h"
 
 #include "diag/test_data.h"
+#include "fe/base/text.h"
 #include "fe/base/trace.h"
 #include "idgen/assembly.h"
 #include "idgen/debug.h"
@@ -12,10 +13,7 @@
 #include "store/accessors.h"
 #include "store/bridge_list.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <charconv>
-#include <concepts>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -25,31 +23,23 @@ namespace {
 using ia::is_vlan;
 using ia::NO_VLAN;
 
-// Writes an ID into the caller's 64 bytes, always terminated; what does not fit
-// is left out.
-class IdWriter {
+// Writes an ID into the caller's 64 bytes, terminated when it is done; what does
+// not fit is left out.
+class IdWriter : public ia::TextWriter {
 public:
-    explicit IdWriter(char *out) : at_(out), last_(out + GENERATED_ID_MAX) { *at_ = '\0'; }
-
-    IdWriter &operator<<(std::string_view text) {
-        const std::size_t length = std::min(text.size(), static_cast<std::size_t>(last_ - at_));
-        std::memcpy(at_, text.data(), length);
-        at_ += length;
-        *at_ = '\0';
-        return *this;
-    }
-
-    // In signed decimal.
-    IdWriter &operator<<(std::integral auto number) {
-        char digits[12];
-        const auto end = std::to_chars(digits, std::end(digits), static_cast<int>(number)).ptr;
-        return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
-    }
+    explicit IdWriter(char *out) : TextWriter({out, GENERATED_ID_MAX}), out_(out) {}
+    IdWriter(const IdWriter &) = delete;
+    IdWriter &operator=(const IdWriter &) = delete;
+    ~IdWriter() { out_[size()] = '\0'; }
 
 private:
-    char *at_;
-    char *last_;  // where the last terminator may stand
+    char *out_;
 };
+
+// As the forms print numbers.
+std::int32_t decimal(std::uint32_t number) {
+    return static_cast<std::int32_t>(number);
+}
 
 std::optional<std::uint32_t> circuit_id_mode(const pppoeia_bridge &bridge, const pppoeia_port &port,
                                              std::uint16_t vid) {
@@ -91,7 +81,7 @@ line_vlans vlans_of(const pppoeia_bridge &bridge, std::uint16_t vid, idGenType g
 void write_ethernet_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port &port,
                          std::uint16_t vid, idGenType genType) {
     IdWriter id(out);
-    id << bridge.vendor << ":" << bridge.shelf_id << " eth " << bridge.board_pos << "/"
+    id << bridge.vendor << ":" << bridge.shelf_id << " eth " << decimal(bridge.board_pos) << "/"
        << port.port_name;
     if (!is_vlan(vid)) {
         id << ":<vid>";
@@ -111,8 +101,8 @@ void write_atm_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port 
     std::uint32_t parent = 0;
     if (br_port_pvc_get(bridge, port.port_id, &vpi, &vci) != 0) return;
     if (br_port_parent_get(bridge, port.port_id, &parent) != 0) return;
-    IdWriter(out) << bridge.vendor << ":" << bridge.shelf_id << " atm " << bridge.board_pos << "/"
-                  << parent << ":" << vpi << "." << vci;
+    IdWriter(out) << bridge.vendor << ":" << bridge.shelf_id << " atm " << decimal(bridge.board_pos)
+                  << "/" << decimal(parent) << ":" << decimal(vpi) << "." << decimal(vci);
 }
 
 // Where the formats of one kind of ID are.
@@ -124,6 +114,7 @@ struct id_kind {
     char (pppoeia_port_vlan::*port_vlan_text)[PPPOEIA_FORMAT_SIZE];
     ia::plan_slot &(*port_vlan_plan)(const pppoeia_port_vlan &);
     ia::plan_slot &(*bridge_plan)(const pppoeia_bridge &);
+    ia::line_slot &(*line_plan)(const pppoeia_port &);
 };
 
 template <class Record>
@@ -136,20 +127,30 @@ ia::plan_slot &remote_plan(const Record &record) {
     return record.rid_plan;
 }
 
+ia::line_slot &circuit_line(const pppoeia_port &port) {
+    return port.cid_line;
+}
+
+ia::line_slot &remote_line(const pppoeia_port &port) {
+    return port.rid_line;
+}
+
 constexpr id_kind CIRCUIT_ID = {"CID",
                                 br_circuit_id_format_port_vlan_get,
                                 &pppoeia_bridge::cid_format,
                                 "br_circuit_id_format_get",
                                 &pppoeia_port_vlan::cid_format,
                                 circuit_plan,
-                                circuit_plan};
+                                circuit_plan,
+                                circuit_line};
 constexpr id_kind REMOTE_ID = {"RID",
                                br_remote_id_format_port_vlan_get,
                                &pppoeia_bridge::rid_format,
                                "br_remote_id_format_get",
                                &pppoeia_port_vlan::rid_format,
                                remote_plan,
-                               remote_plan};
+                               remote_plan,
+                               remote_line};
 
 // The format for the port and VLAN, else the bridge's; null when both are empty.
 // `buffer` keeps it.
@@ -171,20 +172,28 @@ const char *choose_format(const id_kind &kind, const pppoeia_bridge &bridge, std
     return nullptr;
 }
 
-// The frame path: the same ID by the format's plan.
+const ia::format_plan *find_plan(const id_kind &kind, const pppoeia_bridge &bridge,
+                                 const pppoeia_port *port, std::uint16_t vid) {
+    if (port) {
+        const auto entry = port->port_vlans.find(vid);
+        if (entry != port->port_vlans.end() && (entry->second.*kind.port_vlan_text)[0] != '\0')
+            return ia::plan_of(kind.port_vlan_plan(entry->second),
+                               entry->second.*kind.port_vlan_text);
+    }
+    return ia::plan_of(kind.bridge_plan(bridge), bridge.*kind.bridge_format);
+}
+
+// The frame path: the same ID by the format's plan, or by the line's.
 void write_planned_id(const id_kind &kind, char *out, const pppoeia_bridge &bridge,
                       std::uint32_t port_id, std::uint16_t vid, std::uint16_t cvid,
                       std::vector<std::uint8_t> &binId) {
+    const ia::subscriber who = ia::subscriber_of(bridge, port_id, vid, cvid, ID_GEN_FRAME);
     const pppoeia_port *port = bridge.port(port_id);
-    const auto entry = port ? port->port_vlans.find(vid) : pppoeia_port_vlan_list::const_iterator();
-    const bool own =
-        port && entry != port->port_vlans.end() && (entry->second.*kind.port_vlan_text)[0] != '\0';
-    const char *format = own ? entry->second.*kind.port_vlan_text : bridge.*kind.bridge_format;
-    ia::plan_slot &slot = own ? kind.port_vlan_plan(entry->second) : kind.bridge_plan(bridge);
-    if (format[0] == '\0')
-        out[0] = '\0';
-    else
-        ia::run_plan(slot, format, bridge, port_id, vid, cvid, out, binId);
+    if (ia::line_plan *line = port ? ia::current_line(kind.line_plan(*port), who) : nullptr)
+        return ia::run_plan(ia::folded_plan(*line, who), who, out, binId);
+    const ia::format_plan *plan = find_plan(kind, bridge, port, vid);
+    if (port) ia::begin_line(kind.line_plan(*port), who, plan);
+    ia::run_plan(plan, who, out, binId);
 }
 
 void write_custom_id(const id_kind &kind, char *out, const pppoeia_bridge &bridge,

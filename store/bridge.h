@@ -20,7 +20,9 @@ namespace ia {
 // What the ID generation has made of a format; its own, and never of interest to
 // anybody else. Under the bridge's lock like the format.
 struct format_plan;
+struct line_plan;
 using plan_slot = std::shared_ptr<const format_plan>;
+using line_slot = std::shared_ptr<line_plan>;
 
 class Batch;  // the worker's frames in hand (fe/batch.h)
 
@@ -68,6 +70,8 @@ struct pppoeia_port {
     std::uint32_t parent_id = 0;
     std::uint32_t intf_kind = 0;
     pppoeia_port_vlan_list port_vlans;
+    mutable ia::line_slot cid_line;
+    mutable ia::line_slot rid_line;
 
     bool present() const { return dev_name[0] != '\0'; }
 
@@ -89,6 +93,12 @@ struct pppoeia_bridge {
     pppoeia_bridge(std::string_view bridge_name, std::uint32_t num_ports);
 
     std::mutex lock;
+
+    // How often anybody but the worker had the lock: what was made of the
+    // configuration before the last time may be out of date.
+    std::uint64_t visits = 0;
+    mutable std::uint64_t management_sought = 0;  // at this visit; 0: never
+    mutable const pppoeia_port *management = nullptr;
 
     // configuration
     char name[17] = "";

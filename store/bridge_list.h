@@ -34,11 +34,13 @@ void bridge_list_link(BridgePtr bridge);
 BridgePtr bridge_list_unlink(const char *name);
 
 // Finds a bridge and holds its lock for as long as this object lives. False
-// when there is no such bridge.
+// when there is no such bridge. The only way to a bridge, but for its worker's.
 class LockedBridge {
 public:
     explicit LockedBridge(const char *name) : bridge_(bridge_list_find(name)) {
-        if (bridge_) lock_ = std::unique_lock(bridge_->lock);
+        if (!bridge_) return;
+        lock_ = std::unique_lock(bridge_->lock);
+        ++bridge_->visits;
     }
 
     explicit operator bool() const { return bridge_ != nullptr; }

@@ -1,30 +1,48 @@
 #include "platform/ncfm.h"
 
+#include "node/linux/address_events.h"
 #include "node/linux/ncfm.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <netinet/in.h>
+#include <algorithm>
+#include <array>
 #include <cstring>
+#include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace {
 
-struct Facts {
-    std::uint8_t board;
+using ia::node::AddressEvents;
+using Ipv4 = std::array<std::uint8_t, 4>;
+
+// What the node is, and its addresses as far as they were asked for. Addresses
+// are asked for with each frame of some formats, and reading them all takes
+// milliseconds on a node of thousands of devices: so they are kept until the
+// kernel says that some device or address is another.
+struct Node {
+    std::uint8_t board = 0;
     std::string management_device;
+    AddressEvents events;
+    std::map<std::string, std::optional<Ipv4>, std::less<>> ipv4;  // by the name asked for
+    std::optional<std::optional<std::string>> ipv6;                // of the management device
 };
 
-std::mutex facts_lock;
-std::optional<Facts> known;
+std::mutex node_lock;
+std::optional<Node> this_node;
 
-std::optional<Facts> facts() {
-    const std::lock_guard guard(facts_lock);
-    return known;
+// To be called under the lock.
+void forget_what_changed() {
+    if (!this_node->events.any()) return;
+    this_node->ipv4.clear();
+    this_node->ipv6.reset();
 }
 
 // A device's own name; it may be asked for by an alternative one, which the
@@ -56,44 +74,70 @@ bool each_address(const std::string &device, int family, Take take) {
     return true;
 }
 
+std::optional<Ipv4> read_ipv4(const char *name) {
+    const std::string device = device_name(name);
+    std::optional<Ipv4> found;
+    if (device.empty()) return found;
+    each_address<sockaddr_in>(device, AF_INET, [&](const sockaddr_in &address) {
+        std::memcpy(found.emplace().data(), &address.sin_addr, sizeof(Ipv4));
+        return true;
+    });
+    return found;
+}
+
+// Empty without a global address; nothing without the device.
+std::optional<std::string> read_ipv6(const std::string &name) {
+    const std::string device = device_name(name.c_str());
+    if (device.empty()) return std::nullopt;
+    char text[INET6_ADDRSTRLEN] = "";
+    const bool read = each_address<sockaddr_in6>(device, AF_INET6, [&](const sockaddr_in6 &found) {
+        return is_global(found.sin6_addr) &&
+               inet_ntop(AF_INET6, &found.sin6_addr, text, sizeof text);
+    });
+    return read ? std::optional<std::string>(text) : std::nullopt;
+}
+
 }  // namespace
 
 namespace ia::node {
 
 void describe_node(const Description &description) {
-    const std::lock_guard guard(facts_lock);
-    known = Facts{description.board, description.management_device};
+    const std::lock_guard guard(node_lock);
+    this_node.emplace();
+    this_node->board = description.board;
+    this_node->management_device = description.management_device;
 }
 
 }  // namespace ia::node
 
 int ncfmGetMyBoardPos(std::uint8_t *position) {
-    const auto node = facts();
-    if (!node) return -1;
-    *position = node->board;
+    const std::lock_guard guard(node_lock);
+    if (!this_node) return -1;
+    *position = this_node->board;
     return 0;
 }
 
 int ncfmGetIpv6(ncfm_ipv6 *block) {
-    const auto node = facts();
-    if (!node) return -1;
-    const std::string device = device_name(node->management_device.c_str());
-    if (device.empty()) return -1;
-    const bool read = each_address<sockaddr_in6>(device, AF_INET6, [&](const sockaddr_in6 &found) {
-        return is_global(found.sin6_addr) &&
-               inet_ntop(AF_INET6, &found.sin6_addr, block->address, sizeof block->address);
-    });
-    return read ? 0 : -1;
+    const std::lock_guard guard(node_lock);
+    if (!this_node) return -1;
+    forget_what_changed();
+    if (!this_node->ipv6) this_node->ipv6 = read_ipv6(this_node->management_device);
+    const std::optional<std::string> &address = *this_node->ipv6;
+    if (!address) return -1;
+    block->address[address->copy(block->address, sizeof block->address - 1)] = '\0';
+    return 0;
 }
 
 int ncfmGetInterface(ncfm_interface *block) {
-    if (!std::memchr(block->name, '\0', sizeof block->name)) return -1;
-    const std::string device = device_name(block->name);
-    bool found = false;
-    if (device.empty()) return -1;
-    each_address<sockaddr_in>(device, AF_INET, [&](const sockaddr_in &address) {
-        std::memcpy(block->ipv4, &address.sin_addr, sizeof block->ipv4);
-        return found = true;
-    });
-    return found ? 0 : -1;
+    const std::string_view name(block->name, strnlen(block->name, sizeof block->name));
+    if (name.size() == sizeof block->name) return -1;
+    const std::lock_guard guard(node_lock);
+    if (!this_node) return -1;
+    forget_what_changed();
+    auto known = this_node->ipv4.find(name);
+    if (known == this_node->ipv4.end())
+        known = this_node->ipv4.emplace(name, read_ipv4(block->name)).first;
+    if (!known->second) return -1;
+    std::ranges::copy(*known->second, block->ipv4);
+    return 0;
 }

@@ -45,8 +45,8 @@ TEST(Allocation, IsNotNeededForTheDefaultIds) {
     EXPECT_GT(before, 0U);  // the bridge's own: they are counted
 }
 
-// The first frame of a format makes its plan.
-TEST(Allocation, IsNotNeededForCustomIdsButOnce) {
+// The first frame of a format makes its plan, the second of a line the line's.
+TEST(Allocation, IsNotNeededForCustomIdsButTwice) {
     pppoeia_bridge bridge("br0", 13);
     fill(bridge);
     receive_frame(bridge, 100, 5);
@@ -57,12 +57,14 @@ TEST(Allocation, IsNotNeededForCustomIdsButOnce) {
          {"$SHELF $z20PORT $d-CLNT_MAC $AGENT_IPV4 $PORT_REM_ID $CPE_SERIAL",
           "line $hVLAN$hCLNT_MAC$hAGENT_IPV4$FFFFFFHEX", "$z-AGENT_IPV6 $hAGENT_IPV6"}) {
         std::snprintf(bridge.cid_format, sizeof bridge.cid_format, "%s", format);
+        ++bridge.visits;
         char out[64] = "";
         std::vector<std::uint8_t> binary;
         const auto build = [&] {
             binary.clear();
             pppoeia_build_circuit_id(out, &bridge, &port, 100, binary, ID_GEN_FRAME);
         };
+        build();
         build();
         const std::size_t before = allocations;
         build();

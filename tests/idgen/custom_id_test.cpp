@@ -18,6 +18,7 @@ protected:
     CustomId() {
         fill(bridge_);
         receive_frame(bridge_, 100, 5);
+        bridge_.visits = 1;
     }
 
     std::string make(const std::string &format, std::uint32_t port = GEM, std::uint16_t vid = 100,
@@ -29,14 +30,20 @@ protected:
         return id;
     }
 
-    // The frame path's plan, made anew and run again, gives what the rule gave.
+    // The frame path's plan, made anew, run again, and folded for the line, gives what
+    // the rule gave.
     void expect_planned(const std::string &format, const std::string &id, std::uint32_t port,
                         std::uint16_t vid) {
-        char out[64];
         ia::plan_slot slot;
-        for (int run = 0; run < 2; ++run) {
+        ia::line_slot line;
+        const ia::subscriber who = ia::subscriber_of(bridge_, port, vid, 5, ID_GEN_FRAME);
+        const ia::format_plan *plan = ia::plan_of(slot, format.c_str());
+        begin_line(line, who, plan);
+        for (const ia::format_plan *run :
+             {plan, plan, folded_plan(*current_line(line, who), who)}) {
+            char out[64];
             std::vector<std::uint8_t> planned;
-            ia::run_plan(slot, format.c_str(), bridge_, port, vid, 5, out, planned);
+            ia::run_plan(run, who, out, planned);
             EXPECT_EQ(out, id.substr(0, 63)) << format;
             EXPECT_EQ(planned, binary_) << format;
         }

@@ -35,6 +35,7 @@ protected:
                                  "ip link property add dev eth9 altname mng0;"
                                  "ip addr add 192.0.2.7/24 dev eth9;"
                                  "ip link add mng1 up type bridge"));
+        describe_node({});  // of this namespace
     }
 
     static int describe_and_get(const char *device, ncfm_ipv6 &block) {
@@ -71,6 +72,22 @@ TEST_F(Information, Ipv4ByEitherName) {
         EXPECT_NE(0, ncfmGetInterface(&block)) << name;
         EXPECT_THAT(block.ipv4, ElementsAre(0, 0, 0, 0)) << name;
     }
+}
+
+// What was read is kept, but never beyond a change.
+TEST_F(Information, AddressesAreFollowed) {
+    ncfm_interface block = interface("mng0");
+    ASSERT_EQ(0, ncfmGetInterface(&block));
+    ASSERT_EQ(0,
+              std::system("ip addr del 192.0.2.7/24 dev eth9; ip addr add 192.0.2.8/24 dev eth9"));
+    EXPECT_EQ(0, ncfmGetInterface(&block));
+    EXPECT_THAT(block.ipv4, ElementsAre(192, 0, 2, 8));
+    ASSERT_EQ(0, std::system("ip link property del dev eth9 altname mng0"));
+    EXPECT_NE(0, ncfmGetInterface(&block));
+    ASSERT_EQ(0, std::system("ip link property add dev mng1 altname mng0;"
+                             "ip addr add 192.0.2.9/24 dev mng1"));
+    EXPECT_EQ(0, ncfmGetInterface(&block));
+    EXPECT_THAT(block.ipv4, ElementsAre(192, 0, 2, 9));
 }
 
 TEST_F(Information, FirstGlobalIpv6) {
