@@ -10,6 +10,9 @@
     node.py       the node description of the lab
     topology.py   the lab: two subscribers, the node, a BNG
     testing.py    what the tests need around unittest
+    rounds.py     losses under traffic, settings before and after
+    fire_frames.py  frames of every kind and what has to become of each
+    soak.py       millions of them, and the account; run by scripts/soak
     demo.py       one client through the agent, shown step by step
 
 Python's standard library only.

@@ -28,14 +28,16 @@ PROGRAMS = {
     "tshark": "tshark",
     "systemd-analyze": "systemd",
 }
+# What some tests need beside them.
+MORE_PROGRAMS = {"bpftool": "bpftool"}
 
 NAMESPACES = ["unshare", "--net", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
 
 
-def missing():
-    """What this machine lacks for a lab, as a list of short texts."""
+def missing(more=()):
+    """What this machine lacks for a lab and `more` programs, as a list of short texts."""
     lacking = [] if os.geteuid() == 0 else ["root"]
-    for program, package in PROGRAMS.items():
+    for program, package in [*PROGRAMS.items(), *((name, MORE_PROGRAMS[name]) for name in more)]:
         if not shutil.which(program):
             lacking.append(f"{program} (Debian package {package})")
     if lacking:

@@ -135,6 +135,20 @@ class Notifications:
                     raise WaitFailed(f"{process.name} was not ready in {seconds:g} s; it said:\n"
                                      + process.output())
 
+    def said(self, what, seconds):
+        """Whether the service says it within so many seconds; what it said before
+        is forgotten."""
+        with contextlib.suppress(BlockingIOError):
+            while self._socket.recv(4096, socket.MSG_DONTWAIT):
+                pass
+        deadline = time.monotonic() + seconds
+        with selectors.DefaultSelector() as selector:
+            selector.register(self._socket, selectors.EVENT_READ)
+            while (left := deadline - time.monotonic()) > 0:
+                if selector.select(left) and what in self._socket.recv(4096).decode().split("\n"):
+                    return True
+        return False
+
     def close(self):
         self._socket.close()
         with contextlib.suppress(FileNotFoundError):

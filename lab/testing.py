@@ -26,8 +26,13 @@ def main(agent=True):
     lacking = isolation.missing()
     if agent:
         lacking += missing_programs()
+    need(lacking)
+    sys.exit(isolation.isolated(sys.argv))
+
+
+def need(lacking):
+    """Ends this process, as skipped or failed, when something is lacking."""
     if lacking:
         required = os.environ.get(REQUIRE) == "1"
         print(f"{'FAILED' if required else 'SKIPPED'}: needs {', '.join(lacking)}")
         sys.exit(1 if required else SKIPPED)
-    sys.exit(isolation.isolated(sys.argv))

@@ -172,6 +172,14 @@ class Lab:
         sockets = netns.run("cat", "/proc/net/packet", namespace=namespace)
         return any(line.split()[3] == f"{ethertype:04x}" for line in sockets.splitlines()[1:])
 
+    def start_engine_alone(self, environment):
+        """The engine as described in the lab, and the socket on which it gives news."""
+        description = self.folder / "node.toml"
+        description.write_text(node.description(), encoding="utf-8")
+        self.engine, news = self._service("pppoeia-fe", description, 10, environment)
+        self._undo.append(news.close)
+        return news
+
     def start_engine(self, text=None, seconds=10.0):
         """The engine, configured by the management process with the description
         `text`. A management process that runs already configures it anew."""
@@ -196,14 +204,14 @@ class Lab:
         listed = (line.split() for line in netns.run("rpcinfo", "-p", "127.0.0.1").splitlines())
         return len({words[2] for words in listed if words[0] == str(PROGRAM)}) == 2
 
-    def _service(self, program, description, seconds):
+    def _service(self, program, description, seconds, environment=None):
         """A service that is ready, and the socket on which it says so."""
         self._starts += 1
         news = Notifications(str(self.folder / f"notify-{self._starts}"))
         argv = [programs() / program, "--node", description]
         if self.confined:
             argv = confined.command(program, argv)
-        process = self._process(argv, None, {"NOTIFY_SOCKET": news.path})
+        process = self._process(argv, None, {"NOTIFY_SOCKET": news.path, **(environment or {})})
         news.wait_ready(process, seconds)
         return process, news
 

@@ -5,6 +5,7 @@
 #include "node/ippc/ippc_server.h"
 #include "node/kernel/kernel.h"
 #include "node/linux/ncfm.h"
+#include "pppoeia/client.h"
 #include "pppoeia/fe.h"
 #include "programs/command_line.h"
 #include "programs/process.h"
@@ -13,6 +14,7 @@
 #include "programs/stop_signals.h"
 
 #include <syslog.h>
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <string>
@@ -41,6 +43,18 @@ void reload(const std::string &file, node::Kernel &kernel) {
     sd_notify("READY=1");
 }
 
+// Asks itself as any caller would: the request thread has to answer, and no worker
+// may sit on its bridge. A bridge that is not there is an answer too.
+bool answers(const node::Description &description) {
+    constexpr int no_answer = 4;
+    const bool all = std::ranges::all_of(description.bridges, [](const node::Bridge &bridge) {
+        pppoeia_stats unused{};
+        return pppoeia_bridge_stats_get(bridge.name.c_str(), &unused) != no_answer;
+    });
+    if (!all) syslog(LOG_ERR, "the engine does not answer itself: the watchdog is not told");
+    return all;
+}
+
 // Every line is undone at the end, the last one first. The engine starts empty:
 // the management process makes its bridges and configures them.
 void serve(const node::Description &description) {
@@ -50,9 +64,11 @@ void serve(const node::Description &description) {
     const Bridges bridges;
     const node::IppcServer requests(served_path(engine_socket), dispatch, warn_ippc);
     const ServiceReady ready;
-    stop.wait([&](int signal) {
-        if (signal == SIGHUP) reload(description.file, kernel);
-    });
+    stop.wait(
+        [&](int signal) {
+            if (signal == SIGHUP) reload(description.file, kernel);
+        },
+        [&] { return answers(description); });
 }
 
 }  // namespace

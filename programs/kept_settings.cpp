@@ -120,8 +120,14 @@ void KeptSettings::save() {
 void KeptSettings::copy() {
     const std::string now = text();
     if (now == copied_) return;
-    node::replace_file(copy_file_, now);
+    try {
+        node::replace_file(copy_file_, now);
+    } catch (const std::system_error &error) {
+        copy_problem_ = error.what();
+        throw;
+    }
     copied_ = now;
+    copy_problem_.clear();
 }
 
 void KeptSettings::remove_copy() {

@@ -45,7 +45,7 @@ public:
     bool unsaved() const { return text() != saved_; }
     std::uint32_t waiting() const;  // settings of what is not there
     const std::string &file() const { return file_; }
-    const std::string &problem() const { return problem_; }
+    const std::string &problem() const { return problem_.empty() ? copy_problem_ : problem_; }
     bool file_is_bad() const { return file_is_bad_; }
 
 private:
@@ -55,7 +55,8 @@ private:
     node::Settings running_;  // as last seen
     std::string saved_;       // the text in the file
     std::string copied_;
-    std::string problem_;
+    std::string problem_;  // of the file
+    std::string copy_problem_;
     bool file_is_bad_ = false;
 };
 

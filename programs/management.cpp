@@ -23,7 +23,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto restore_gap = 1s;       // between two attempts
+constexpr auto retry_gap = 1s;         // between two attempts
 constexpr auto save_delay = 1s;        // after the last change
 constexpr auto save_delay_most = 10s;  // after the first
 
@@ -120,27 +120,56 @@ void Management::reload() {
 bool Management::attend() {
     const std::lock_guard guard(lock_);
     const std::uint32_t before = restores_;
-    if (engine_returned_.exchange(false)) restore();
-    if (devices_changed_.exchange(false)) follow_devices();
-    if (restore_due_ && *restore_due_ <= Clock::now()) restore();
-    if (settings_changed_.exchange(false) && !follow_due_) follow_due_ = follow_next_;
-    if (follow_due_ && *follow_due_ <= Clock::now()) follow_settings();
-    save_when_due();
+    try {
+        catch_up();
+    } catch (const std::exception &error) {
+        report(error.what());
+    }
     return restores_ != before;
+}
+
+// What is tried again and again is told of once.
+void Management::report(const std::string &trouble) {
+    if (trouble != trouble_ && !trouble.empty()) log_error(trouble);
+    trouble_ = trouble;
+}
+
+// What does not come to its end, for want of descriptors or memory or room on a
+// disk, is due again.
+void Management::catch_up() {
+    const auto is_due = [](const auto &time) { return time && *time <= Clock::now(); };
+    if (engine_returned_.exchange(false)) restore_due_ = Clock::now();
+    if (devices_changed_.exchange(false)) devices_due_ = Clock::now();
+    if (is_due(restore_due_)) restore();
+    if (is_due(devices_due_)) follow_devices();
+    if (is_due(restore_due_)) restore();
+    if (settings_changed_.exchange(false) && !follow_due_) follow_due_ = follow_next_;
+    if (is_due(follow_due_)) follow_settings();
+    if (is_due(save_due_)) save_when_due();
+}
+
+bool Management::serves() {
+    if (framework_.serves()) return true;
+    log_error("remote calls are no longer served: the watchdog is not told");
+    return false;
 }
 
 std::optional<Management::Clock::time_point> Management::due() const {
     const std::lock_guard guard(lock_);
     std::optional<Clock::time_point> first;
-    for (const auto &time : {restore_due_, follow_due_, save_due_})
+    for (const auto &time : {restore_due_, devices_due_, follow_due_, save_due_})
         if (time && (!first || *time < *first)) first = time;
     return first;
 }
 
 void Management::follow_devices() {
+    devices_due_ = Clock::now() + retry_gap;
     const std::set<std::string> now = present_devices();
-    if (std::exchange(devices_, now) != now) announce();
+    if (std::exchange(devices_, now) != now) announced_ = false;
+    if (!announced_) announce();
+    announced_ = true;
     if (!bridges_are_served() && !restore_due_) restore_due_ = Clock::now();
+    devices_due_.reset();
 }
 
 // Also true while the engine does not answer: it is followed otherwise.
@@ -156,14 +185,17 @@ bool Management::bridges_are_served() const {
 // an earlier attempt has not come to its end.
 void Management::restore() {
     ++restores_;
-    restore_due_.reset();
+    restore_due_ = Clock::now() + retry_gap;
     if (intact_) settings_.remember();
     intact_ = false;
     devices_ = present_devices();
     if (!framework_.announce_anew(present(), [] { return pppoeia_init() == 0; }))
         log_error("not all of the node could be announced to the engine");
     intact_ = settings_.remember();
-    if (!intact_ || !bridges_are_served()) restore_due_ = Clock::now() + restore_gap;
+    if (intact_ && bridges_are_served())
+        restore_due_.reset();
+    else
+        restore_due_ = Clock::now() + retry_gap;
 }
 
 // --- the operator's settings -------------------------------------------------------------
@@ -171,14 +203,14 @@ void Management::restore() {
 // Keeps the copy in step, at once but at most a tenth of the time.
 void Management::follow_settings() {
     const Clock::time_point begin = Clock::now();
-    follow_due_.reset();
-    if (!intact_) return;
-    try {
+    follow_due_ = begin + retry_gap;
+    if (intact_) {
         settings_.remember();
         settings_.copy();
-    } catch (const std::system_error &error) {
-        log_error(error.what());
+        report({});
     }
+    follow_due_.reset();
+    if (!intact_) return;
     follow_next_ = Clock::now() + 9 * (Clock::now() - begin);
     if (!description_.settings_auto || settings_.file_is_bad() || !settings_.unsaved()) return;
     if (!save_due_) unsaved_since_ = begin;

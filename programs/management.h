@@ -42,6 +42,9 @@ public:
     // Does what the notices ask for. True when the engine was configured anew.
     bool attend();
 
+    // Whether the thread of remote calls is there; takes a tenth of a second.
+    bool serves();
+
     // When attend() is to be called without a notice; nothing: not at all.
     std::optional<Clock::time_point> due() const;
 
@@ -51,6 +54,8 @@ private:
     void follow_devices();
     bool bridges_are_served() const;
     void restore();
+    void catch_up();
+    void report(const std::string &trouble);
     void arrive(const node::Arrivals &arrivals);
     void announce();
     void follow_settings();
@@ -68,10 +73,13 @@ private:
     KeptSettings settings_;
     node::Framework framework_;
     std::set<std::string> devices_;
-    bool intact_ = false;  // the store holds what the operators have set
+    bool announced_ = true;  // those devices
+    std::string trouble_;    // of what was due, as last told
+    bool intact_ = false;    // the store holds what the operators have set
     std::uint32_t restores_ = 0;
     std::optional<Clock::time_point> restore_due_;
-    std::optional<Clock::time_point> follow_due_;  // the settings in force
+    std::optional<Clock::time_point> devices_due_;  // to be looked at
+    std::optional<Clock::time_point> follow_due_;   // the settings in force
     std::optional<Clock::time_point> save_due_;
     Clock::time_point follow_next_{};
     Clock::time_point unsaved_since_{};

@@ -34,7 +34,7 @@ void serve(const node::Description &description) {
             if (signal == SIGHUP) management.reload();
             if (management.attend() || signal == SIGHUP) sd_notify("READY=1");
         },
-        [&] { return management.due(); });
+        [&] { return management.due(); }, [&] { return management.serves(); });
 }
 
 }  // namespace

@@ -27,23 +27,28 @@ public:
     // Returns when SIGTERM or SIGINT has arrived, also if that was before the
     // call. Each SIGHUP and SIGUSR1 until then is handed to `act`; 0 is, when the
     // time comes that `due` has told. While it waits, the service manager's
-    // watchdog hears from it.
-    template <class Act, class Due>
-    void wait(Act act, Due due) const {
+    // watchdog hears from it, as long as `alive` says that the other threads work.
+    template <class Act, class Due, class Alive>
+    void wait(Act act, Due due, Alive alive) const {
         const auto pulse = watchdog_pulse();
+        Clock::time_point ping = pulse ? Clock::now() : Clock::time_point::max();
         for (;;) {
-            const auto time = due();
-            const auto alive = pulse ? std::optional(Clock::now() + *pulse) : std::nullopt;
-            const bool pulse_first = alive && (!time || *alive < *time);
-            const int received = next(pulse_first ? alive : time);
+            const std::optional<Clock::time_point> time = due();
+            const Clock::time_point next_time = std::min(ping, time.value_or(ping));
+            const int received = next(pulse || time ? std::optional(next_time) : std::nullopt);
             if (received == SIGTERM || received == SIGINT) return;
-            if (pulse) sd_notify("WATCHDOG=1");
-            if (received != 0 || !pulse_first) act(received);
+            const Clock::time_point now = Clock::now();
+            if (pulse && now >= ping) {
+                if (alive()) sd_notify("WATCHDOG=1");
+                ping = now + *pulse;
+            }
+            if (received != 0 || (time && now >= *time)) act(received);
         }
     }
-    template <class Act>
-    void wait(Act act) const {
-        wait(act, [] { return std::optional<Clock::time_point>(); });
+    template <class Act, class Alive>
+    void wait(Act act, Alive alive) const {
+        wait(
+            act, [] { return std::optional<Clock::time_point>(); }, alive);
     }
 
 private:

@@ -19,6 +19,7 @@ constexpr std::size_t message_max = 1024;
 constexpr std::size_t command_max = 63;
 constexpr std::size_t reply_max = 64 * 1024;
 constexpr timeval patience{2, 0};  // a silent sender holds the thread no longer
+constexpr int retry_ms = 200;      // until a connection is accepted again, out of descriptors
 
 [[noreturn]] void fail(const std::string &path) {
     throw std::system_error(errno, std::generic_category(), path);
@@ -113,7 +114,10 @@ void ExternalMessages::receive() {
         if (poll(waited, 2, -1) < 0) continue;
         if (waited[1].revents) return;
         const Descriptor connection(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
-        if (!connection) continue;
+        if (!connection) {
+            poll(&waited[1], 1, retry_ms);
+            continue;
+        }
         setsockopt(connection.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
         setsockopt(connection.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
         const std::string reply = serve(connection.get()).substr(0, reply_max);

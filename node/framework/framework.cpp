@@ -143,6 +143,11 @@ void Framework::save_configuration(const std::function<void()> &save) {
 }
 
 // Serving ends first and without `operation`, which a request may wait for.
+bool Framework::serves() {
+    const std::lock_guard no_stop(serving);
+    return !receive_loop.isStopped();
+}
+
 bool Framework::stop() {
     const std::lock_guard no_start(serving);
     messages.reset();

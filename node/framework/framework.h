@@ -49,6 +49,9 @@ public:
     // Lets `save` store the settings between the notices that tell of it.
     void save_configuration(const std::function<void()> &save = {});
 
+    // Whether the thread that serves requests runs; waits a tenth of a second to see.
+    bool serves();
+
     // Stops serving, then the entities, latest first. False when an entity
     // reports a failure.
     bool stop();

@@ -103,12 +103,20 @@ void Kernel::hold_pseudo(int device) {
         if (bridge.pseudo == device) ports_.direct(bridge, 0);
 }
 
-// Looks at the devices anew. With the lock held.
-void Kernel::follow(bool verify) {
+// Says what is wrong, once, until something else is. Whether nothing is.
+bool Kernel::tell(const std::string &trouble) {
+    if (trouble != trouble_ && !trouble.empty()) syslog(LOG_ERR, "%s", trouble.c_str());
+    trouble_ = trouble;
+    return trouble.empty();
+}
+
+// Looks at the devices anew. With the lock held. False when not all could be
+// put in order.
+bool Kernel::follow(bool verify) {
     const auto links = list_links();
-    for (const std::string &error : ports_.reconcile(links, verify))
-        syslog(LOG_ERR, "%s", error.c_str());
+    const bool in_order = tell(joined(ports_.reconcile(links, verify)));
     check_pseudo_devices(links, verify);
+    return in_order;
 }
 
 // A pseudo device that somebody deletes takes the engine's socket with it; its
@@ -128,15 +136,23 @@ void Kernel::check_pseudo_devices(const std::vector<Link> &links, bool verify) {
     }
 }
 
+bool Kernel::follow_notice(bool verify) {
+    const std::lock_guard guard(lock_);
+    try {
+        return follow(verify);
+    } catch (const std::exception &error) {
+        return tell(std::string("bridge ports: ") + error.what());
+    }
+}
+
+// What could not be done, for want of descriptors say, is tried again: there may
+// be no other notice of it.
 void Kernel::watch() {
-    while (const auto change = events_.wait()) {
-        if (!change->links && !change->filters) continue;
-        const std::lock_guard guard(lock_);
-        try {
-            follow(change->filters);
-        } catch (const std::exception &error) {
-            syslog(LOG_ERR, "bridge ports: %s", error.what());
-        }
+    using namespace std::chrono_literals;
+    bool in_order = true;
+    while (const auto change = in_order ? events_.wait() : events_.wait(1s)) {
+        if (!in_order || change->links || change->filters)
+            in_order = follow_notice(!in_order || change->filters);
     }
 }
 

@@ -77,7 +77,9 @@ private:
 
     void enlist();
     void delist();
-    void follow(bool verify);
+    bool follow(bool verify);
+    bool follow_notice(bool verify);
+    bool tell(const std::string &trouble);
     void check_pseudo_devices(const std::vector<Link> &links, bool verify);
     void take_over(const std::vector<Link> &links);
     void hold_pseudo(int device);
@@ -100,6 +102,7 @@ private:
     Ports ports_{filter_};
     std::map<std::string, int> pseudo_devices_;  // interface indexes
     std::map<int, Handle> handles_;
+    std::string trouble_;  // with the ports or devices, as last told
     std::thread watcher_;
 };
 

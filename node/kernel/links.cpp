@@ -162,9 +162,10 @@ void LinkEvents::stop() {
     if (eventfd_write(stop_.get(), 1) < 0) fail("eventfd");
 }
 
-std::optional<LinkEvents::Change> LinkEvents::wait() {
+std::optional<LinkEvents::Change> LinkEvents::wait(std::optional<std::chrono::milliseconds> limit) {
     pollfd sources[] = {{notices_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}};
-    while (poll(sources, std::size(sources), -1) < 0)
+    const int most = limit ? static_cast<int>(limit->count()) : -1;
+    while (poll(sources, std::size(sources), most) < 0)
         if (errno != EINTR) fail("poll");
     if (sources[1].revents != 0) return std::nullopt;
     return drain();

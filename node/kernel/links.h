@@ -3,6 +3,7 @@
 
 #include "node/descriptor.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,8 +46,9 @@ public:
         bool links = false;
         bool filters = false;
     };
-    // Waits for notices and takes all there are. Nothing after stop().
-    std::optional<Change> wait();
+    // Waits for notices, at most so long, and takes all there are. Nothing after
+    // stop().
+    std::optional<Change> wait(std::optional<std::chrono::milliseconds> limit = std::nullopt);
 
     void stop();  // from any thread
 

@@ -1,7 +1,12 @@
 // Sets what only the client API can set in a running engine, from a process of
-// its own: the mode and formats of a port and VLAN of "br0".
+// its own: the mode and formats of a port and VLAN of "br0". Says what the engine
+// counted, a line for the bridge (0) and each port: the nine counters in order.
 //
 //   engine_call mode|cid-format|rid-format PORT VLAN VALUE
+//   engine_call stats PORT...
+//   engine_call fill PORT    formats for one VLAN after the other, until refused;
+//                            says how many there are, and the refusal
+//   engine_call clear PORT   takes them off again
 //
 // Its own store mirrors the bridge with all its ports, so that the engine's
 // result is also the call's.
@@ -36,13 +41,57 @@ int set(const std::string &what, std::uint32_t port, std::uint16_t vlan, const c
     return -1;
 }
 
+int say_stats(std::uint32_t port) {
+    pppoeia_stats stats{};
+    const int result = port == 0 ? pppoeia_bridge_stats_get(bridge, &stats)
+                                 : pppoeia_port_stats_get(bridge, port, &stats);
+    if (result != 0) return result;
+    std::printf("%u %u %u %u %u %u %u %u %u %u\n", port, stats.padi, stats.padr, stats.pado,
+                stats.pads, stats.padt, stats.dropped, stats.unknown_code, stats.truncated,
+                stats.bypassed);
+    return 0;
+}
+
+// Formats for one VLAN after the other, until the engine refuses.
+int fill(std::uint32_t port) {
+    constexpr char format[] = "a format of some length, for a VLAN of its own: $VLAN";
+    constexpr std::uint16_t last_vlan = 4094;
+    int result = 0;
+    std::uint16_t vlan = 0;
+    while (result == 0 && vlan < last_vlan)
+        result = pppoeia_remote_id_format_port_vlan_set(bridge, port, ++vlan, format);
+    std::printf("%u %d\n", result == 0 ? vlan : vlan - 1U, result);
+    return 0;
+}
+
+int clear(std::uint32_t port) {
+    return clear_port_vlan(bridge, port);
+}
+
+std::uint32_t number_of(const char *text) {
+    return static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10));
+}
+
+// An operation on each of the ports that are named.
+int on_ports(int (*operation)(std::uint32_t), int argc, char **argv) {
+    for (int i = 2; i < argc; ++i)
+        if (const int result = operation(number_of(argv[i])); result != 0) return result;
+    return 0;
+}
+
+int run(const std::string &what, int argc, char **argv) {
+    if (what == "stats") return on_ports(say_stats, argc, argv);
+    if (what == "fill") return on_ports(fill, argc, argv);
+    if (what == "clear") return on_ports(clear, argc, argv);
+    if (argc != 5) return -1;
+    return set(what, number_of(argv[2]), static_cast<std::uint16_t>(number_of(argv[3])), argv[4]);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
-    if (argc != 5 || !make_mirror()) return 2;
-    const auto number = [&](int at) { return std::strtoul(argv[at], nullptr, 10); };
-    const int result = set(argv[1], static_cast<std::uint32_t>(number(2)),
-                           static_cast<std::uint16_t>(number(3)), argv[4]);
+    if (argc < 3 || !make_mirror()) return 2;
+    const int result = run(argv[1], argc, argv);
     if (result != 0) std::fprintf(stderr, "the engine answered %d\n", result);
     return result != 0;
 }

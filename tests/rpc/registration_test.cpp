@@ -79,6 +79,37 @@ TEST_F(Registration, ReceiveLoopServesAProgramOverBothTransports) {
     EXPECT_TRUE(loop.stop(false));
 }
 
+// A call of procedure 0 and its reply, each behind its record mark.
+constexpr std::uint32_t null_call[] = {0x80000028, 7, 0, 2, program, version, 0, 0, 0, 0, 0};
+constexpr std::uint32_t null_reply[] = {0x80000018, 7, 1, 0, 0, 0, 0};
+
+TEST_F(Registration, HalfACallKeepsNobodyWaiting) {
+    ia::test::bring_loopback_up();
+    const ia::test::PortMapper mapper;
+    RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
+    ASSERT_TRUE(loop.start());
+    register_program(nullptr);
+
+    const int slow = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in server = loopback(mapped_port(IPPROTO_TCP));
+    ASSERT_EQ(connect(slow, reinterpret_cast<const sockaddr *>(&server), sizeof server), 0);
+    for (std::size_t word = 0; word < std::size(null_call); ++word) {
+        EXPECT_EQ(call(IPPROTO_TCP), RPC_SUCCESS) << "before word " << word;
+        const std::uint32_t wire = htonl(null_call[word]);
+        // Cut within the word, too.
+        ASSERT_EQ(send(slow, &wire, 1, 0), 1);
+        EXPECT_EQ(call(IPPROTO_TCP), RPC_SUCCESS) << "in word " << word;
+        ASSERT_EQ(send(slow, reinterpret_cast<const char *>(&wire) + 1, 3, 0), 3);
+    }
+    for (const std::uint32_t expected : null_reply) {
+        std::uint32_t wire = 0;
+        ASSERT_EQ(recv(slow, &wire, sizeof wire, MSG_WAITALL), 4);
+        EXPECT_EQ(ntohl(wire), expected);
+    }
+    close(slow);
+    EXPECT_TRUE(loop.stop(false));
+}
+
 // Leaves the system one port to pick, which is taken for these socket types.
 std::string errors_with_port_taken(std::initializer_list<int> types) {
     const char range[] = "/proc/sys/net/ipv4/ip_local_port_range";

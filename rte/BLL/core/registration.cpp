@@ -16,8 +16,13 @@ namespace {
 SVCXPRT *create_udp(int socket) {
     return svcudp_create(socket);
 }
+// Callers who send half a call, or nothing, keep nobody waiting: with a limit on
+// calls the library does not read on for the rest before it serves the next one.
 SVCXPRT *create_tcp(int socket) {
-    return svctcp_create(socket, 0, 0);
+    int longest_call = 128 * 1024;  // bytes; twice the longest text
+    SVCXPRT *const endpoint = svctcp_create(socket, 0, 0);
+    if (endpoint) SVC_CONTROL(endpoint, SVCSET_CONNMAXREC, &longest_call);
+    return endpoint;
 }
 
 // A transport, and the line that each of its failures is reported under.

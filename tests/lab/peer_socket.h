@@ -1,0 +1,68 @@
+// A packet socket at a peer of the lab, many frames a call.
+#pragma once
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace ia::lab {
+
+using Bytes = std::vector<std::uint8_t>;
+using View = std::span<const std::uint8_t>;
+
+inline constexpr std::size_t batch_frames = 64;
+
+// Hears what arrives from construction on, not what is sent here. Errors throw
+// std::system_error.
+class PeerSocket {
+public:
+    // `name_space`: a named network namespace, or "-" for the caller's own.
+    // `device`: "-" for all of the namespace. One that does not hear only sends.
+    PeerSocket(const std::string &name_space, const std::string &device, bool hears = true);
+    ~PeerSocket();
+    PeerSocket(PeerSocket &&other) noexcept;
+    PeerSocket(const PeerSocket &) = delete;
+    PeerSocket &operator=(const PeerSocket &) = delete;
+
+    // Sends all, in order; `device` is an interface index, 0 the socket's own.
+    void send(std::span<const View> frames, int device = 0) const;
+
+    // Takes up to batch_frames that have arrived; never waits. They are
+    // frame(0) and so on until the next call.
+    std::size_t receive();
+
+    // As it was on the wire: with the outermost tag, which the kernel keeps aside.
+    View frame(std::size_t number) const { return frames_[number]; }
+    // When the kernel took it, ns of the wall clock; by which device, in a socket of all.
+    std::int64_t arrived(std::size_t number) const { return arrived_[number]; }
+    int device(std::size_t number) const;
+
+    int descriptor() const { return socket_; }
+    // Frames that this socket had no room for, since the last call.
+    std::uint32_t lost() const;
+
+private:
+    void place(std::size_t number, std::size_t length);
+
+    int socket_;
+    std::vector<std::uint8_t> buffers_;
+    std::array<View, batch_frames> frames_;
+    std::array<std::int64_t, batch_frames> arrived_{};
+    std::array<mmsghdr, batch_frames> messages_{};
+    std::array<iovec, batch_frames> parts_{};
+    std::vector<std::uint8_t> controls_;
+    std::vector<std::uint8_t> addresses_;
+};
+
+// The interface index of a device there.
+int device_index(const std::string &name_space, const std::string &device);
+
+// Waits until one of the sockets has something; false after so many ms without.
+bool wait_for_any(std::span<const PeerSocket> sockets, int milliseconds);
+
+}  // namespace ia::lab
