@@ -17,6 +17,7 @@ constexpr std::size_t id_max = 63;
 
 // Whose values a format is tried with.
 struct Line {
+    std::string bridge;
     std::uint32_t port;
     std::uint16_t vlan;
     std::uint16_t cvid;
@@ -35,7 +36,8 @@ pppoeia_mac parse_mac(const std::string &text) {
 
 std::optional<std::string> ask_engine(const Line &line, customIdFormat macro) {
     macro_value_block block{};
-    switch (macro_value("br0", macro, line.port, line.vlan, line.cvid, &line.client, &block)) {
+    switch (macro_value(line.bridge.c_str(), macro, line.port, line.vlan, line.cvid, &line.client,
+                        &block)) {
         case 0: return std::string(block.text);
         case 4:
             throw Unreachable(
@@ -44,6 +46,12 @@ std::optional<std::string> ask_engine(const Line &line, customIdFormat macro) {
             throw Refused("port " + std::to_string(line.port) +
                           ": the engine has no such port; 'pppoeiactl show ports' lists them");
     }
+}
+
+std::string bridge_of(Call &call) {
+    const rpcNodeCountersReply &counters = call.agent().node(rpc_node_counters_1);
+    Remote::expect(counters.result, "the bridge");
+    return counters.bridge;
 }
 
 Json id_of(const FormatReport &report) {
@@ -83,7 +91,7 @@ Json quoted(const Json &text) {
 Json check_format(Call &call) {
     std::optional<Line> line;
     if (call.has("port"))
-        line = Line{call.number("port"),
+        line = Line{bridge_of(call), call.number("port"),
                     static_cast<std::uint16_t>(call.maybe("vlan").value_or(no_vlan)),
                     static_cast<std::uint16_t>(call.maybe("cvid").value_or(no_vlan)),
                     parse_mac(call.text("mac"))};

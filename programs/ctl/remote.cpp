@@ -1,6 +1,19 @@
 #include "programs/ctl/remote.h"
 
+#include <sys/socket.h>
+#include <unistd.h>
+
 namespace ia::ctl {
+
+// The connection is reset rather than closed: a closed one keeps its port for a
+// minute, and root's calls come from the few ports below 1024.
+void Remote::Destroy::operator()(CLIENT *client) const {
+    int socket = -1;
+    const linger none{1, 0};
+    if (clnt_control(client, CLGET_FD, reinterpret_cast<char *>(&socket)))
+        setsockopt(socket, SOL_SOCKET, SO_LINGER, &none, sizeof none);
+    clnt_destroy(client);
+}
 
 Remote::Remote()
     : agent_(connect(RPC_PPPOEIA, RPC_PPPOEIA_V1)),
@@ -16,7 +29,8 @@ void Remote::throw_failure(CLIENT *client) {
     rpc_err error{};
     clnt_geterr(client, &error);
     if (error.re_status == RPC_AUTHERROR)
-        throw Refused("changing anything needs root: try it with sudo");
+        throw Refused(geteuid() == 0 ? "no port below 1024 was free to call from: wait a minute"
+                                     : "changing anything needs root: try it with sudo");
     throw Unreachable(std::string(clnt_sperror(client, "the agent did not answer")) +
                       "; see the log of pppoeia-mgmt");
 }

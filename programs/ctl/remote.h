@@ -82,7 +82,7 @@ public:
 
 private:
     struct Destroy {
-        void operator()(CLIENT *client) const { clnt_destroy(client); }
+        void operator()(CLIENT *client) const;
     };
     using Client = std::unique_ptr<CLIENT, Destroy>;
 

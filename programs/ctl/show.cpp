@@ -63,14 +63,14 @@ void print_settings(const Json &answer) {
 
 Json show_bridge(Call &call) {
     const Json settings = show_settings(call).at("settings");
-    const rpcNodePortList &ports = call.agent().node(rpc_node_ports_1);
-    Remote::expect(ports.result, "the ports");
+    const rpcNodeCountersReply &counters = call.agent().node(rpc_node_counters_1);
+    Remote::expect(counters.result, "the ports");
     const Json vlans = show_vlans(call).at("vlans");
     return {{"bridge",
-             {{"name", "br0"},
+             {{"name", counters.bridge},
               {"agent", settings.at("agent")},
               {"tags_from_servers", settings.at("tags_from_servers")},
-              {"ports", ports.list.list_len},
+              {"ports", counters.ports.ports_len},
               {"vlans", vlans.size()}}}};
 }
 
