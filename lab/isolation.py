@@ -27,6 +27,7 @@ PROGRAMS = {
     "rpcbind": "rpcbind",
     "tshark": "tshark",
     "systemd-analyze": "systemd",
+    "strace": "strace",
 }
 
 NAMESPACES = ["unshare", "--net", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
