@@ -73,7 +73,13 @@ void Management::ask(std::atomic<bool> &notice) {
 }
 
 void Management::engine_lost() {
+    engine_is_away_ = true;
     syslog(LOG_WARNING, "pppoeia-fe is gone: its frames are held until it is back");
+}
+
+void Management::engine_returned() {
+    engine_is_away_ = false;
+    ask(engine_returned_);
 }
 
 // What has others below it is there as described, whatever its own device.
@@ -117,6 +123,11 @@ void Management::reload() {
     devices_changed_ = true;  // a bridge may have to be made anew
 }
 
+node::Description Management::description() const {
+    const std::lock_guard guard(lock_);
+    return description_;
+}
+
 bool Management::attend() {
     const std::lock_guard guard(lock_);
     const std::uint32_t before = restores_;
@@ -140,7 +151,8 @@ std::optional<Management::Clock::time_point> Management::due() const {
 void Management::follow_devices() {
     const std::set<std::string> now = present_devices();
     if (std::exchange(devices_, now) != now) announce();
-    if (!bridges_are_served() && !restore_due_) restore_due_ = Clock::now();
+    // A new engine may answer before its notice comes, which brings all of it back.
+    if (!engine_is_away_ && !bridges_are_served() && !restore_due_) restore_due_ = Clock::now();
 }
 
 // Also true while the engine does not answer: it is followed otherwise.
@@ -155,12 +167,16 @@ bool Management::bridges_are_served() const {
 // What the store held when the engine went is what the operators had set, unless
 // an earlier attempt has not come to its end.
 void Management::restore() {
-    ++restores_;
     restore_due_.reset();
     if (intact_) settings_.remember();
     intact_ = false;
     devices_ = present_devices();
-    if (!framework_.announce_anew(present(), [] { return pppoeia_init() == 0; }))
+    const auto begin = [this] {
+        const bool begun = pppoeia_init() == 0;
+        if (begun) ++restores_;  // an engine that is not there is not configured
+        return begun;
+    };
+    if (!framework_.announce_anew(present(), begin))
         log_error("not all of the node could be announced to the engine");
     intact_ = settings_.remember();
     if (!intact_ || !bridges_are_served()) restore_due_ = Clock::now() + restore_gap;
