@@ -27,6 +27,7 @@ PROGRAMS = {
     "rpcbind": "rpcbind",
     "tshark": "tshark",
     "systemd-analyze": "systemd",
+    "strace": "strace",
 }
 # What some tests need beside them.
 MORE_PROGRAMS = {"bpftool": "bpftool"}

@@ -127,11 +127,11 @@ class Rounds(testing.LabTest):
 
     # --- the rounds ---------------------------------------------------------------------
 
-    def rounds(self, lose, bring_back, peers=("sub1", "sub2")):
+    def rounds(self, lose, bring_back, at_least=0, peers=("sub1", "sub2")):
         """Loses something and brings it back, under traffic. `bring_back` gives
         the moment from which on subscribers are to be served again."""
         times = []
-        for number in range(int(os.environ.get("PPPOEIA_ROUNDS", self.usual_rounds))):
+        for number in range(max(at_least, int(os.environ.get("PPPOEIA_ROUNDS", self.usual_rounds)))):
             ids = self.change_settings(number)
             before = self.settings()
             server = self.lab.wire("bng")

@@ -26,7 +26,6 @@ SUBSCRIBERS = ("sub1", "sub2")
 BNG = "bng"
 ACCESS_CONCENTRATOR = "BNG-1"
 SERVICE = "internet"
-PROGRAM = 536870929  # the agent's, of remote calls
 MNG = "mng0"
 
 # The device inside each namespace, its address there, and the node's end.
@@ -193,16 +192,7 @@ class Lab:
             self.management, self._management_news = self._service(
                 "pppoeia-mgmt", description, seconds)
             self._undo.append(self._management_news.close)
-            # Its RPC service registers on a thread of its own, which may be later.
-            wait_until(lambda: self._registered() or not self.management.running(),
-                       "the RPC service to be registered", seconds)
         return self.engine
-
-    @staticmethod
-    def _registered():
-        """Whether the port mapper knows the agent's program over both transports."""
-        listed = (line.split() for line in netns.run("rpcinfo", "-p", "127.0.0.1").splitlines())
-        return len({words[2] for words in listed if words[0] == str(PROGRAM)}) == 2
 
     def _service(self, program, description, seconds, environment=None):
         """A service that is ready, and the socket on which it says so."""

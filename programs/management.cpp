@@ -73,7 +73,13 @@ void Management::ask(std::atomic<bool> &notice) {
 }
 
 void Management::engine_lost() {
+    engine_is_away_ = true;
     syslog(LOG_WARNING, "pppoeia-fe is gone: its frames are held until it is back");
+}
+
+void Management::engine_returned() {
+    engine_is_away_ = false;
+    ask(engine_returned_);
 }
 
 // What has others below it is there as described, whatever its own device.
@@ -115,6 +121,11 @@ void Management::reload() {
         log_error(error.what());
     }
     devices_changed_ = true;  // a bridge may have to be made anew
+}
+
+node::Description Management::description() const {
+    const std::lock_guard guard(lock_);
+    return description_;
 }
 
 bool Management::attend() {
@@ -168,7 +179,8 @@ void Management::follow_devices() {
     if (std::exchange(devices_, now) != now) announced_ = false;
     if (!announced_) announce();
     announced_ = true;
-    if (!bridges_are_served() && !restore_due_) restore_due_ = Clock::now();
+    // A new engine may answer before its notice comes, which brings all of it back.
+    if (!engine_is_away_ && !bridges_are_served() && !restore_due_) restore_due_ = Clock::now();
     devices_due_.reset();
 }
 
@@ -184,12 +196,16 @@ bool Management::bridges_are_served() const {
 // What the store held when the engine went is what the operators had set, unless
 // an earlier attempt has not come to its end.
 void Management::restore() {
-    ++restores_;
     restore_due_ = Clock::now() + retry_gap;
     if (intact_) settings_.remember();
     intact_ = false;
     devices_ = present_devices();
-    if (!framework_.announce_anew(present(), [] { return pppoeia_init() == 0; }))
+    const auto begin = [this] {
+        const bool begun = pppoeia_init() == 0;
+        if (begun) ++restores_;  // an engine that is not there is not configured
+        return begun;
+    };
+    if (!framework_.announce_anew(present(), begin))
         log_error("not all of the node could be announced to the engine");
     intact_ = settings_.remember();
     if (intact_ && bridges_are_served())

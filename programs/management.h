@@ -32,12 +32,15 @@ public:
     Management &operator=(const Management &) = delete;
 
     void engine_lost();
-    void engine_returned() { ask(engine_returned_); }
+    void engine_returned();
     void devices_changed() { ask(devices_changed_); }
 
     // Reads the description again and announces what differs. One that does not
     // check is refused whole.
     void reload();
+
+    // As last read.
+    node::Description description() const;
 
     // Does what the notices ask for. True when the engine was configured anew.
     bool attend();
@@ -83,6 +86,7 @@ private:
     std::optional<Clock::time_point> save_due_;
     Clock::time_point follow_next_{};
     Clock::time_point unsaved_since_{};
+    std::atomic<bool> engine_is_away_{false};  // as far as its notices have come
     std::atomic<bool> engine_returned_{false};
     std::atomic<bool> devices_changed_{false};
     std::atomic<bool> settings_changed_{false};

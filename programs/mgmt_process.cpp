@@ -3,12 +3,14 @@
 #include "node/linux/ncfm.h"
 #include "programs/device_watch.h"
 #include "programs/management.h"
+#include "programs/metrics_file.h"
 #include "programs/port_mapper_watch.h"
 #include "programs/process.h"
 #include "programs/sd_notify.h"
 #include "programs/service_watch.h"
 #include "programs/sockets.h"
 #include "programs/stop_signals.h"
+#include "rpc/metrics.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -26,12 +28,19 @@ void serve(const node::Description &description) {
         engine_socket, SOCK_SEQPACKET,
         {[&] { management.devices_changed(); }, [&] { management.engine_lost(); },
          [&] { management.engine_returned(); }});
+    MetricsFile metrics(metrics_text);  // asks for its text until it ends
+    metrics.use(description.metrics_file, description.metrics_interval);
     const PortMapperWatch port_mapper;
     const DeviceWatch devices([&] { management.devices_changed(); });
+    port_mapper.wait_until_known();
     const ServiceReady ready;
     stop.wait(
         [&](int signal) {
-            if (signal == SIGHUP) management.reload();
+            if (signal == SIGHUP) {
+                management.reload();
+                const node::Description now = management.description();
+                metrics.use(now.metrics_file, now.metrics_interval);
+            }
             if (management.attend() || signal == SIGHUP) sd_notify("READY=1");
         },
         [&] { return management.due(); }, [&] { return management.serves(); });

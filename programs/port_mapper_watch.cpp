@@ -1,64 +1,64 @@
 #include "programs/port_mapper_watch.h"
 
 #include "programs/sockets.h"
-#include "rpc/pppoeia.h"
-#include "rpc/pppoeia_node.h"
+#include "rte/BLL/core/rpcProxy.h"
 
-#include <netinet/in.h>
 #include <rpc/pmap_clnt.h>
-#include <rpc/pmap_prot.h>
-#include <rpc/rpc.h>
 #include <sys/socket.h>
 #include <syslog.h>
+#include <algorithm>
 #include <chrono>
-#include <thread>
+#include <cstddef>
+#include <vector>
 
 namespace ia {
 
 namespace {
 
-constexpr int looks = 20;
-constexpr std::chrono::milliseconds between_looks{100};
+using Transports = std::vector<rpcProxyTransport_t>;
 
-bool is_ours(unsigned long program) {
-    return program == RPC_PPPOEIA || program == RPC_PPPOEIA_NODE;
+constexpr std::size_t transports = 4;  // two programs, each over UDP and TCP
+constexpr std::chrono::seconds patience{2};
+
+bool all_known(const Transports &services) {
+    return services.size() >= transports &&
+           std::ranges::all_of(services, &rpcProxyTransport_t::known);
+}
+
+// What it may have kept of a process that was killed goes first.
+void tell_of(const Transports &services) {
+    bool told = true;
+    for (const rpcProxyTransport_t &service : services)
+        pmap_unset(service.program, service.version);
+    for (const rpcProxyTransport_t &service : services)
+        if (!pmap_set(service.program, service.version, service.protocol, service.port)) {
+            syslog(LOG_ERR, "RPC program 0x%08lx cannot be registered again", service.program);
+            told = false;
+        }
+    if (told) syslog(LOG_NOTICE, "the port mapper knows the RPC programs of this node again");
+}
+
+void tell_when_new() {
+    const Transports services = rpcProxyTransports(transports, patience);
+    if (!all_known(services)) tell_of(services);
 }
 
 }  // namespace
 
 PortMapperWatch::PortMapperWatch()
     : watch_(port_mapper_socket, SOCK_STREAM,
-             {[this] { remember(); },
+             {tell_when_new,
               [] {
                   syslog(LOG_WARNING,
                          "the port mapper is gone: remote calls fail until it is back");
               },
-              [this] { register_again(); }}) {}
+              [] { tell_of(rpcProxyTransports(transports, patience)); }}) {}
 
-// The services register from threads of their own, a moment after they started:
-// each of ours is there over both protocols.
-void PortMapperWatch::remember() {
-    for (int look = 0; look < looks && services_.size() < 4; ++look) {
-        if (look > 0) std::this_thread::sleep_for(between_looks);
-        sockaddr_in here{};
-        here.sin_family = AF_INET;
-        here.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        services_.clear();
-        pmaplist *known = pmap_getmaps(&here);
-        for (const pmaplist *at = known; at; at = at->pml_next)
-            if (is_ours(at->pml_map.pm_prog))
-                services_.push_back({at->pml_map.pm_prog, at->pml_map.pm_vers,
-                                     static_cast<int>(at->pml_map.pm_prot),
-                                     static_cast<std::uint16_t>(at->pml_map.pm_port)});
-        // Any function pointer may go through this one.
-        xdr_free(reinterpret_cast<xdrproc_t>(reinterpret_cast<void (*)()>(xdr_pmaplist)), &known);
-    }
-}
-
-void PortMapperWatch::register_again() const {
-    for (const Service &service : services_)
-        if (!pmap_set(service.program, service.version, service.protocol, service.port))
-            syslog(LOG_ERR, "RPC program 0x%08lx cannot be registered again", service.program);
+void PortMapperWatch::wait_until_known() {
+    if (!all_known(rpcProxyTransports(transports, patience)))
+        syslog(LOG_WARNING,
+               "the port mapper does not know this node's RPC programs: remote calls and "
+               "pppoeiactl fail until rpcbind runs");
 }
 
 }  // namespace ia

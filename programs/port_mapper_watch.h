@@ -3,30 +3,20 @@
 
 #include "programs/service_watch.h"
 
-#include <cstdint>
-#include <vector>
-
 namespace ia {
 
-// A port mapper that starts again knows nobody: what was registered before is
-// registered again then.
+// A port mapper that starts again, or later than this process, knows nobody: it is
+// told of the services then.
 class PortMapperWatch {
 public:
     PortMapperWatch();
 
+    // Waits until the port mapper knows the services, which register on threads of
+    // their own. When it does not within two seconds, the log says so.
+    static void wait_until_known();
+
 private:
-    struct Service {
-        unsigned long program;
-        unsigned long version;
-        int protocol;
-        std::uint16_t port;
-    };
-
-    void remember();
-    void register_again() const;
-
-    std::vector<Service> services_;  // the watching thread's
-    ServiceWatch watch_;             // last: its thread uses the rest
+    ServiceWatch watch_;
 };
 
 }  // namespace ia

@@ -53,6 +53,8 @@ void ServiceWatch::watch() {
         close(connection);
         if (waits[0].revents != 0) return;
         notices_.lost();
+        // A process that ends takes connections until the last of its files is closed.
+        if (stop_within(retry_ms)) return;
     }
 }
 

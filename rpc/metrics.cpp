@@ -1,4 +1,6 @@
-// The counters as Prometheus text (exposition format 0.0.4).
+// In exposition format 0.0.4.
+#include "rpc/metrics.h"
+
 #include "pppoeia_version.h"
 #include "rpc/node_health.h"
 

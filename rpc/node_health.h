@@ -38,12 +38,8 @@ struct Counters {
 // OLT ports, ONUs and GEM ports that are not in use.
 std::vector<PortCounters> read_ports();
 
-// The counters of the bridge and of those ports. False
-// when the engine does not answer.
+// The counters of the bridge and of those ports. False when the engine does not
+// answer.
 bool read_counters(Counters &counters);
-
-// All of it as Prometheus text; without an engine, "up" is 0 and the counters
-// are missing.
-std::string metrics_text();
 
 }  // namespace ia

@@ -7,6 +7,7 @@
 #include "platform/bll/CliConfig.h"
 #include "pppoeia/client.h"
 #include "pppoeia_version.h"
+#include "rpc/metrics.h"
 #include "rpc/node_health.h"
 #include "rpc/pppoeia_node.h"
 

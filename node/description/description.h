@@ -77,10 +77,12 @@ struct Description {
     std::string location;
     std::string name;
     std::string management_device = "mng0";
-    bool profile_mode = false;      // service profiles configure the node
-    bool rpc_reserved_port = true;  // remote calls that change anything come from root
-    std::string settings_file;      // what operators set is saved here; empty: nowhere
-    bool settings_auto = false;     // after each change
+    bool profile_mode = false;            // service profiles configure the node
+    bool rpc_reserved_port = true;        // remote calls that change anything come from root
+    std::string settings_file;            // what operators set is saved here; empty: nowhere
+    bool settings_auto = false;           // after each change
+    std::string metrics_file;             // counters as Prometheus text; empty: nowhere
+    std::uint32_t metrics_interval = 15;  // seconds from one writing to the next
     std::vector<Bridge> bridges;
     std::vector<Interface> interfaces;
     std::vector<Vlan> vlans;

@@ -89,6 +89,21 @@ constexpr Key<Description> settings_keys[] = {
     {"auto", optional, flag<&Description::settings_auto>},
 };
 
+// Collectors pass over files of other names.
+template <auto Member>
+bool prom_file(const Value &value, RecordOf<Member> &record) {
+    if (!path<Member, path_max>(value, record)) return false;
+    const std::string &given = record.*Member;
+    if (!given.ends_with(".prom"))
+        return value.refuse("is " + quoted(given) + ", expected a file's name that ends in .prom");
+    return true;
+}
+
+constexpr Key<Description> metrics_keys[] = {
+    {"textfile", required, prom_file<&Description::metrics_file>},
+    {"interval", optional, number<&Description::metrics_interval, 1, 3600>},
+};
+
 constexpr Key<Bridge> bridge_keys[] = {
     {"name", required, device<&Bridge::name, PPPOEIA_BRIDGE_NAME_MAX>},
     {"ports", optional, number<&Bridge::ports, 2, most_port_records>},
@@ -141,6 +156,7 @@ struct Single {
 constexpr Single node_section{"[node]", node_keys};
 constexpr Single rpc_section{"[rpc]", rpc_keys};
 constexpr Single settings_section{"[settings]", settings_keys};
+constexpr Single metrics_section{"[metrics]", metrics_keys};
 
 template <const auto &Which>
 void read_single(const toml::node &node, Sections &sections, Problems &problems) {
@@ -196,9 +212,13 @@ struct Section {
 };
 
 constexpr Section all_sections[] = {
-    {"node", read_single<node_section>},         {"rpc", read_single<rpc_section>},
-    {"settings", read_single<settings_section>}, {"bridge", read_each<bridge_list>},
-    {"interface", read_each<interface_list>},    {"vlan", read_each<vlan_list>},
+    {"node", read_single<node_section>},
+    {"rpc", read_single<rpc_section>},
+    {"settings", read_single<settings_section>},
+    {"metrics", read_single<metrics_section>},
+    {"bridge", read_each<bridge_list>},
+    {"interface", read_each<interface_list>},
+    {"vlan", read_each<vlan_list>},
 };
 
 }  // namespace

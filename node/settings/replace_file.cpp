@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <libgen.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
 #include <cstdio>
@@ -37,6 +38,10 @@ public:
         }
     }
 
+    void show_to_all() {
+        if (fchmod(number_, 0644) != 0) fail(errno, path_ + ": cannot be shown to all");
+    }
+
     // On the disk, not only on its way there.
     void sync() {
         if (fsync(number_) != 0) fail(errno, path_ + ": cannot be stored");
@@ -66,13 +71,17 @@ std::string folder_of(std::string file) {
 
 }  // namespace
 
-void replace_file(const std::string &file, std::string_view text) {
+void replace_file(const std::string &file, std::string_view text, Purpose purpose) {
+    const bool keep = purpose == Purpose::keep;
     const std::string target = target_of(file);
     const std::string fresh = target + ".new";  // one that a crash left is overwritten
     try {
         File written(fresh, O_WRONLY | O_CREAT | O_TRUNC, 0644);
         written.write(text);
-        written.sync();
+        if (keep)
+            written.sync();
+        else
+            written.show_to_all();
         written.finish();
         if (rename(fresh.c_str(), target.c_str()) != 0)
             fail(errno, target + ": cannot be replaced");
@@ -80,7 +89,7 @@ void replace_file(const std::string &file, std::string_view text) {
         unlink(fresh.c_str());
         throw;
     }
-    File(folder_of(target), O_RDONLY | O_DIRECTORY).sync();
+    if (keep) File(folder_of(target), O_RDONLY | O_DIRECTORY).sync();
 }
 
 }  // namespace ia::node

@@ -21,10 +21,16 @@ Settings read_settings(std::string_view text, const std::string &file);
 // DescriptionError.
 Settings read_settings_file(const std::string &file);
 
+enum class Purpose {
+    keep,     // survives a loss of power; only for users that the umask lets in
+    publish,  // for every user to read, and soon to be replaced again
+};
+
 // Puts the text in the file's place whole, so that a reader, and the machine
-// after a loss of power, has either the old file or the new one. Throws
-// std::system_error, naming the file; the old file is then as it was.
-void replace_file(const std::string &file, std::string_view text);
+// after a loss of power (unless it only publishes), has either the old file or the
+// new one. Throws std::system_error, naming the file; the old file is then as it
+// was.
+void replace_file(const std::string &file, std::string_view text, Purpose purpose = Purpose::keep);
 
 }  // namespace ia::node
 

@@ -1,6 +1,7 @@
 """The management of the node: its RPC service, changed descriptions, GPON."""
 
 import re
+import signal
 import subprocess
 import threading
 
@@ -68,9 +69,24 @@ class Procedures(ManagementTest):
     def test_registration(self):
         self.lab.start_engine()
         listed = netns.run("rpcinfo", "-p", "127.0.0.1")
-        found = sorted(line.split()[2] for line in listed.splitlines()
-                       if line.split()[:2] == [str(PROGRAM), "1"])
-        self.assertEqual(found, sorted(TRANSPORTS))
+        for program in (PROGRAM, PROGRAM + 1):
+            found = sorted(line.split()[2] for line in listed.splitlines()
+                           if line.split()[:2] == [str(program), "1"])
+            self.assertEqual(found, sorted(TRANSPORTS), "known before it is ready")
+
+    def test_port_mapper_comes_later(self):
+        log = Syslog()
+        self.addCleanup(log.close)
+        self.lab.mapper.stop(signal.SIGKILL)
+        self.lab.start_engine()
+        log.wait("remote calls and pppoeiactl fail until rpcbind runs")
+        status, said = self.lab.control("show", "ports")
+        self.assertEqual(status, 3, said)
+        self.assertIn("are rpcbind and pppoeia-mgmt running?", said)
+        self.pass_padis(1)
+        self.lab.start_port_mapper()
+        log.wait("the port mapper knows the RPC programs of this node again")
+        self.assertIn("1/1/1", self.control("show", "ports"))
 
 
 class Numbered:

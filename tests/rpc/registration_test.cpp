@@ -5,6 +5,7 @@
 #include <arpa/inet.h>
 #include <rpc/pmap_clnt.h>
 #include <sys/resource.h>
+#include <chrono>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -60,6 +61,24 @@ std::string registration_errors() {
     return testing::internal::GetCapturedStderr();
 }
 
+// The ports of the program's two transports, and whether the port mapper took each.
+struct Opened {
+    int udp_port = 0, tcp_port = 0;
+    bool udp_known = false, tcp_known = false;
+};
+
+Opened opened() {
+    Opened opened;
+    for (const rpcProxyTransport_t &transport : rpcProxyTransports(2, std::chrono::seconds(0))) {
+        EXPECT_EQ(transport.program, program);
+        EXPECT_EQ(transport.version, version);
+        const bool udp = transport.protocol == IPPROTO_UDP;
+        (udp ? opened.udp_port : opened.tcp_port) = transport.port;
+        (udp ? opened.udp_known : opened.tcp_known) = transport.known;
+    }
+    return opened;
+}
+
 using Registration = ia::test::PrivateNode;
 
 TEST_F(Registration, ReceiveLoopServesAProgramOverBothTransports) {
@@ -76,6 +95,9 @@ TEST_F(Registration, ReceiveLoopServesAProgramOverBothTransports) {
     const int first = mapped_port(IPPROTO_TCP);
     EXPECT_EQ(registration_errors(), "");
     EXPECT_NE(mapped_port(IPPROTO_TCP), first) << "an earlier registration is replaced";
+    EXPECT_EQ(opened().udp_port, mapped_port(IPPROTO_UDP));
+    EXPECT_EQ(opened().tcp_port, mapped_port(IPPROTO_TCP));
+    EXPECT_TRUE(opened().udp_known && opened().tcp_known);
     EXPECT_TRUE(loop.stop(false));
 }
 
@@ -154,6 +176,14 @@ TEST_F(Registration, WithoutAPortMapperNeitherRegisters) {
               "version 1.\n"
               "rte/BLL/core/rpcProxy:93 Cannot register TCP RPC service 0x20000011/536870929, "
               "version 1.\n");
+    EXPECT_FALSE(opened().udp_known || opened().tcp_known);
+    // They are open all the same, for a port mapper that comes later.
+    const ia::test::PortMapper mapper;
+    EXPECT_TRUE(pmap_set(program, version, IPPROTO_TCP, opened().tcp_port));
+    RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
+    ASSERT_TRUE(loop.start());
+    EXPECT_EQ(call(IPPROTO_TCP), RPC_SUCCESS);
+    EXPECT_TRUE(loop.stop(false));
 }
 
 TEST_F(Registration, WithoutFreeDescriptorsNoSocketIsCreated) {

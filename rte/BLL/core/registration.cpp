@@ -7,8 +7,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 #include <string>
 
 namespace {
@@ -42,6 +44,31 @@ struct Service {
     unsigned long program;
     unsigned long version;
 };
+
+// The transports of this process. Services register on threads of their own.
+struct Registered {
+    std::mutex lock;
+    std::condition_variable added;
+    std::vector<rpcProxyTransport_t> transports;
+
+    // One that was registered before is another socket now.
+    void add(const rpcProxyTransport_t &transport) {
+        {
+            const std::lock_guard guard(lock);
+            std::erase_if(transports, [&](const rpcProxyTransport_t &other) {
+                return other.program == transport.program && other.version == transport.version &&
+                       other.protocol == transport.protocol;
+            });
+            transports.push_back(transport);
+        }
+        added.notify_all();
+    }
+};
+
+Registered &registered() {
+    static Registered all;
+    return all;
+}
 
 // "rte/BLL/core/rpcProxy:47 Cannot create UDP socket for RPC service ..."; with
 // errno and its text when `error` is not 0.
@@ -90,8 +117,11 @@ void serve_over(const Transport &transport, const Service &service,
     }
     // A transport that the port mapper refused stays open: closing it here, on
     // another thread, would end the receive loop if it is about to select.
-    if (!svc_register(endpoint, service.program, service.version, dispatch, transport.protocol))
-        report(transport.register_line, "register " + name, service, "", 0);
+    const bool known =
+        svc_register(endpoint, service.program, service.version, dispatch, transport.protocol);
+    if (!known) report(transport.register_line, "register " + name, service, "", 0);
+    registered().add({service.program, service.version, transport.protocol,
+                      static_cast<unsigned short>(endpoint->xp_port), known});
 }
 
 }  // namespace
@@ -101,4 +131,12 @@ void rpcProxyRegisterSvc(unsigned long program, unsigned long version,
     pmap_unset(program, version);
     serve_over(udp, {program, version}, dispatch);
     serve_over(tcp, {program, version}, dispatch);
+}
+
+std::vector<rpcProxyTransport_t> rpcProxyTransports(std::size_t count,
+                                                    std::chrono::milliseconds limit) {
+    Registered &all = registered();
+    std::unique_lock guard(all.lock);
+    all.added.wait_for(guard, limit, [&] { return all.transports.size() >= count; });
+    return all.transports;
 }

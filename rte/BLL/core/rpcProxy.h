@@ -4,7 +4,10 @@
 
 #include <rpc/rpc.h>
 #include <boost/thread/thread.hpp>
+#include <chrono>
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #pragma GCC visibility push(default)
 
@@ -17,6 +20,21 @@ int checkInterrupt();
 // A failing transport is reported on standard error; the other is tried still.
 void rpcProxyRegisterSvc(unsigned long program, unsigned long version,
                          void (*dispatch)(svc_req *request, SVCXPRT *transport));
+
+// A service of this process over UDP or TCP. It is served on its port whether or
+// not the port mapper knows it.
+struct rpcProxyTransport_t {
+    unsigned long program;
+    unsigned long version;
+    int protocol;
+    unsigned short port;
+    bool known;  // the port mapper took it when it was registered
+};
+
+// Waits until there are `count` of them, at most for `limit`; those there are then.
+// Any thread.
+std::vector<rpcProxyTransport_t> rpcProxyTransports(std::size_t count,
+                                                    std::chrono::milliseconds limit);
 
 // The owner calls start, stop and isStopped from one thread at a time; the service
 // thread may call them only once start() has returned.

@@ -80,6 +80,11 @@ const Refusal value_rows[] = {
      "FILE:2: [node] contact \"a\\x1Bb\" has control characters, expected none"},
     {"slash_in_a_device", "[node]\nmanagement = 'eth/0'\n" + bridge,
      "FILE:2: [node] management \"eth/0\" cannot name a device, expected no '/', ':' or space"},
+    {"settings_file_is_no_path", "[settings]\nfile = 'settings.toml'\n" + bridge,
+     "FILE:2: [settings] file is \"settings.toml\", expected a file's path that begins with /"},
+    {"metrics_for_no_collector", "[metrics]\ntextfile = '/run/metrics'\ninterval = 0\n" + bridge,
+     "FILE:2: [metrics] textfile is \"/run/metrics\", expected a file's name that ends in .prom\n"
+     "FILE:3: [metrics] interval is 0, expected 1 to 3600"},
     {"nothing_required_given", bridge + "[[interface]]\n[[vlan]]\n",
      "FILE:3: [[interface]] has no id, expected one\n"
      "FILE:3: [[interface]] has no name, expected one\n"

@@ -52,6 +52,20 @@ TEST_F(ReplaceFile, ThroughALink) {
     EXPECT_EQ(content(file), after);
 }
 
+TEST_F(ReplaceFile, PublishedForAllKeptAsTheUmaskHasIt) {
+    const mode_t usual = umask(077);
+    replace_file(file, before);
+    struct stat kept {};
+    EXPECT_EQ(stat(file.c_str(), &kept), 0);
+    replace_file(file, after, ia::node::Purpose::publish);
+    struct stat published {};
+    EXPECT_EQ(stat(file.c_str(), &published), 0);
+    umask(usual);
+    EXPECT_EQ(kept.st_mode & 0777, 0600u);
+    EXPECT_EQ(published.st_mode & 0777, 0644u);
+    EXPECT_EQ(content(file), after);
+}
+
 TEST_F(ReplaceFile, FailuresNameTheFileAndChangeNothing) {
     try {
         replace_file(dir / "none/settings", after);

@@ -1,0 +1,109 @@
+"""The metrics file: what it says, for whom, from when and until when; and a disk
+that does not answer."""
+
+import os
+import shutil
+import stat
+import subprocess
+from pathlib import Path
+
+from lab import frames, node, testing
+from lab.processes import wait_until
+from lab.topology import mac_of
+
+FOLDER = Path("/run/node-exporter")
+FILE = FOLDER / "pppoeia.prom"
+FRESH = FOLDER / "pppoeia.prom.new"
+
+
+def description(file=FILE):
+    return node.description() + f'[metrics]\ntextfile = "{file}"\ninterval = 1\n'
+
+
+class MetricsFile(testing.LabTest):
+    def setUp(self):
+        super().setUp()
+        FOLDER.mkdir()
+        self.addCleanup(shutil.rmtree, FOLDER)
+
+    def control(self, *words):
+        status, said = self.lab.control(*words)
+        self.assertEqual(status, 0, said)
+        return said
+
+    def send_padi(self):
+        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
+        client.send(frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI,
+                                     frames.tag(frames.SERVICE_NAME)))
+        frame, _ = server.wait(lambda f: f.code == frames.PADI, "the PADI")
+        return frame.marks
+
+    def wait_sample(self, sample, file=FILE):
+        def said():
+            text = file.read_text() if file.exists() else ""
+            return text if sample in text.splitlines() else None
+
+        return wait_until(said, f"{sample} in {file}")
+
+    def check(self, text):
+        judged = subprocess.run(["promtool", "check", "metrics"], input=text, text=True,
+                                capture_output=True, check=False)
+        self.assertEqual((judged.returncode, judged.stderr), (0, ""), judged.stdout)
+
+    def test_follows_the_node_until_the_end(self):
+        self.addCleanup(os.umask, os.umask(0o077))
+        self.lab.start_engine(description())
+        self.send_padi()
+        text = self.wait_sample(
+            'pppoeia_port_frames_total{bridge="br0",port="1",name="1/1/1",kind="padi"} 1')
+        self.check(text)
+        self.assertEqual(text.rstrip("\n"), self.control("metrics"))
+        self.assertEqual(stat.S_IMODE(FILE.stat().st_mode), 0o644, "a collector is another user")
+
+        self.lab.kill_engine()
+        down = self.wait_sample("pppoeia_up 0")
+        self.check(down)
+        self.assertNotIn("frames_total", down)
+        failures = [line for line in down.splitlines()
+                    if line.startswith("pppoeia_ippc_failures_total")]
+        self.assertNotIn(failures, ([], ["pppoeia_ippc_failures_total 0"]))
+        self.lab.restart_engine()
+        self.wait_sample("pppoeia_engine_restarts_total 1")
+        self.check(self.wait_sample("pppoeia_up 1"))
+
+        # Another place, and none.
+        moved = FOLDER / "moved.prom"
+        here = self.lab.folder / "node.toml"
+        here.write_text(description(moved))
+        self.lab.reload()
+        self.wait_sample("pppoeia_up 1", moved)
+        wait_until(lambda: not FILE.exists(), "the file at the old place to go")
+        here.write_text(node.description())
+        self.lab.reload()
+        wait_until(lambda: not moved.exists(), "the file to go")
+        here.write_text(description())
+        self.lab.reload()
+        self.assertIn("\npppoeia_engine_restarts_total 1\n", self.wait_sample("pppoeia_up 1"))
+        self.lab.stop_management()
+        self.assertEqual(list(FOLDER.iterdir()), [], "nothing is left by a clean stop")
+
+    def test_a_disk_that_does_not_answer(self):
+        os.mkfifo(FRESH)  # waits for ever for a reader
+        self.lab.start_engine(description())
+
+        def waits(task):
+            return (task / "wchan").read_text() == "wait_for_partner"
+
+        tasks = Path(f"/proc/{self.lab.management.pid}/task")
+        wait_until(lambda: any(map(waits, tasks.iterdir())), "the writer to be stuck")
+        self.control("set", "remote-id", "1", "meanwhile")
+        self.assertEqual(self.send_padi()[0][frames.REMOTE_ID], b"meanwhile")
+        self.lab.kill_engine()
+        self.lab.start_engine(description())
+        self.assertEqual(self.send_padi()[0][frames.REMOTE_ID], b"meanwhile")
+        self.check(FRESH.read_text())
+        wait_until(FILE.is_file, "a file once the disk answers")
+
+
+if __name__ == "__main__":
+    testing.main()
