@@ -27,6 +27,7 @@ BNG = "bng"
 ACCESS_CONCENTRATOR = "BNG-1"
 SERVICE = "internet"
 MNG = "mng0"
+PROGRAM = 536870929  # the agent's, of remote calls
 
 # The device inside each namespace, its address there, and the node's end.
 PEERS = {

@@ -3,8 +3,8 @@
     symbols.py LIBRARY LIST            compares; 1 when they differ
     symbols.py LIBRARY LIST --update   writes the list anew
 
-Functions and data with a name of ours; what a compiler makes of templates and
-inline functions depends on it and is no promise.
+Functions and data for everybody. Names in ia:: are for the programs of the same
+release, and what a compiler makes of templates depends on it: no promise.
 """
 
 import subprocess
@@ -16,7 +16,7 @@ def offered(library):
                             library], capture_output=True, text=True, check=True).stdout.splitlines()
     names = (line.split(" ", 2) for line in lines)
     return sorted({name for _, kind, name in names
-                   if kind in "TDB" and not name.startswith(("_", "std::", "boost::"))})
+                   if kind in "TDB" and not name.startswith(("_", "std::", "boost::", "ia::"))})
 
 
 def main(library, kept, *options):
