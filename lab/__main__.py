@@ -23,6 +23,8 @@ def main():
         lab.start_server()
         if not missing_programs():
             lab.start_engine()
+        if len(sys.argv) == 1:
+            print("lab: a shell on the access node; `exit` takes everything down", file=sys.stderr)
         command = sys.argv[1:] or [os.environ.get("SHELL", "/bin/sh")]
         status = subprocess.run(command, check=False).returncode
     sys.exit(status)

@@ -83,7 +83,8 @@ Status complain(const std::exception &error, Status status, bool json) {
             "%s\n",
             to_text({{"error", {{"status", static_cast<int>(status)}, {"text", error.what()}}}}, 2)
                 .c_str());
-    std::fprintf(stderr, "%s: %s\n", ink(Ink::red, "pppoeiactl").c_str(), error.what());
+    std::fprintf(stderr, "%s: %s\n", ink(Ink::red, "pppoeiactl").c_str(),
+                 wrapped(error.what(), sizeof "pppoeiactl:").c_str());
     return status;
 }
 

@@ -3,7 +3,6 @@
 #include "programs/ctl/screen.h"
 
 #include <poll.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
@@ -18,11 +17,15 @@ volatile std::sig_atomic_t interrupted = 0;
 
 constexpr char ctrl_c = 3;
 
-std::size_t terminal_height() {
+winsize terminal_size() {
     winsize size{};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 1) return size.ws_row;
-    return 24;
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row < 2) size.ws_row = 24;
+    return size;
 }
+
+// Lines end at the screen's edge instead of going on below it.
+constexpr char no_wrap[] = "\033[?7l";
+constexpr char wrap[] = "\033[?7h";
 
 void catch_signals() {
     struct sigaction action {};
@@ -47,16 +50,22 @@ Live::~Live() {
 
 void Live::show(const std::string &text) {
     std::string out;
-    if (redraws_ && lines_ > 0) out = "\033[" + std::to_string(lines_) + "A";
+    const winsize size = terminal_size();
+    if (redraws_ && lines_ > 0) {
+        const bool as_before = size.ws_row == size_.ws_row && size.ws_col == size_.ws_col;
+        out = as_before ? "\033[" + std::to_string(lines_) + "A" : "\033[H\033[2J";
+    }
+    size_ = size;
+    if (redraws_) out += no_wrap;
     // What does not fit the screen cannot be drawn over.
-    const std::size_t most = redraws_ ? terminal_height() - 1 : text.size();
+    const std::size_t most = redraws_ ? size.ws_row - 1U : text.size();
     lines_ = 0;
     for (std::size_t at = 0; at < text.size() && lines_ < most; ++lines_) {
         const std::size_t end = std::min(text.find('\n', at), text.size());
         out += text.substr(at, end - at) + (redraws_ ? "\033[K\n" : "\n");
         at = end + 1;
     }
-    if (redraws_) out += "\033[J";
+    if (redraws_) out += std::string("\033[J") + wrap;
     std::fputs(out.c_str(), stdout);
     std::fflush(stdout);
 }

@@ -1,6 +1,7 @@
 // A screen that goes on until the operator leaves: q or Ctrl-C.
 #pragma once
 
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <optional>
 #include <string>
@@ -25,6 +26,7 @@ public:
 private:
     const bool redraws_;
     std::size_t lines_ = 0;  // shown last
+    winsize size_{};         // of the screen then
     std::optional<termios> before_;
 };
 
