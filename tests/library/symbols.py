@@ -4,11 +4,14 @@
     symbols.py LIBRARY LIST --update   writes the list anew
 
 Functions and data for everybody. Names in ia:: are for the programs of the same
-release, and what a compiler makes of templates depends on it: no promise.
+release, and what a compiler makes of templates and types depends on it and on
+the sanitizers: no promise.
 """
 
 import subprocess
 import sys
+
+NO_PROMISE = ("_", "std::", "boost::", "ia::", "vtable for ", "typeinfo for ", "typeinfo name for ")
 
 
 def offered(library):
@@ -16,7 +19,7 @@ def offered(library):
                             library], capture_output=True, text=True, check=True).stdout.splitlines()
     names = (line.split(" ", 2) for line in lines)
     return sorted({name for _, kind, name in names
-                   if kind in "TDB" and not name.startswith(("_", "std::", "boost::", "ia::"))})
+                   if kind in "TDB" and not name.startswith(NO_PROMISE)})
 
 
 def main(library, kept, *options):

@@ -112,11 +112,13 @@ TEST_F(PortsFollow, APortThatDoesNotForwardIsNoWay) {
     run("ip link set n2 down; ip link set n2 up");
     ASSERT_TRUE(becomes("n2", "held"));
     const Host h1("h1"), s1("s1"), s2("s2");
-    s2.send(discovery(PADI, broadcast, mac_h1, {}).bytes());
+    ASSERT_TRUE(eventually([&] {  // the peer's queue opens a little after its carrier
+        s2.send(discovery(PADI, broadcast, mac_h1, {}).bytes());
+        return outcome(OUTCOME_HELD) > 0;
+    }));
     const Bytes padi = discovery(PADI, broadcast, mac_h1, {}, 1).bytes();
     h1.send(padi);
     EXPECT_EQ(padi, s1.receive_discovery());
-    EXPECT_EQ(1U, outcome(OUTCOME_HELD));
     EXPECT_EQ(1U, outcome(OUTCOME_SENT));  // to n1 alone
     ASSERT_TRUE(becomes("n2", "br0 2"));
     h1.send(padi);
