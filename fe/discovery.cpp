@@ -76,12 +76,15 @@ bool role_allows(const Frame &frame) {
     }
 }
 
-std::optional<Tag> find_vendor_tag(const Frame &frame) {
+// A new tag goes in front of an End-Of-List, else behind the last tag.
+TagPlace find_vendor_tag(const Frame &frame) {
+    std::size_t behind_last = frame.payload();
     for (std::optional<Tag> tag = frame.first_tag(); tag; tag = frame.next_tag(*tag)) {
-        if (tag->type == TAG_VENDOR_SPECIFIC) return tag;
-        if (tag->type == TAG_END_OF_LIST) break;
+        if (tag->type == TAG_VENDOR_SPECIFIC) return {tag, tag->at};
+        if (tag->type == TAG_END_OF_LIST) return {std::nullopt, tag->at};
+        behind_last = tag->end();
     }
-    return std::nullopt;
+    return {std::nullopt, behind_last > frame.end() ? frame.payload() : behind_last};
 }
 
 std::uint32_t pppoeia_stats::*counter_of(std::uint8_t code) {
@@ -96,13 +99,13 @@ std::uint32_t pppoeia_stats::*counter_of(std::uint8_t code) {
 }
 
 // Marks what goes to the server, cleans what comes from it.
-Outcome edit(Frame &frame, const std::optional<Tag> &own, FrameIds &ids) {
+Outcome edit(Frame &frame, const TagPlace &place, FrameIds &ids) {
     switch (frame.header().code) {
         case PADI:
-        case PADR: return mark(frame, own, ids);
+        case PADR: return mark(frame, place, ids);
         case PADO:
         case PADS:
-            if (own) return remove_vendor_tag(frame, *own);
+            if (place.own) return remove_vendor_tag(frame, *place.own);
             IA_TRACE("<%s>    No VSA tag to remove.", frame.bridge.name);
             return Outcome::forwarded;
         default: return Outcome::forwarded;
@@ -142,8 +145,8 @@ Outcome process_frame(pppoeia_bridge &bridge, FrameIds &ids) {
         count(frame, &pppoeia_stats::dropped);
         return Outcome::wrong_role;
     }
-    const std::optional<Tag> own = find_vendor_tag(frame);
-    if (own) {
+    const TagPlace place = find_vendor_tag(frame);
+    if (place.own) {
         IA_TRACE("<%s>    Found VSA tag.", bridge.name);
         if (frame.port->trust == PPPOEIA_PORT_UNTRUSTED) {
             IA_TRACE("<%s>    Port is untrusted, there should be no VSA tag.", bridge.name);
@@ -152,7 +155,7 @@ Outcome process_frame(pppoeia_bridge &bridge, FrameIds &ids) {
         }
     }
     count(frame, counter_of(frame.header().code));
-    const Outcome outcome = edit(frame, own, ids);
+    const Outcome outcome = edit(frame, place, ids);
     if (is_sent(outcome)) trace_forwarded(frame);
     return outcome;
 }

@@ -15,17 +15,19 @@ public:
     explicit Writer(std::span<std::uint8_t> bytes) : rest_(bytes) {}
 
     void u8(std::uint8_t value) { put(&value, sizeof value); }
-    void be16(std::uint16_t value) {
-        u8(static_cast<std::uint8_t>(value >> 8));
-        u8(static_cast<std::uint8_t>(value));
-    }
-    void be32(std::uint32_t value) {
-        be16(static_cast<std::uint16_t>(value >> 16));
-        be16(static_cast<std::uint16_t>(value));
-    }
+    void be16(std::uint16_t value) { big_endian<2>(value); }
+    void be32(std::uint32_t value) { big_endian<4>(value); }
     void bytes(std::span<const std::uint8_t> values) { put(values.data(), values.size()); }
 
 private:
+    template <std::size_t Size>
+    void big_endian(std::uint32_t value) {
+        std::uint8_t wire[Size];
+        for (std::size_t at = Size; at-- > 0; value >>= 8)
+            wire[at] = static_cast<std::uint8_t>(value);
+        put(wire, Size);
+    }
+
     void put(const std::uint8_t *values, std::size_t count) {
         if (count > rest_.size()) return;
         std::copy_n(values, count, rest_.begin());

@@ -45,17 +45,6 @@ std::size_t tag_size(const pppoeia_bridge &bridge, const Id &circuit_id, const I
     return size;
 }
 
-// In front of an End-Of-List, else behind the last tag.
-std::size_t insertion_point(const Frame &frame) {
-    std::optional<Tag> tag = frame.first_tag();
-    if (!tag || tag->type == TAG_END_OF_LIST) return frame.payload();
-    while (const std::optional<Tag> next = frame.next_tag(*tag)) {
-        if (next->type == TAG_END_OF_LIST) return next->at;
-        tag = next;
-    }
-    return tag->end() > frame.end() ? frame.payload() : tag->end();
-}
-
 void trace_size_change(const Frame &frame, std::size_t new_size, std::size_t old_size) {
     const char *bridge = frame.bridge.name;
     if (new_size > old_size)
@@ -123,8 +112,9 @@ Outcome answer_with_error(Frame &frame) {
 
 }  // namespace
 
-Outcome mark(Frame &frame, const std::optional<Tag> &own, FrameIds &ids) {
-    pppoeia_bridge &bridge = frame.bridge;
+Outcome mark(Frame &frame, const TagPlace &place, FrameIds &ids) {
+    const pppoeia_bridge &bridge = frame.bridge;
+    const auto &[own, position] = place;
     if (own && own->end() > frame.end()) return Outcome::tag_truncated;
 
     Id circuit_id;
@@ -134,7 +124,6 @@ Outcome mark(Frame &frame, const std::optional<Tag> &own, FrameIds &ids) {
 
     const std::size_t size = tag_size(bridge, circuit_id, remote_id);
     const std::size_t old_size = own ? own->size() : 0;
-    const std::size_t position = own ? own->at : insertion_point(frame);
     if (!own) IA_TRACE("<%s>    VSA tag will be added.", bridge.name);
     trace_size_change(frame, size, old_size);
     const std::uint32_t total = frame.record().total_length;

@@ -12,9 +12,15 @@
 
 namespace ia {
 
+// The frame's own Vendor-Specific tag, and where one of ours goes.
+struct TagPlace {
+    std::optional<Tag> own;
+    std::size_t at;
+};
+
 // Puts the line's tag into a PADI or PADR, in place of the frame's own if it
 // has one. A frame that would outgrow the maximum PDU becomes an error reply.
-Outcome mark(Frame &frame, const std::optional<Tag> &own, FrameIds &ids);
+Outcome mark(Frame &frame, const TagPlace &place, FrameIds &ids);
 
 // Takes the tag out of a PADO or PADS, if the bridge is to remove it.
 Outcome remove_vendor_tag(Frame &frame, const Tag &tag);

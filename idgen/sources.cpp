@@ -56,16 +56,19 @@ bool is_zero(const pppoeia_mac &mac) {
     return std::ranges::all_of(mac.bytes, [](std::uint8_t byte) { return byte == 0; });
 }
 
+constexpr std::array<std::array<char, 2>, 256> hex_pairs = [] {
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::array<std::array<char, 2>, 256> pairs{};
+    for (std::size_t byte = 0; byte < pairs.size(); ++byte)
+        pairs[byte] = {digits[byte >> 4], digits[byte & 0xF]};
+    return pairs;
+}();
+
 void put_mac(const pppoeia_mac &mac, TextWriter &text) {
-    static constexpr char digits[] = "0123456789ABCDEF";
-    std::array<char, 3 * sizeof mac.bytes - 1> pairs;
-    char *at = pairs.data();
-    for (const std::uint8_t byte : mac.bytes) {
-        if (at != pairs.data()) *at++ = ':';
-        *at++ = digits[byte >> 4];
-        *at++ = digits[byte & 0xF];
-    }
-    text << std::string_view(pairs.data(), pairs.size());
+    char pairs[] = "??:??:??:??:??:??";
+    for (std::size_t i = 0; i < sizeof mac.bytes; ++i)
+        std::memcpy(pairs + 3 * i, hex_pairs[mac.bytes[i]].data(), 2);
+    text << std::string_view(pairs, sizeof pairs - 1);
 }
 
 // A PVC's number, signed: -1 when it was never set.
