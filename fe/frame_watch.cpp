@@ -4,7 +4,6 @@
 #include "fe/base/trace.h"
 #include "fe/frame.h"
 
-#include <time.h>
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -63,10 +62,9 @@ Ring &ring() {
 }
 
 std::uint64_t now_ns() {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000U +
-           static_cast<std::uint64_t>(now.tv_nsec);
+    using namespace std::chrono;
+    const auto since_1970 = system_clock::now().time_since_epoch();
+    return static_cast<std::uint64_t>(duration_cast<nanoseconds>(since_1970).count());
 }
 
 // Copies the Ethernet frame in the buffer; returns its length.

@@ -132,6 +132,7 @@ bool idStringToBinaryVector(const std::string &text,
                             const std::map<unsigned long, unsigned> &hexRuns,
                             std::vector<std::uint8_t> &out) {
     std::vector<ia::hex_run> runs;
+    runs.reserve(hexRuns.size());
     for (const auto &[at, size] : hexRuns) runs.push_back({at, size});
     return ia::text_to_bytes(text, runs, out);
 }
