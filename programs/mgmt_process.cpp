@@ -32,7 +32,7 @@ void serve(const node::Description &description) {
     metrics.use(description.metrics_file, description.metrics_interval);
     const PortMapperWatch port_mapper;
     const DeviceWatch devices([&] { management.devices_changed(); });
-    port_mapper.wait_until_known();
+    PortMapperWatch::wait_until_known();
     const ServiceReady ready;
     stop.wait(
         [&](int signal) {

@@ -53,9 +53,10 @@ void sample(std::string &out, const char *name, const char *type, const char *he
 
 void frames(std::string &out, const std::string &name, const std::string &labels,
             const pppoeia_stats &stats) {
-    for (const Kind &kind : kinds)
-        out += name + '{' + labels + ",kind=\"" + kind.name + "\"} " +
-               std::to_string(stats.*kind.count) + '\n';
+    for (const Kind &kind : kinds) {
+        out.append(name).append("{").append(labels).append(",kind=\"").append(kind.name);
+        out.append("\"} ").append(std::to_string(stats.*kind.count)).append("\n");
+    }
 }
 
 void counters(std::string &out) {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t message_max = 1024;
 constexpr std::size_t command_max = 63;
-constexpr std::size_t reply_max = 64 * 1024;
+constexpr std::size_t reply_max = 65'536;
 constexpr timeval patience{2, 0};  // a silent sender holds the thread no longer
 constexpr int retry_ms = 200;      // until a connection is accepted again, out of descriptors
 
@@ -85,7 +85,7 @@ std::optional<ExternalMessage> parse_external_message(std::string_view record) {
     std::array<std::string, 3> texts;
     for (std::string &text : texts) {
         const std::size_t end = record.find('\0');
-        if (end == record.npos) return std::nullopt;
+        if (end == std::string_view::npos) return std::nullopt;
         text = record.substr(0, end);
         record.remove_prefix(end + 1);
     }

@@ -43,16 +43,6 @@ bool may_start(BLEntity &entity, const std::vector<BLEntity *> &running) {
     });
 }
 
-// Told also when the saving fails.
-struct StopNotice {
-    explicit StopNotice(CliConfig &followed) : config(followed) {}
-    ~StopNotice() { config.saveConfigStop.tell(); }
-    StopNotice(const StopNotice &) = delete;
-    StopNotice &operator=(const StopNotice &) = delete;
-
-    CliConfig &config;
-};
-
 }  // namespace
 
 Framework::Framework(EntityCalls &calls, std::string message_socket)
@@ -138,8 +128,13 @@ void Framework::save_configuration(const std::function<void()> &save) {
     CliConfig &config = singleton<CliConfig>::instance();
     config.saveConfigStart.tell();
     for (const BLEntity *entity : running) entity->saveConfiguration({});
-    const StopNotice notice(config);
-    if (save) save();
+    try {
+        if (save) save();
+    } catch (...) {  // the end is told also when the saving fails
+        config.saveConfigStop.tell();
+        throw;
+    }
+    config.saveConfigStop.tell();
 }
 
 // Serving ends first and without `operation`, which a request may wait for.

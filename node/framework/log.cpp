@@ -27,7 +27,8 @@ Log &Log::setMsgLevel(int level) {
 }
 
 Log &Log::write(std::string_view text) {
-    for (std::size_t end; (end = text.find('\n')) != text.npos; text.remove_prefix(end + 1)) {
+    for (std::size_t end; (end = text.find('\n')) != std::string_view::npos;
+         text.remove_prefix(end + 1)) {
         line.text.append(text.substr(0, end + 1));
         line.record();
     }

@@ -1,12 +1,12 @@
 #include "node/ippc/ippc_server.h"
 
-#include <signal.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <exception>
 #include <system_error>

@@ -47,7 +47,7 @@ std::string bridge_of(std::string_view path) {
     path.remove_prefix(before.size());
     if (path.size() <= after.size()) return {};
     path.remove_suffix(after.size());
-    return path.find('/') == path.npos ? std::string(path) : std::string();
+    return path.find('/') == std::string_view::npos ? std::string(path) : std::string();
 }
 
 }  // namespace

@@ -58,7 +58,7 @@ public:
     static int hold(const char *bridge, std::uint32_t port, bool on);
 
     // Whether a bridge's frames come to the engine (platform/frame_hold.h).
-    static int check(const char *bridge);
+    static int check(const char *name);
 
 private:
     enum class File { devices, bridging, bridge };

@@ -20,12 +20,10 @@ bool AddressEvents::any() {
     if (!notices_) return true;
     std::array<char, 1> ignored;
     for (bool some = false;;) {
-        if (recv(notices_.get(), ignored.data(), ignored.size(), MSG_TRUNC) > 0)
-            some = true;
-        else if (errno == EAGAIN)
-            return some;
-        else if (errno != EINTR)  // notices were lost, or worse
-            some = true;
+        const bool got = recv(notices_.get(), ignored.data(), ignored.size(), MSG_TRUNC) > 0;
+        if (!got && errno == EINTR) continue;
+        if (!got && errno == EAGAIN) return some;
+        some = true;  // also when notices were lost
     }
 }
 

@@ -67,7 +67,7 @@ public:
 
 private:
     const Argument &argument(const std::string &name) const;
-    std::uint32_t port_number(const std::string &text);
+    std::uint32_t port_number(const std::string &given);
 
     const Arguments &arguments_;
     const bool json_;

@@ -9,7 +9,7 @@ using Stub = rpcNodeText *(*)(CLIENT *);
 
 std::string run(Call &call, Stub stub, const char *what) {
     const rpcNodeText &reply = call.agent().node(stub);
-    const std::string text = reply.text;
+    std::string text = reply.text;
     if (reply.result == RPC_PPPOEIA_SUCCESS) return text;
     if (reply.result == RPC_PPPOEIA_NOT_FOUND)
         throw Refused(

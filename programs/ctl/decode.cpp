@@ -79,11 +79,11 @@ void add_tags(Json &frame, Bytes payload) {
 
 }  // namespace
 
-Json decode_frame(Bytes bytes) {
-    Json frame = {{"length", bytes.size()}, {"source", nullptr},     {"destination", nullptr},
-                  {"vlans", Json::array()}, {"code", nullptr},       {"session", nullptr},
-                  {"tags", Json::array()},  {"circuit_id", nullptr}, {"remote_id", nullptr}};
-    Reader reader(bytes);
+Json decode_frame(Bytes ethernet) {
+    Json frame = {{"length", ethernet.size()}, {"source", nullptr},     {"destination", nullptr},
+                  {"vlans", Json::array()},    {"code", nullptr},       {"session", nullptr},
+                  {"tags", Json::array()},     {"circuit_id", nullptr}, {"remote_id", nullptr}};
+    Reader reader(ethernet);
     const std::string destination = mac_text(reader.bytes(6));
     const std::string source = mac_text(reader.bytes(6));
     unsigned type = reader.number(2);

@@ -34,6 +34,7 @@ int checkInterrupt() {
 RPCProxy::RPCProxy(void *(*service_start)(void *), const std::string &thread_name)
     : serviceStart(service_start), name(thread_name) {}
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only a thread that joins itself throws
 RPCProxy::~RPCProxy() {
     stop(false);
 }
