@@ -6,41 +6,19 @@ seconds of the return of what was lost. PPPOEIA_ROUNDS says how often each loss
 comes; the times are printed.
 """
 
-import contextlib
 import os
 import subprocess
-import threading
 import time
 
 from lab import frames, node, testing
 from lab.processes import wait_until
 from lab.topology import mac_of, programs
+from lab.traffic import Traffic
 
 CONFIG_CALL = programs().parent / "tests" / "lab" / "config_call"
 LINES = {"sub1": 1, "sub2": 2}
 LIMIT = 3.0  # seconds until a subscriber is served again
 AFTER = 100  # frames of each subscriber that are looked at beyond
-
-
-class Traffic:
-    """PADIs of one subscriber, hundreds a second, until stopped."""
-
-    def __init__(self, lab, peer):
-        self._wire, self._peer = lab.wire(peer), peer
-        self._stop = threading.Event()
-        self._thread = threading.Thread(target=self._run, daemon=True)
-        self._thread.start()
-
-    def _run(self):
-        data = frames.discovery(frames.BROADCAST, mac_of(self._peer), frames.PADI,
-                                frames.tag(frames.SERVICE_NAME))
-        while not self._stop.wait(0.002):
-            with contextlib.suppress(OSError):  # its device may be away
-                self._wire.send(data)
-
-    def stop(self):
-        self._stop.set()
-        self._thread.join()
 
 
 class Rounds(testing.LabTest):
@@ -102,7 +80,7 @@ class Rounds(testing.LabTest):
 
     def start_traffic(self, *peers):
         for peer in peers:
-            self.traffic[peer] = Traffic(self.lab, peer)
+            self.traffic[peer] = Traffic(self.lab.wire(peer), peer, pause=0.002)
 
     def stop_traffic(self):
         while self.traffic:

@@ -51,13 +51,6 @@ struct Plan {
     std::vector<Frame> frames;
 };
 
-Bytes from_hex(const std::string &text) {
-    Bytes bytes;
-    for (std::size_t at = 0; at + 1 < text.size(); at += 2)
-        bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(at, 2), nullptr, 16)));
-    return bytes;
-}
-
 Plan read_plan(const char *path) {
     std::ifstream file(path);
     Plan plan;

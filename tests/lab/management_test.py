@@ -3,19 +3,14 @@
 import re
 import signal
 import subprocess
-import threading
 
 from lab import frames, netns, node, testing
 from lab.syslog import Syslog
-from lab.topology import PROGRAM, mac_of, programs
+from lab.topology import PROGRAM, programs
+from lab.traffic import Traffic, padi
 
 CLIENT = programs().parent / "tests" / "rpc" / "procedures_client"
 TRANSPORTS = ("tcp", "udp")
-
-
-def padi(number):
-    tags = frames.tag(frames.SERVICE_NAME) + frames.tag(frames.HOST_UNIQ, b"%08d" % number)
-    return frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI, tags)
 
 
 class ManagementTest(testing.LabTest):
@@ -89,26 +84,6 @@ class Procedures(ManagementTest):
         self.assertIn("1/1/1", self.control("show", "ports"))
 
 
-class Numbered:
-    """PADIs of one subscriber, numbered from 0, one after the other until stopped."""
-
-    def __init__(self, wire):
-        self.sent = 0
-        self._wire = wire
-        self._stop = threading.Event()
-        self._thread = threading.Thread(target=self._run, daemon=True)
-        self._thread.start()
-
-    def _run(self):
-        while not self._stop.wait(0.0005):
-            self._wire.send(padi(self.sent))
-            self.sent += 1
-
-    def stop(self):
-        self._stop.set()
-        self._thread.join()
-
-
 class ChangedDescription(ManagementTest):
     PORTS = 500
     CHANGED = range(100, 600, 50)  # ten ports
@@ -133,7 +108,7 @@ class ChangedDescription(ManagementTest):
         self.lab.add_idle_devices([f"line{port}" for port in range(100, 100 + self.PORTS)])
         self.lab.start_engine(self.description("first-{}".format), seconds=60)
         self.client, self.server = self.lab.wire("sub1"), self.lab.wire("bng")
-        self.traffic = Numbered(self.client)
+        self.traffic = Traffic(self.client)
         self.addCleanup(self.traffic.stop)
         self.arrived(0)
 

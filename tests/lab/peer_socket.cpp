@@ -81,6 +81,13 @@ int open_socket(const std::string &device, bool hears) {
 
 }  // namespace
 
+Bytes from_hex(const std::string &text) {
+    Bytes bytes;
+    for (std::size_t at = 0; at + 1 < text.size(); at += 2)
+        bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(at, 2), nullptr, 16)));
+    return bytes;
+}
+
 int device_index(const std::string &name_space, const std::string &device) {
     const Inside there(name_space);
     const unsigned index = if_nametoindex(device.c_str());

@@ -59,6 +59,9 @@ private:
     std::vector<std::uint8_t> addresses_;
 };
 
+// Of a plan's hexadecimal digits.
+Bytes from_hex(const std::string &text);
+
 // The interface index of a device there.
 int device_index(const std::string &name_space, const std::string &device);
 

@@ -1,37 +1,12 @@
 """The engine killed under traffic, started again, and stopped cleanly."""
 
 import os
-import threading
 import time
 
 from lab import frames, netns, testing
 from lab.processes import wait_until
 from lab.topology import mac_of
-
-
-def padi(number):
-    tags = frames.tag(frames.SERVICE_NAME) + frames.tag(frames.HOST_UNIQ, b"%08d" % number)
-    return frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI, tags)
-
-
-class Traffic:
-    """PADIs from one subscriber, one after the other, until stopped."""
-
-    def __init__(self, wire):
-        self.sent = 0
-        self._wire = wire
-        self._stop = threading.Event()
-        self._thread = threading.Thread(target=self._run, daemon=True)
-        self._thread.start()
-
-    def _run(self):
-        while not self._stop.wait(0.0005):
-            self._wire.send(padi(self.sent))
-            self.sent += 1
-
-    def stop(self):
-        self._stop.set()
-        self._thread.join()
+from lab.traffic import Traffic
 
 
 def traces():
