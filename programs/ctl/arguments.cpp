@@ -6,9 +6,12 @@
 #include "programs/ctl/screen.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <regex>
+#include <stdexcept>
+#include <string_view>
 
 namespace ia::ctl {
 
@@ -88,6 +91,13 @@ Status complain(const std::exception &error, Status status, bool json) {
     return status;
 }
 
+std::runtime_error wrong_line(const CLI::App &app, const CLI::ParseError &error) {
+    const auto unknown = app.remaining(true);
+    const std::string what =
+        unknown.empty() ? error.what() : '\'' + unknown.front() + "' is not known here";
+    return std::runtime_error(what + "; --help says more");
+}
+
 }  // namespace
 
 int run(int argc, char **argv) {
@@ -126,9 +136,10 @@ int run(int argc, char **argv) {
         answer(*chosen, values[row], json);
         return done;
     } catch (const CLI::ParseError &error) {
-        if (const auto unknown = app.remaining(true); !unknown.empty())
-            std::fprintf(stderr, "pppoeiactl: '%s' is not known here\n", unknown.front().c_str());
-        return app.exit(error) == 0 ? done : usage;
+        if (error.get_exit_code() == 0) return static_cast<Status>(app.exit(error));  // --help
+        // The parser gave up before it set `json`.
+        return complain(wrong_line(app, error), usage,
+                        std::count(argv, argv + argc, std::string_view("--json")));
     } catch (const Unreachable &error) {
         return complain(error, unreachable, json);
     } catch (const std::exception &error) {
