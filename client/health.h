@@ -4,6 +4,9 @@
 #include <atomic>
 #include <cstdint>
 
+// One for the library and for the process that loads it.
+#pragma GCC visibility push(default)
+
 namespace ia {
 
 // Since the process began; any thread.
@@ -14,3 +17,5 @@ struct client_health {
 inline client_health health;
 
 }  // namespace ia
+
+#pragma GCC visibility pop

@@ -1,5 +1,7 @@
 #include "fe/batch.h"
 
+#include "fe/frame.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -28,7 +30,8 @@ void Batch::show(std::size_t number, pppoeia_bridge &bridge) {
     const std::size_t length = in_[number].msg_len;
     if (buffer.used > length)
         std::fill_n(buffer.bytes.data() + length, buffer.used - length, std::uint8_t{0});
-    used_in_bridge_ = std::max(used_in_bridge_, bridge.frame_end);
+    // An error reply's tag may stand behind a frame without payload.
+    used_in_bridge_ = std::max(used_in_bridge_, bridge.frame_end + Tag::header_size);
     std::swap(bridge.frame_buf, buffer.bytes);
     buffer.used = std::exchange(used_in_bridge_, length);
     bridge.frame_end = length;

@@ -158,7 +158,7 @@ void close_files(pppoeia_bridge &bridge) {
     bridge.sock = bridge.bridge_fd = -1;
 }
 
-int add_bridge(const char *operation, const char *name, std::uint32_t ports) {
+int add_bridge(const char *name, std::uint32_t ports) {
     if (const int result = check_new_bridge(name); result != 0) return result;
     const int handle = open_bridge(name);
     if (handle < 0) return no_file;
@@ -179,14 +179,12 @@ int add_bridge(const char *operation, const char *name, std::uint32_t ports) {
     if (const int result = start_up(bridge); result != 0) {
         pppoeia_pseudo_device_del(name, bridge->pseudo_dev);
         close_files(*bridge);
-        return trace_result(operation, result);
+        return result;
     }
     pppoeia_log(6, "<%s> Bridge added (S-Tag EtherType=0x%04x, ports=%d, MTU=%d, buffer=%d).", name,
                 info.stag_ethertype, ports, bridge->mtu, bridge->buf_size);
-    return trace_result(operation, 0);
+    return 0;
 }
-
-}  // namespace
 
 // The worker goes first: a descriptor that it may still use is never closed,
 // since its number could be given out again.
@@ -202,24 +200,31 @@ void shut_down(pppoeia_bridge &bridge) {
     pppoeia_log(7, "<%s> Bridge deleted.", bridge.name);
 }
 
+}  // namespace
+
+int delete_bridge(const char *name) {
+    constexpr const char *operation = "fe_pppoeia_bridge_del";
+    trace_call(operation, name);
+    if (!bridge_list_exists()) {
+        pppoeia_log(4, "Not initialized.");
+        return refuse(operation, -ENXIO);
+    }
+    const BridgePtr found = bridge_list_unlink(name);
+    if (!found) return refuse(operation, -ENOENT);
+    shut_down(*found);
+    return trace_result(operation, 0);
+}
+
 }  // namespace ia
 
 int fe_pppoeia_bridge_add(const char *bridge, std::uint32_t ports) {
     const std::scoped_lock exclusive(ia::lifecycle);
     ia::trace_call(__func__, bridge);
     ia::announce_frame_adjust();
-    return ia::add_bridge(__func__, bridge, ports);
+    return ia::trace_result(__func__, ia::add_bridge(bridge, ports));
 }
 
 int fe_pppoeia_bridge_del(const char *bridge) {
     const std::scoped_lock exclusive(ia::lifecycle);
-    ia::trace_call(__func__, bridge);
-    if (!ia::bridge_list_exists()) {
-        pppoeia_log(4, "Not initialized.");
-        return ia::refuse(__func__, -ENXIO);
-    }
-    const ia::BridgePtr found = ia::bridge_list_unlink(bridge);
-    if (!found) return ia::refuse(__func__, -ENOENT);
-    ia::shut_down(*found);
-    return ia::trace_result(__func__, 0);
+    return ia::delete_bridge(bridge);
 }

@@ -21,8 +21,8 @@ inline constexpr std::int32_t frame_adjust_default = 106;
 // Held by whoever makes or removes bridges.
 extern std::mutex lifecycle;
 
-// Stops the worker and releases what the bridge owns in the node; it is off the
-// list already. The caller holds `lifecycle`.
-void shut_down(pppoeia_bridge &bridge);
+// fe_pppoeia_bridge_del for who holds `lifecycle`: takes the bridge off the list,
+// stops its worker and releases what it owns in the node.
+int delete_bridge(const char *name);
 
 }  // namespace ia

@@ -24,10 +24,7 @@ void check_version(const ControlFile &file, unsigned long request, const char *m
 // All workers are asked first, so that they finish together.
 void release_bridges() {
     for (const BridgePtr &bridge : bridge_list_snapshot()) bridge->stop = true;
-    for (const BridgePtr &bridge : bridge_list_snapshot()) {
-        bridge_list_unlink(bridge->name);
-        shut_down(*bridge);
-    }
+    for (const BridgePtr &bridge : bridge_list_snapshot()) delete_bridge(bridge->name);
     bridge_list_release();
 }
 
@@ -41,6 +38,7 @@ int fe_pppoeia_init() {
         if (!kvmng.is_open()) {
             const int reason = errno;
             pppoeia_log(2, "Unable to contact kernel module 'kvmng'.");
+            release_bridges();
             return reason;
         }
         check_version(kvmng, KVMNG_IOC_GET_VERSION, "kvmng", KVMNG_VERSION);

@@ -135,11 +135,11 @@ Outcome mark(Frame &frame, const TagPlace &place, FrameIds &ids) {
 }
 
 Outcome remove_vendor_tag(Frame &frame, const Tag &tag) {
-    if (tag.end() > frame.end()) return Outcome::tag_truncated;
     if (frame.bridge.vsa_mode != PPPOEIA_VSA_REMOVE) {
         IA_TRACE("<%s>    VSA tag kept.", frame.bridge.name);
         return Outcome::forwarded;
     }
+    if (tag.end() > frame.end()) return Outcome::tag_truncated;
     // A last tag is left behind the shortened payload, where it is padding.
     if (frame.next_tag(tag))
         replace(frame, tag.at, tag.size(), 0);

@@ -41,7 +41,7 @@ void serve_frame(pppoeia_bridge &bridge, Batch &batch, std::size_t number, Frame
     const std::scoped_lock lock(bridge.lock);
     batch.show(number, bridge);
     const kvbridge_frame_hdr &record = Frame(bridge).record();
-    if (record.total_length != bridge.frame_end) return;
+    if (bridge.frame_end == 0 || record.total_length != bridge.frame_end) return;
     ids.circuit_id.clear();
     ids.remote_id.clear();
     FrameWatch watch(bridge);

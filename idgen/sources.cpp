@@ -56,13 +56,14 @@ bool is_zero(const pppoeia_mac &mac) {
     return std::ranges::all_of(mac.bytes, [](std::uint8_t byte) { return byte == 0; });
 }
 
-constexpr std::array<std::array<char, 2>, 256> hex_pairs = [] {
+constexpr auto pairs_of_digits() {
     constexpr char digits[] = "0123456789ABCDEF";
     std::array<std::array<char, 2>, 256> pairs{};
     for (std::size_t byte = 0; byte < pairs.size(); ++byte)
         pairs[byte] = {digits[byte >> 4], digits[byte & 0xF]};
     return pairs;
-}();
+}
+constexpr auto hex_pairs = pairs_of_digits();
 
 void put_mac(const pppoeia_mac &mac, TextWriter &text) {
     char pairs[] = "??:??:??:??:??:??";

@@ -1,5 +1,6 @@
 #include "programs/management.h"
 
+#include "client/health.h"
 #include "node/description/read_description.h"
 #include "node/framework/locks.h"
 #include "node/linux/ncfm.h"
@@ -50,11 +51,14 @@ Management::Management(node::Description description, std::function<void()> wake
     settings_.load();
     serve_operator();
     node::framework_lock().after_exclusive = [this] { ask(settings_changed_); };
-    if (!framework_.start(present()))
-        throw std::runtime_error(
-            "the management process did not start: see the system log; is pppoeia-fe running?");
     const std::lock_guard guard(lock_);
-    intact_ = settings_.remember();
+    intact_ = true;
+    make_all([this] {
+        if (!framework_.start(present()))
+            throw std::runtime_error(
+                "the management process did not start: see the system log; is pppoeia-fe running?");
+    });
+    if (intact_) intact_ = settings_.remember();
     devices_changed_ = true;  // since they were listed
     follow_settings();
 }
@@ -102,11 +106,25 @@ void Management::arrive(const node::Arrivals &arrivals) {
         if (!arrivals.bridges.contains(bridge)) release_frames(bridge.c_str(), port);
 }
 
+// Until the engine has answered every call of a change, its store is not what the
+// operators have set, and all of it is due to be made anew. Another thread's
+// call without an answer counts too: that costs a restore, and loses nothing.
+bool Management::make_all(const std::function<void()> &changes) {
+    const auto due = std::exchange(restore_due_, Clock::now());
+    const bool intact = std::exchange(intact_, false);
+    const std::uint32_t failures = health.ippc_failures;
+    changes();
+    if (health.ippc_failures != failures) return false;
+    intact_ = intact;
+    restore_due_ = due;
+    return true;
+}
+
 // The settings of what leaves are kept for its return.
 void Management::announce() {
     const BLLManager::exclusiveLock_t alone;
     if (intact_) intact_ = settings_.remember();
-    framework_.apply(present());
+    make_all([this] { framework_.apply(present()); });
 }
 
 void Management::reload() {
@@ -198,20 +216,22 @@ bool Management::bridges_are_served() const {
 void Management::restore() {
     restore_due_ = Clock::now() + retry_gap;
     if (intact_) settings_.remember();
-    intact_ = false;
+    intact_ = true;
     devices_ = present_devices();
-    const auto begin = [this] {
-        const bool begun = pppoeia_init() == 0;
+    bool begun = false;
+    const auto begin = [&] {
+        begun = pppoeia_init() == 0;
         if (begun) ++restores_;  // an engine that is not there is not configured
         return begun;
     };
-    if (!framework_.announce_anew(present(), begin))
-        log_error("not all of the node could be announced to the engine");
-    intact_ = settings_.remember();
-    if (intact_ && bridges_are_served())
-        restore_due_.reset();
-    else
-        restore_due_ = Clock::now() + retry_gap;
+    const bool answered = make_all([&] {
+        if (!framework_.announce_anew(present(), begin) && begun)
+            log_error("not all of the node could be announced to the engine");
+    });
+    intact_ = begun && answered && settings_.remember();
+    restore_due_ = Clock::now() + retry_gap;
+    if (intact_ && bridges_are_served()) restore_due_.reset();
+    if (!begun && engine_is_away_) restore_due_.reset();  // its return will be noticed
 }
 
 // --- the operator's settings -------------------------------------------------------------
@@ -255,13 +275,23 @@ int Management::save(std::string &text) {
     }
 }
 
+// One that fails half-way is undone: all is made anew as it was, and the frames
+// wait for that.
 int Management::clear(std::string &text) {
+    if (intact_) intact_ = settings_.remember();
     for (const node::Bridge &bridge : description_.bridges) hold_frames(bridge.name.c_str(), 0);
-    const bool cleared = framework_.clear_configuration();
+    bool cleared = false;
+    const bool answered = make_all([&] { cleared = framework_.clear_configuration(); });
+    if (!cleared || !answered) {
+        intact_ = false;
+        restore_due_ = Clock::now();
+        wake_();
+        text = "the agent did not take all of its settings back: nothing is cleared\n";
+        return 1;
+    }
     settings_.forget();
     for (const node::Bridge &bridge : description_.bridges) release_frames(bridge.name.c_str(), 0);
-    if (!cleared) text = "the agent did not take all of its settings back\n";
-    return cleared ? 0 : 1;
+    return 0;
 }
 
 int Management::status(configFile::status_t &status) {

@@ -37,7 +37,7 @@ void sd_notify(const char *state) {
 
 std::optional<std::chrono::microseconds> watchdog_pulse() {
     const char *limit = std::getenv("WATCHDOG_USEC");
-    const long long pulse = limit ? std::atoll(limit) / 2 : 0;
+    const long long pulse = limit ? std::strtoll(limit, nullptr, 10) / 2 : 0;
     if (pulse <= 0) return std::nullopt;
     return std::chrono::microseconds(pulse);
 }

@@ -5,6 +5,7 @@
 #include "store/operation.h"
 
 #include <atomic>
+#include <cstring>
 
 using namespace ia;
 
@@ -214,13 +215,13 @@ int set_format(const char *operation, const char *bridge,
                char (pppoeia_bridge::*field)[PPPOEIA_FORMAT_SIZE], const char *format,
                const char *message) {
     trace_call(operation, bridge, format);
-    return on_bridge(operation, bridge, [&](pppoeia_bridge &b) {
-        if (!fits(b.*field, format)) return refuse(operation, -ENOSPC);
-        copy_text(b.*field, format);
-        pppoeia_log(7, message, b.name);
-        pppoeia_log(7, "%s()=%s", operation, format);
-        return 0;
-    });
+    if (std::strlen(format) >= PPPOEIA_FORMAT_SIZE) return refuse(operation, -ENOSPC);
+    const LockedBridge found(bridge);
+    if (!found) return refuse(operation, -ENOENT);
+    copy_text((*found).*field, format);
+    pppoeia_log(7, message, found->name);
+    pppoeia_log(7, "%s()=%s", operation, format);
+    return 0;
 }
 
 }  // namespace

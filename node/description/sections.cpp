@@ -56,6 +56,7 @@ bool mac_address(const Value &value, RecordOf<Member> &record) {
     if (!given) return refuse_kind(value, "a text");
     std::array<std::uint8_t, 6> mac{};
     int end = 0;
+    // NOLINTNEXTLINE(cert-err34-c): two digits each
     const int read = std::sscanf(given->get().c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n",
                                  &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5], &end);
     if (read != 6 || static_cast<std::size_t>(end) != given->get().size())

@@ -104,6 +104,15 @@ private:
         return true;
     }
 
+    // The agent takes every VLAN for one of its bridge: it hears of no others.
+    template <class Event, class Change>
+    bool make(const Event &event, const Vlan &vlan, const std::string &what, Change change) {
+        if (vlan.bridge == managed_bridge)
+            return make(event, what, change, vlan.bridge.c_str(), vlan.id);
+        registry().change(change);
+        return true;
+    }
+
     void change_facts() {
         const Description &now = wanted.facts;
         if (before.facts.shelf != now.shelf)
@@ -156,12 +165,9 @@ private:
     }
 
     void leave(const Vlan &vlan) {
-        make(
-            bridges.vlanDeleted, label(vlan) + " stays",
-            [&](NodeState &node) {
-                node.vlans.erase({vlan.bridge, vlan.id});
-            },
-            vlan.bridge.c_str(), vlan.id);
+        make(bridges.vlanDeleted, vlan, label(vlan) + " stays", [&](NodeState &node) {
+            node.vlans.erase({vlan.bridge, vlan.id});
+        });
     }
 
     // What refused to leave the bridge goes with it.
@@ -211,11 +217,8 @@ private:
         if (!has_bridge(vlan.bridge)) return miss(label(vlan), "its bridge is not there");
         const bool there =
             registry().read([&](const NodeState &node) { return node.vlans.count(key) > 0; });
-        if (!there && !make(
-                          bridges.vlanAdded, label(vlan),
-                          [&](NodeState &node) { node.vlans[key] = without_settings(vlan); },
-                          vlan.bridge.c_str(), vlan.id))
-            return;
+        const auto come = [&](NodeState &node) { node.vlans[key] = without_settings(vlan); };
+        if (!there && !make(bridges.vlanAdded, vlan, label(vlan), come)) return;
         if (!there) arrivals.vlans.insert(key);
         Vlan was;
         registry().change([&](NodeState &node) { was = std::exchange(node.vlans[key], vlan); });
@@ -291,6 +294,7 @@ void announce_settings_again(EntityCalls &calls) {
     for (const Bridge &bridge : node.bridges)
         tell_settings(without_settings(bridge), bridge, calls);
     for (const auto &[key, vlan] : node.vlans) {
+        if (vlan.bridge != managed_bridge) continue;
         singleton<kvbridge>::instance().vlanAdded.tell(vlan.bridge.c_str(), vlan.id);
         tell_settings(without_settings(vlan), vlan, calls);
     }

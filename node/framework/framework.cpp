@@ -114,6 +114,8 @@ bool Framework::announce_anew(const Description &description, const std::functio
 
 bool Framework::clear_configuration() {
     const std::lock_guard guard(operation);
+    const BLLManager::exclusiveLock_t alone;
+    if (!alone.owns_lock()) return false;
     CliConfig &config = singleton<CliConfig>::instance();
     config.clearConfigStart.tell();
     bool cleared = true;

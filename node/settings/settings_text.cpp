@@ -165,8 +165,8 @@ constexpr std::array vlan_settings{
 
 constexpr std::array line_settings{
     word_setting<&LineSettings::circuit_id_mode, circuit_id_mode_words>("circuit_id_mode"),
-    text_setting<&LineSettings::circuit_id_format, PPPOEIA_FORMAT_SIZE>("circuit_id_format"),
-    text_setting<&LineSettings::remote_id_format, PPPOEIA_FORMAT_SIZE>("remote_id_format"),
+    text_setting<&LineSettings::circuit_id_format, PPPOEIA_FORMAT_SIZE - 1>("circuit_id_format"),
+    text_setting<&LineSettings::remote_id_format, PPPOEIA_FORMAT_SIZE - 1>("remote_id_format"),
 };
 
 // --- reading -----------------------------------------------------------------------------

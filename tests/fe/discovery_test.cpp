@@ -173,6 +173,9 @@ const std::vector<Case> cases = {
     {"kept when the bridge keeps tags", from_net,
      server + "8863 1107 0000 000e" + service + other_tag,
      server + "8863 1107 0000 000e" + service + other_tag, &pppoeia_stats::pado, keep_tags},
+    {"kept also when it ends past the frame", from_net,
+     server + "8863 1107 0000 0008 0105 0100 00000de9",
+     server + "8863 1107 0000 0008 0105 0100 00000de9", &pppoeia_stats::pado, keep_tags},
     {"a tag past the frame: dropped, counted", from_net,
      server + "8863 1107 0000 0008 0105 0100 00000de9", "", &pppoeia_stats::pado},
 

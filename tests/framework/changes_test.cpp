@@ -130,7 +130,7 @@ const Change changes[] = {
          d.bridges.push_back({.name = "br1"});
          d.vlans.push_back({.id = 100, .name = "other", .bridge = "br1"});
      },
-     {"+bridge br1 256", "+vlan br1 100"}},
+     {"+bridge br1 256"}},
     {"bridge_with_other_port_records",
      [](Description &d) {
          d.bridges[0].ports = 32;

@@ -3,6 +3,7 @@
 Each test is one loss; lab/rounds.py says what holds in every round.
 """
 
+import itertools
 import signal
 import time
 
@@ -20,6 +21,32 @@ class Recovery(Rounds):
             return begin
 
         self.rounds(self.lab.kill_engine, restart)
+
+    def test_engine_killed_again_while_it_is_restored(self):
+        # Some milliseconds into the restore, which takes some tens: another part each time.
+        moments = itertools.cycle(milliseconds / 1000 for milliseconds in range(0, 42, 6))
+
+        def restart():
+            for _ in range(3):
+                self.lab.restart_engine()
+                time.sleep(next(moments))
+                self.lab.kill_engine()
+            begin = time.monotonic()
+            self.lab.restart_engine()
+            return begin
+
+        self.rounds(self.lab.kill_engine, restart)
+
+    def test_settings_stay_when_a_clear_fails(self):
+        def clear_and_restart():
+            status, said = self.lab.control("config", "clear", seconds=30)
+            self.assertEqual(status, 1, said)
+            self.assertIn("nothing is cleared", said)
+            begin = time.monotonic()
+            self.lab.restart_engine()
+            return begin
+
+        self.rounds(self.lab.kill_engine, clear_and_restart)
 
     def test_management_killed(self):
         def restart():
