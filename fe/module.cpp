@@ -38,7 +38,6 @@ int fe_pppoeia_init() {
         if (!kvmng.is_open()) {
             const int reason = errno;
             pppoeia_log(2, "Unable to contact kernel module 'kvmng'.");
-            release_bridges();
             return reason;
         }
         check_version(kvmng, KVMNG_IOC_GET_VERSION, "kvmng", KVMNG_VERSION);

@@ -83,6 +83,18 @@ void pvc_number(const subscriber &who, std::uint32_t pppoeia_port::*number, Text
         value << static_cast<std::int32_t>(who.port->*number);
 }
 
+// A number of the port's place, which only these kinds of port have.
+template <std::uint32_t... Kinds>
+void place_number(const subscriber &who, std::uint32_t pppoeia_port_location::*number,
+                  const char *other_kind, TextWriter &value) {
+    const pppoeia_port *port = port_of(who);
+    if (!port) return;
+    if (((port->intf_kind == Kinds) || ...))
+        value << port->location.*number;
+    else
+        IA_TRACE(other_kind, who.bridge.name);
+}
+
 }  // namespace
 
 namespace source {
@@ -171,30 +183,18 @@ void intf_dscr(const subscriber &who, TextWriter &value) {
 }
 
 void onu(const subscriber &who, TextWriter &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    if (port->intf_kind == INTF_KIND_ONU || port->intf_kind == INTF_KIND_GEM)
-        value << port->location.onu_or_pvc;
-    else
-        IA_TRACE("<%s> >> Not ONU or GEM interface", who.bridge.name);
+    place_number<INTF_KIND_ONU, INTF_KIND_GEM>(who, &pppoeia_port_location::onu_or_pvc,
+                                               "<%s> >> Not ONU or GEM interface", value);
 }
 
 void vgem(const subscriber &who, TextWriter &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    if (port->intf_kind == INTF_KIND_GEM)
-        value << port->location.gem;
-    else
-        IA_TRACE("<%s> >> Not GEM interface", who.bridge.name);
+    place_number<INTF_KIND_GEM>(who, &pppoeia_port_location::gem, "<%s> >> Not GEM interface",
+                                value);
 }
 
 void pvc_intf(const subscriber &who, TextWriter &value) {
-    const pppoeia_port *port = port_of(who);
-    if (!port) return;
-    if (port->intf_kind == INTF_KIND_ATM_PVC)
-        value << port->location.onu_or_pvc;
-    else
-        IA_TRACE("<%s> >> Non-PVC interface\n", who.bridge.name);
+    place_number<INTF_KIND_ATM_PVC>(who, &pppoeia_port_location::onu_or_pvc,
+                                    "<%s> >> Non-PVC interface\n", value);
 }
 
 void vpi(const subscriber &who, TextWriter &value) {

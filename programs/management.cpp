@@ -52,13 +52,13 @@ Management::Management(node::Description description, std::function<void()> wake
     serve_operator();
     node::framework_lock().after_exclusive = [this] { ask(settings_changed_); };
     const std::lock_guard guard(lock_);
-    intact_ = true;
-    make_all([this] {
+    const bool made = make_all([this] {
         if (!framework_.start(present()))
             throw std::runtime_error(
                 "the management process did not start: see the system log; is pppoeia-fe running?");
+        return true;
     });
-    if (intact_) intact_ = settings_.remember();
+    intact_ = made && settings_.remember();
     devices_changed_ = true;  // since they were listed
     follow_settings();
 }
@@ -106,15 +106,18 @@ void Management::arrive(const node::Arrivals &arrivals) {
         if (!arrivals.bridges.contains(bridge)) release_frames(bridge.c_str(), port);
 }
 
-// Until the engine has answered every call of a change, its store is not what the
-// operators have set, and all of it is due to be made anew. Another thread's
-// call without an answer counts too: that costs a restore, and loses nothing.
-bool Management::make_all(const std::function<void()> &changes) {
-    const auto due = std::exchange(restore_due_, Clock::now());
+// Until changes have come to their end and the engine has answered every call of
+// them, the store is not what the operators have set, and all of it is due to be
+// made anew. Another thread's call without an answer counts too: that costs a
+// restore, and loses nothing.
+bool Management::make_all(const std::function<bool()> &changes) {
+    const auto due = std::exchange(restore_due_, Clock::now() + retry_gap);
     const bool intact = std::exchange(intact_, false);
     const std::uint32_t failures = health.ippc_failures;
-    changes();
-    if (health.ippc_failures != failures) return false;
+    if (!changes() || health.ippc_failures != failures) {
+        restore_due_ = Clock::now();
+        return false;
+    }
     intact_ = intact;
     restore_due_ = due;
     return true;
@@ -124,7 +127,10 @@ bool Management::make_all(const std::function<void()> &changes) {
 void Management::announce() {
     const BLLManager::exclusiveLock_t alone;
     if (intact_) intact_ = settings_.remember();
-    make_all([this] { framework_.apply(present()); });
+    make_all([this] {
+        framework_.apply(present());  // what it refuses stays refused, and is told of
+        return true;
+    });
 }
 
 void Management::reload() {
@@ -216,7 +222,6 @@ bool Management::bridges_are_served() const {
 void Management::restore() {
     restore_due_ = Clock::now() + retry_gap;
     if (intact_) settings_.remember();
-    intact_ = true;
     devices_ = present_devices();
     bool begun = false;
     const auto begin = [&] {
@@ -224,11 +229,12 @@ void Management::restore() {
         if (begun) ++restores_;  // an engine that is not there is not configured
         return begun;
     };
-    const bool answered = make_all([&] {
+    const bool made = make_all([&] {
         if (!framework_.announce_anew(present(), begin) && begun)
             log_error("not all of the node could be announced to the engine");
+        return begun;
     });
-    intact_ = begun && answered && settings_.remember();
+    intact_ = made && settings_.remember();
     restore_due_ = Clock::now() + retry_gap;
     if (intact_ && bridges_are_served()) restore_due_.reset();
     if (!begun && engine_is_away_) restore_due_.reset();  // its return will be noticed
@@ -280,11 +286,7 @@ int Management::save(std::string &text) {
 int Management::clear(std::string &text) {
     if (intact_) intact_ = settings_.remember();
     for (const node::Bridge &bridge : description_.bridges) hold_frames(bridge.name.c_str(), 0);
-    bool cleared = false;
-    const bool answered = make_all([&] { cleared = framework_.clear_configuration(); });
-    if (!cleared || !answered) {
-        intact_ = false;
-        restore_due_ = Clock::now();
+    if (!make_all([this] { return framework_.clear_configuration(); })) {
         wake_();
         text = "the agent did not take all of its settings back: nothing is cleared\n";
         return 1;

@@ -61,7 +61,7 @@ private:
     void report(const std::string &trouble);
     void arrive(const node::Arrivals &arrivals);
     void announce();
-    bool make_all(const std::function<void()> &changes);
+    bool make_all(const std::function<bool()> &changes);
     void follow_settings();
     void save_when_due();
     node::Description present() const;

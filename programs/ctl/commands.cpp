@@ -29,11 +29,11 @@ std::string subject_of(Call &call) {
     return call.has("vlan") ? "VLAN " + call.text("vlan") : "the setting";
 }
 
-template <auto Stub, class Reply, class... Parameters, std::size_t... Index>
+template <auto Function, class Reply, class... Parameters, std::size_t... Index>
 void change_with(Call &call, Reply *(*)(Parameters...), std::index_sequence<Index...>) {
     using Types = std::tuple<Parameters...>;
     std::array<std::string, sizeof...(Index) + 1> texts;
-    call.agent().change(subject_of(call), Stub,
+    call.agent().change(subject_of(call), Function,
                         value_at<std::tuple_element_t<Index, Types>>(call, Index, texts[Index])...);
 }
 
@@ -43,9 +43,9 @@ constexpr std::size_t values_of(Reply *(*)(Parameters...)) {
 }
 
 // A command whose arguments are those of a procedure that changes something.
-template <auto Stub>
+template <auto Function>
 Json change(Call &call) {
-    change_with<Stub>(call, Stub, std::make_index_sequence<values_of(Stub)>());
+    change_with<Function>(call, Function, std::make_index_sequence<values_of(Function)>());
     return {{"done", true}};
 }
 

@@ -5,10 +5,10 @@ namespace ia::ctl {
 
 namespace {
 
-using Stub = rpcNodeText *(*)(CLIENT *);
+using Function = rpcNodeText *(*)(CLIENT *);
 
-std::string run(Call &call, Stub stub, const char *what) {
-    const rpcNodeText &reply = call.agent().node(stub);
+std::string run(Call &call, Function function, const char *what) {
+    const rpcNodeText &reply = call.agent().node(function);
     std::string text = reply.text;
     if (reply.result == RPC_PPPOEIA_SUCCESS) return text;
     if (reply.result == RPC_PPPOEIA_NOT_FOUND)

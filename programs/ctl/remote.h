@@ -54,25 +54,26 @@ class Remote {
 public:
     Remote();
 
-    // A call by its generated stub, of the agent's program or of the node's own.
-    // Its reply lasts until the next call of the same stub.
+    // A call by the function that rpcgen made for it, of the agent's program or of the node's own.
+    // Its reply lasts until the next call of the same function.
     template <class Reply, class... Parameters, class... Arguments>
-    const Reply &call(Reply *(*stub)(Parameters...), Arguments... arguments) {
-        return answer(agent_, stub, arguments...);
+    const Reply &call(Reply *(*function)(Parameters...), Arguments... arguments) {
+        return answer(agent_, function, arguments...);
     }
     template <class Reply, class... Parameters, class... Arguments>
-    const Reply &node(Reply *(*stub)(Parameters...), Arguments... arguments) {
-        return answer(node_, stub, arguments...);
+    const Reply &node(Reply *(*function)(Parameters...), Arguments... arguments) {
+        return answer(node_, function, arguments...);
     }
 
     // A call that changes something, of either program; `what` is named when it
     // is refused.
     template <class Reply, class... Parameters, class... Arguments>
-    void change(const std::string &what, Reply *(*stub)(Parameters...), Arguments... arguments) {
+    void change(const std::string &what, Reply *(*function)(Parameters...),
+                Arguments... arguments) {
         if constexpr (std::is_same_v<Reply, rpcPppoeiaResult>)
-            expect(call(stub, arguments...), what);
+            expect(call(function, arguments...), what);
         else
-            expect(rpcPppoeiaResult(node(stub, arguments...)), what);
+            expect(rpcPppoeiaResult(node(function, arguments...)), what);
     }
 
     static void expect(rpcPppoeiaResult result, const std::string &what);
@@ -90,21 +91,21 @@ private:
     [[noreturn]] static void throw_failure(CLIENT *client);
 
     template <class Reply, class... Parameters, class... Arguments>
-    const Reply &answer(const Client &client, Reply *(*stub)(Parameters...),
+    const Reply &answer(const Client &client, Reply *(*function)(Parameters...),
                         Arguments... arguments) {
-        const Reply *reply = stub(arguments..., client.get());
+        const Reply *reply = function(arguments..., client.get());
         if (!reply) throw_failure(client.get());
         if constexpr (xdr_of<Reply> == nullptr)
             return *reply;
         else
-            return keep(stub, *reply);
+            return keep(function, *reply);
     }
 
-    // The stub forgets the memory of its earlier reply: it is freed here.
+    // The function forgets the memory of its earlier reply: it is freed here.
     template <class Reply, class... Parameters>
-    static const Reply &keep(Reply *(*stub)(Parameters...), const Reply &reply) {
+    static const Reply &keep(Reply *(*function)(Parameters...), const Reply &reply) {
         static std::map<Reply *(*)(Parameters...), Reply> last;
-        const auto [kept, first] = last.try_emplace(stub, reply);
+        const auto [kept, first] = last.try_emplace(function, reply);
         if (first) return kept->second;
         xdr_free(reinterpret_cast<xdrproc_t>(xdr_of<Reply>), &kept->second);
         return kept->second = reply;

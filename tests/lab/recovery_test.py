@@ -13,69 +13,55 @@ from lab.rounds import Rounds
 from lab.topology import PEERS
 
 
+def timed(*returns):
+    """Brings back one after the other, and gives the moment when that began."""
+    def bring_back():
+        begin = time.monotonic()
+        for comes in returns:
+            comes()
+        return begin
+
+    return bring_back
+
+
 class Recovery(Rounds):
     def test_engine_killed(self):
-        def restart():
-            begin = time.monotonic()
-            self.lab.restart_engine()
-            return begin
-
-        self.rounds(self.lab.kill_engine, restart)
+        self.rounds(self.lab.kill_engine, timed(self.lab.restart_engine))
 
     def test_engine_killed_again_while_it_is_restored(self):
         # Some milliseconds into the restore, which takes some tens: another part each time.
         moments = itertools.cycle(milliseconds / 1000 for milliseconds in range(0, 42, 6))
 
-        def restart():
+        def kill():
+            self.lab.kill_engine()
             for _ in range(3):
                 self.lab.restart_engine()
                 time.sleep(next(moments))
                 self.lab.kill_engine()
-            begin = time.monotonic()
-            self.lab.restart_engine()
-            return begin
 
-        self.rounds(self.lab.kill_engine, restart)
+        self.rounds(kill, timed(self.lab.restart_engine))
 
     def test_settings_stay_when_a_clear_fails(self):
-        def clear_and_restart():
+        def kill_and_clear():
+            self.lab.kill_engine()
             status, said = self.lab.control("config", "clear", seconds=30)
             self.assertEqual(status, 1, said)
             self.assertIn("nothing is cleared", said)
-            begin = time.monotonic()
-            self.lab.restart_engine()
-            return begin
 
-        self.rounds(self.lab.kill_engine, clear_and_restart)
+        self.rounds(kill_and_clear, timed(self.lab.restart_engine))
 
     def test_management_killed(self):
-        def restart():
-            begin = time.monotonic()
-            self.lab.restart_management()
-            return begin
-
-        self.rounds(self.lab.kill_management, restart)
+        self.rounds(self.lab.kill_management, timed(self.lab.restart_management))
 
     def test_both_killed(self):
         def kill():
             self.lab.kill_management()
             self.lab.kill_engine()
 
-        def restart():
-            begin = time.monotonic()
-            self.lab.restart_engine()
-            self.lab.restart_management()
-            return begin
-
-        self.rounds(kill, restart)
+        self.rounds(kill, timed(self.lab.restart_engine, self.lab.restart_management))
 
     def test_port_mapper_killed(self):
-        def restart():
-            begin = time.monotonic()
-            self.lab.start_port_mapper()
-            return begin
-
-        self.rounds(lambda: self.lab.mapper.stop(signal.SIGKILL), restart)
+        self.rounds(lambda: self.lab.mapper.stop(signal.SIGKILL), timed(self.lab.start_port_mapper))
 
     def test_pseudo_device_deleted(self):
         self.rounds(lambda: netns.run("ip", "link", "del", "br0_pppoe"), time.monotonic)

@@ -133,7 +133,7 @@ class Storm(testing.LabTest):
         self.assertEqual(list(wrong.items())[:3], [], f"{len(wrong)} lines with a wrong ID")
         for form, name in enumerate(FORMATS):
             self.assertTrue(any(lines[n].ids[form] in seen for n, seen in ids.items()),
-                            f"no line had format {name}")
+                            f"no line had format {name} of {operator.changes} changes: {said}")
         self.assertEqual(said["kept"], [0])
         self.assertEqual(said["served"], [LINES])
         self.assertEqual(said["answered"], said["rounds"])

@@ -1,18 +1,16 @@
-// Replacing a file: whole or not at all, whenever the process is killed and
-// whatever the disk refuses.
+// Replacing a file: whole or not at all, whatever the disk refuses. A process that
+// is killed while it does: tests/lab/saving_test.py.
 #include "node/settings/settings_text.h"
 
 #include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
-#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <csignal>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <string>
 #include <system_error>
@@ -95,60 +93,6 @@ TEST_F(ReplaceFile, FailuresNameTheFileAndChangeNothing) {
     EXPECT_EQ(status, 0);
     EXPECT_EQ(content(file), before);
     EXPECT_NE(access((file + ".new").c_str(), F_OK), 0);
-}
-
-bool tracing_works() {
-    const pid_t child = fork();
-    if (child == 0) _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status == 0;
-}
-
-// Runs it in a process that is killed at one of its system calls, before or
-// after the kernel has done it. False when it ended before that.
-bool killed_at(int stop, const std::string &file, const std::string &text) {
-    const pid_t child = fork();
-    if (child == 0) {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
-        replace_file(file, text);
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    for (int stops = 0; WIFSTOPPED(status); ++stops) {
-        if (stops == stop) {
-            kill(child, SIGKILL);
-            waitpid(child, &status, 0);
-            return true;
-        }
-        if (ptrace(PTRACE_SYSCALL, child, nullptr, nullptr) != 0) break;
-        waitpid(child, &status, 0);
-    }
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    return false;
-}
-
-TEST_F(ReplaceFile, KilledAtEveryStep) {
-    if (!tracing_works()) {  // qemu's user emulation
-        std::cout << "SKIPPED: killed at every step: needs ptrace\n";
-        return;
-    }
-    int stop = 0;
-    bool replaced = false;
-    for (;; ++stop) {
-        replace_file(file, before);
-        const bool killed = killed_at(stop, file, after);
-        const std::string now = content(file);
-        ASSERT_TRUE(now == before || now == after) << "torn at stop " << stop;
-        EXPECT_FALSE(replaced && now == before) << "undone at stop " << stop;
-        replaced = now == after;
-        if (!killed) break;
-    }
-    EXPECT_TRUE(replaced);
-    // open, write, fsync, close, rename, open, fsync, close: two stops each.
-    EXPECT_GE(stop, 16);
 }
 
 }  // namespace
