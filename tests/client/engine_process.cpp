@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
@@ -37,7 +38,10 @@ void run_engine(const std::string &path, int control) {
 
 std::string receive_text(int control) {
     std::array<char, 4096> text;
-    const ssize_t length = recv(control, text.data(), text.size(), 0);
+    ssize_t length = 0;
+    do {  // the alarm that limits a fuzzed input's time interrupts it
+        length = recv(control, text.data(), text.size(), 0);
+    } while (length < 0 && errno == EINTR);
     if (length <= 0) throw std::runtime_error("the engine's process is gone");
     return {text.data(), static_cast<std::size_t>(length)};
 }
