@@ -15,6 +15,7 @@ import re
 import subprocess
 import sys
 from collections import Counter
+from contextlib import suppress
 
 from lab import fire_frames, isolation, netns, testing
 from lab.agent import missing_programs
@@ -91,7 +92,8 @@ def counted_by_kernel(engine):
     folder = f"/proc/{engine}/fdinfo"
     maps = set()
     for name in os.listdir(folder):
-        with open(f"{folder}/{name}", encoding="ascii") as info:
+        # A connection's may be closed meanwhile; the maps' are not.
+        with suppress(FileNotFoundError), open(f"{folder}/{name}", encoding="ascii") as info:
             maps.update(re.findall(r"^map_id:\s+(\d+)$", info.read(), re.M))
     for number in maps:
         if json.loads(netns.run("bpftool", "-j", "map", "show", "id", number))["name"] != "outcomes":

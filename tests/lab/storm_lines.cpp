@@ -40,7 +40,7 @@ using Clock = std::chrono::steady_clock;
 enum Code : std::uint8_t { PADI = 0x09, PADO = 0x07, PADR = 0x19, PADS = 0x65 };
 enum TagType : std::uint16_t { SERVICE_NAME = 0x0101, HOST_UNIQ = 0x0103, VENDOR = 0x0105 };
 constexpr std::uint16_t discovery = 0x8863;
-constexpr auto repeat = std::chrono::seconds(5);
+constexpr Clock::duration repeat = std::chrono::seconds(5);
 constexpr std::array<std::uint8_t, 6> server_address{0x02, 0, 0, 0, 0x99, 0x01};
 constexpr std::array<std::uint8_t, 6> everybody{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 
@@ -192,8 +192,7 @@ private:
     Clock::duration due(std::size_t begun) const {
         const std::size_t count = plan_.lines.size();
         if (begun < count) return {};
-        return repeat +
-               repeat * static_cast<Clock::rep>(begun - count) / static_cast<Clock::rep>(count);
+        return repeat + repeat * (begun - count) / count;
     }
 
     void begin_line(std::uint32_t number) {
