@@ -12,10 +12,10 @@ import time
 
 from lab import frames, node, testing
 from lab.processes import wait_until
-from lab.topology import mac_of, programs
+from lab.topology import mac_of, tool
 from lab.traffic import Traffic
 
-CONFIG_CALL = programs().parent / "tests" / "lab" / "config_call"
+CONFIG_CALL = tool("config_call")
 LINES = {"sub1": 1, "sub2": 2}
 LIMIT = 3.0  # seconds until a subscriber is served again
 AFTER = 100  # frames of each subscriber that are looked at beyond

@@ -20,9 +20,8 @@ from contextlib import suppress
 from lab import fire_frames, isolation, netns, testing
 from lab.agent import missing_programs
 from lab.processes import WaitFailed, wait_until
-from lab.topology import Lab, programs
+from lab.topology import Lab, tool
 
-BUILT = programs().parent / "tests" / "lab"
 KINDS = ("padi", "padr", "pado", "pads", "padt", "dropped", "unknown", "truncated", "bypassed")
 FIRST = 1_000_000
 # Of memory: what the questions themselves may leave behind. Over the other nine
@@ -110,7 +109,7 @@ def _number(little_endian):
 
 def counted_by_engine(ports):
     """{port: counters}, 0 the bridge; asked of the engine itself."""
-    said = subprocess.run([BUILT / "engine_call", "stats", "0", *map(str, ports)],
+    said = subprocess.run([tool("engine_call"), "stats", "0", *map(str, ports)],
                           check=True, capture_output=True, text=True, timeout=30).stdout
     rows = [list(map(int, line.split())) for line in said.splitlines()]
     return {row[0]: dict(zip(KINDS, row[1:])) for row in rows}
@@ -198,7 +197,7 @@ def compare_resources(account, first, last, memory):
 def fire(lab, account, unit, number):
     plan = lab.folder / "plan"
     plan.write_text(fire_frames.plan(account.frames), encoding="ascii")
-    done = subprocess.run([BUILT / "frame_fire", plan, unit, str(number)], check=False,
+    done = subprocess.run([tool("frame_fire"), plan, unit, str(number)], check=False,
                           capture_output=True, text=True)
     account.add(done.stdout)
     if done.returncode != 0 and not account.problems:

@@ -48,6 +48,11 @@ def programs():
     return Path(os.environ.get("PPPOEIA_PROGRAMS", REPOSITORY / "build" / preset / "programs"))
 
 
+def tool(name):
+    """One of lab/tools, of the same preset."""
+    return programs().parent / "lab" / "tools" / name
+
+
 class Lab:
     """Brought up by `with`; what it started or made is gone after it."""
 
@@ -202,7 +207,9 @@ class Lab:
         argv = [programs() / program, "--node", description]
         if self.confined:
             argv = confined.command(program, argv)
-        process = self._process(argv, None, {"NOTIFY_SOCKET": news.path, **(environment or {})})
+        # Of the programs built with a sanitizer, services always look for leaks.
+        process = self._process(argv, None, {"NOTIFY_SOCKET": news.path, "ASAN_OPTIONS": "",
+                                             **(environment or {})})
         news.wait_ready(process, seconds)
         return process, news
 

@@ -1,9 +1,9 @@
 """Custom IDs on a real client's PADI, text and binary; tshark reads them."""
 
-import os
 
 from lab import decode, frames, node, testing
 from lab.processes import Process
+from lab.topology import tool
 
 # Shelf "shelf1", location port 7, VLAN 0, the client's address with "-" between.
 TEXT_FORMAT = "$SHELF/$z4PORT.$VLAN $d-CLNT_MAC"
@@ -28,8 +28,8 @@ class CustomIds(testing.LabTest):
 
     def engine_call(self, *words):
         """Another process sets what the remote procedures do not."""
-        tool = Process([os.environ["PPPOEIA_ENGINE_CALL"], *words])
-        self.assertEqual(tool.wait(), 0, tool.output())
+        call = Process([tool("engine_call"), *words])
+        self.assertEqual(call.wait(), 0, call.output())
 
     def marked_padi(self):
         """The PADI of one discovery, as the server received it."""

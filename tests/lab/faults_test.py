@@ -20,10 +20,9 @@ from pathlib import Path
 from lab import netns, testing
 from lab.processes import wait_until
 from lab.rounds import Rounds
-from lab.topology import PEERS, programs
+from lab.topology import PEERS, programs, tool
 
 STOP_SECONDS = float(os.environ.get("PPPOEIA_STOP_SECONDS", "1.5"))
-BUILT = programs().parent / "tests" / "lab"
 NO_MEMORY = "-2"  # of an entry that cannot be linked
 HOUR = 3600
 with open(programs() / "pppoeia-fe", "rb") as engine:
@@ -105,7 +104,7 @@ class Faults(Rounds):
     @unittest.skipIf(SANITIZED, "the sanitizer's own memory is not limited so")
     def test_engine_out_of_memory(self):
         def call(*words):
-            return subprocess.run([BUILT / "engine_call", *words], check=True, timeout=30,
+            return subprocess.run([tool("engine_call"), *words], check=True, timeout=30,
                                   capture_output=True, text=True).stdout.split()
 
         def exhaust():
@@ -124,7 +123,7 @@ class Faults(Rounds):
         def exhaust():
             size = self.data_size(self.lab.management)
             with self.limited(self.lab.management, resource.RLIMIT_DATA, size):
-                calls = [subprocess.Popen([BUILT / "config_call", "show"],
+                calls = [subprocess.Popen([tool("config_call"), "show"],
                                           stdout=subprocess.DEVNULL) for _ in range(50)]
                 self.served_meanwhile()
                 for one in calls:
@@ -140,7 +139,7 @@ class Faults(Rounds):
         filler = Path("/run/filler")
 
         def problem():
-            said = subprocess.run([BUILT / "config_call", "status"], capture_output=True,
+            said = subprocess.run([tool("config_call"), "status"], capture_output=True,
                                   text=True, timeout=30, check=True).stdout
             return re.search("^problem ?(.*)$", said, re.M)[1]
 
@@ -204,7 +203,7 @@ class ClockJumps(Rounds):
     def start_all(self):
         self.clock = self.lab.folder / "clock"
         self.jump(HOUR)
-        os.environ.update(LD_PRELOAD=str(BUILT / "libclock_jump.so"), LAB_CLOCK=str(self.clock))
+        os.environ.update(LD_PRELOAD=str(tool("libclock_jump.so")), LAB_CLOCK=str(self.clock))
         try:
             super().start_all()
         finally:

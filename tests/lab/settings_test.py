@@ -6,9 +6,9 @@ from pathlib import Path
 
 from lab import frames, netns, node, testing
 from lab.processes import wait_until
-from lab.topology import mac_of, programs
+from lab.topology import mac_of, tool
 
-CONFIG_CALL = programs().parent / "tests" / "lab" / "config_call"
+CONFIG_CALL = tool("config_call")
 FOLDER = Path("/run/settings")
 FILE = FOLDER / "settings.toml"
 REFUSED, NO_FILE = 1, 2

@@ -15,10 +15,9 @@ import threading
 
 from lab import frames, node, testing
 from lab.processes import wait_until
-from lab.topology import mac_of, programs
+from lab.topology import mac_of, tool
 
 LINES = int(os.environ.get("PPPOEIA_LINES", "200"))
-STORM_LINES = programs().parent / "tests" / "lab" / "storm_lines"
 MORE_PORTS = 16
 FORMATS = {"A": "A $PORT_REM_ID $VLAN.$CVID $CLNT_MAC",
            "B": "B $d-CLNT_MAC $CVID/$VLAN $PORT_REM_ID"}
@@ -96,7 +95,7 @@ class Storm(testing.LabTest):
         plan = self.lab.folder / "plan"
         plan.write_text("\n".join(["server bng net", "clients sub1", *(x.plan() for x in lines)]),
                         encoding="ascii")
-        done = subprocess.run([STORM_LINES, plan], check=False, capture_output=True,
+        done = subprocess.run([tool("storm_lines"), plan], check=False, capture_output=True,
                               text=True, timeout=60)
         self.assertEqual(done.returncode, 0, done.stderr)
         numbers, ids = {}, {}
