@@ -39,12 +39,12 @@ build_labelled() {
     echo "built preset $1, tests with label $2"
 }
 
-# run_tests PRESET [ctest options]: the preset's tests, one more at once than there are
-# processors, as they often wait; and why some did not run.
+# run_tests PRESET [ctest options]: the preset's tests, twice as many at once as there
+# are processors, as they mostly wait; and why some did not run.
 run_tests() {
     local folder=build/$1 status=0
     shift
-    ctest --test-dir "$folder" -j "$((JOBS + 1))" --output-on-failure --no-tests=error "$@" || status=$?
+    ctest --test-dir "$folder" -j "$((2 * JOBS))" --output-on-failure --no-tests=error "$@" || status=$?
     grep -hE '^SKIPPED: ' "$folder/Testing/Temporary/LastTest.log" | sort | uniq -c || true
     return "$status"
 }
