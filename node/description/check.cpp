@@ -162,6 +162,9 @@ private:
         if ((vpi == 0) != (vci == 0))
             problems_.add(vpi + vci, std::string(vpi ? "vpi" : "vci") + " without " +
                                          (vpi ? "vci" : "vpi") + ", expected both or neither");
+        // The agent hears of an ONU's equipment by its serial.
+        if (interface.type == InterfaceType::onu && lines.of("mac") && interface.serial.empty())
+            problems_.add(lines.of("mac"), "mac without serial, expected a serial beside it");
     }
 
     void vlans() {

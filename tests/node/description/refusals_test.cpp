@@ -172,6 +172,8 @@ const Refusal cross_rows[] = {
      "FILE:8: vpi without vci, expected both or neither"},
     {"vci_alone", bridge + interface("1", "atm", "vci = 35\n"),
      "FILE:8: vci without vpi, expected both or neither"},
+    {"mac_alone", bridge + interface("1", "onu", "mac = '00:1A:2B:3C:4D:5E'\n"),
+     "FILE:8: mac without serial, expected a serial beside it"},
 };
 
 // One mistake is said once, not again by all that refers to it.
