@@ -226,3 +226,15 @@ private:
 };
 
 #pragma GCC visibility pop
+
+namespace ia {
+
+// The bridge of every operation that names none.
+inline constexpr const char *const &default_bridge = pppoeia::m_default_bridge_name;
+
+// The process's one.
+inline pppoeia &agent() {
+    return pppoeia::instance();
+}
+
+}  // namespace ia

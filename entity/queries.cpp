@@ -9,8 +9,6 @@ using namespace ia;
 
 namespace {
 
-constexpr const char *const &bridge = pppoeia::m_default_bridge_name;
-
 // One call under the shared lock.
 template <class Call, class... Args>
 int ask(Call call, Args... args) {
@@ -39,7 +37,7 @@ bool add_children(unsigned int id, int levels, pppoeia_stats &sum) {
             continue;
         }
         pppoeia_stats own{};
-        if (pppoeia_port_stats_get(bridge, child.id, &own) != 0) return false;
+        if (pppoeia_port_stats_get(default_bridge, child.id, &own) != 0) return false;
         add(sum, own);
     }
     return true;
@@ -75,11 +73,11 @@ bool carries_no_subscriber(const Interfaces::Interface &interface) {
 // --- statistics --------------------------------------------------------------------
 
 int pppoeia::getGlobalStatistics(pppoeia_stats &stats) const {
-    return ask(pppoeia_bridge_stats_get, bridge, &stats);
+    return ask(pppoeia_bridge_stats_get, default_bridge, &stats);
 }
 
 int pppoeia::resetGlobalStatistics() const {
-    return ask(pppoeia_bridge_stats_reset, bridge);
+    return ask(pppoeia_bridge_stats_reset, default_bridge);
 }
 
 int pppoeia::getInterfaceStatistics(unsigned int ifIndex, pppoeia_stats &stats) const {
@@ -91,24 +89,25 @@ int pppoeia::getInterfaceStatistics(unsigned int ifIndex, pppoeia_stats &stats) 
             levels = levels_below(type);
         }
         if (levels == 0)
-            return EntityResult(entity_result(pppoeia_port_stats_get(bridge, ifIndex, &stats)));
+            return EntityResult(
+                entity_result(pppoeia_port_stats_get(default_bridge, ifIndex, &stats)));
         stats = {};
         return add_children(ifIndex, levels, stats) ? succeeded : failed;
     });
 }
 
 int pppoeia::resetInterfaceStatistics(unsigned int ifIndex) const {
-    return ask(pppoeia_port_stats_reset, bridge, ifIndex);
+    return ask(pppoeia_port_stats_reset, default_bridge, ifIndex);
 }
 
 // --- generated IDs -----------------------------------------------------------------
 
 int pppoeia::genCircuitIdByIntfVlan(unsigned int ifIndex, unsigned short vlanId, char *out) const {
-    return ask(gen_circuit_id_by_intf_vlan, bridge, ifIndex, vlanId, out);
+    return ask(gen_circuit_id_by_intf_vlan, default_bridge, ifIndex, vlanId, out);
 }
 
 int pppoeia::genRemoteIdByIntfVlan(unsigned int ifIndex, unsigned short vlanId, char *out) const {
-    return ask(gen_remote_id_by_intf_vlan, bridge, ifIndex, vlanId, out);
+    return ask(gen_remote_id_by_intf_vlan, default_bridge, ifIndex, vlanId, out);
 }
 
 // --- views -------------------------------------------------------------------------
@@ -116,7 +115,7 @@ int pppoeia::genRemoteIdByIntfVlan(unsigned int ifIndex, unsigned short vlanId, 
 int pppoeia::getPortVlan(unsigned int ifIndex, unsigned short vlanId, portVlanInfo_t &info) const {
     return shared([&] {
         pppoeia_port_vlan_info entry{};
-        if (pppoeia_port_vlan_info_get(bridge, ifIndex, vlanId, &entry) != 0) return failed;
+        if (pppoeia_port_vlan_info_get(default_bridge, ifIndex, vlanId, &entry) != 0) return failed;
         return describe(ifIndex, entry, info) ? succeeded : failed;
     });
 }
@@ -125,12 +124,12 @@ int pppoeia::getPortVlanList(unsigned int ifIndex, std::list<portVlanInfo_t> &li
     return shared([&] {
         list.clear();
         pppoeia_port_vlan_info entry{};
-        int result = pppoeia_port_vlan_get_first(bridge, ifIndex, &entry);
+        int result = pppoeia_port_vlan_get_first(default_bridge, ifIndex, &entry);
         while (result == 0) {
             portVlanInfo_t info;
             if (!describe(ifIndex, entry, info)) return failed;
             list.push_back(info);
-            result = pppoeia_port_vlan_get_next(bridge, ifIndex, entry.vlan_id, &entry);
+            result = pppoeia_port_vlan_get_next(default_bridge, ifIndex, entry.vlan_id, &entry);
         }
         return succeeded;
     });
@@ -139,7 +138,8 @@ int pppoeia::getPortVlanList(unsigned int ifIndex, std::list<portVlanInfo_t> &li
 int pppoeia::getVlanInfo(unsigned short vlanId, vlanInfo_t &info) const {
     return shared([&] {
         kvbridge::vlanInfo known{};
-        if (kvbridge::instance().vlanGetInfoId(bridge, vlanId, known) != 0) return not_applicable;
+        if (kvbridge::instance().vlanGetInfoId(default_bridge, vlanId, known) != 0)
+            return not_applicable;
         info.vlanId = vlanId;
         return getVlanState(vlanId, info.state) == succeeded ? succeeded : failed;
     });

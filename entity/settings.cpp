@@ -9,7 +9,6 @@ using namespace ia;
 
 namespace {
 
-constexpr const char *const &bridge = pppoeia::m_default_bridge_name;
 constexpr std::size_t long_text = 255;
 
 std::uint32_t trust_of(pppoeia::interfaceMode_t mode) {
@@ -21,17 +20,17 @@ std::uint32_t trust_of(pppoeia::interfaceMode_t mode) {
 // --- of the bridge and the process ---------------------------------------------
 
 int pppoeia::setState(bool state) {
-    return change(pppoeia_bridge_state_set, bridge, state);
+    return change(pppoeia_bridge_state_set, default_bridge, state);
 }
 int pppoeia::getState(bool &state) const {
-    return read_number(state, pppoeia_bridge_state_get, bridge);
+    return read_number(state, pppoeia_bridge_state_get, default_bridge);
 }
 
 int pppoeia::setDebug(bool debug) {
-    return change(pppoeia_bridge_debug_set, bridge, debug);
+    return change(pppoeia_bridge_debug_set, default_bridge, debug);
 }
 int pppoeia::getDebug(bool &debug) const {
-    return read_number(debug, pppoeia_bridge_debug_get, bridge);
+    return read_number(debug, pppoeia_bridge_debug_get, default_bridge);
 }
 
 int pppoeia::setDebugAdminState(bool state) const {
@@ -54,107 +53,111 @@ int pppoeia::getLogLevel(pppoeiaLoggingLevel &level) const {
 }
 
 int pppoeia::setShelfId(const std::string &shelfId) {
-    return change(pppoeia_bridge_shelf_id_set, bridge, shelfId.c_str());
+    return change(pppoeia_bridge_shelf_id_set, default_bridge, shelfId.c_str());
 }
 int pppoeia::getShelfId(std::string &shelfId) const {
-    return read_text<long_text>(shelfId, pppoeia_bridge_shelf_id_get, bridge);
+    return read_text<long_text>(shelfId, pppoeia_bridge_shelf_id_get, default_bridge);
 }
 
 int pppoeia::setChassisId(int chassisId) {
-    return change(pppoeia_bridge_chassis_id_set, bridge, static_cast<std::uint32_t>(chassisId));
+    return change(pppoeia_bridge_chassis_id_set, default_bridge,
+                  static_cast<std::uint32_t>(chassisId));
 }
 
 int pppoeia::setVsaMode(vsaMode_t mode) {
-    return change(pppoeia_bridge_vsa_mode_set, bridge, mode);
+    return change(pppoeia_bridge_vsa_mode_set, default_bridge, mode);
 }
 int pppoeia::getVsaMode(vsaMode_t &mode) const {
-    return read_number(mode, pppoeia_bridge_vsa_mode_get, bridge);
+    return read_number(mode, pppoeia_bridge_vsa_mode_get, default_bridge);
 }
 
 int pppoeia::setVsaCircuitIdState(bool state) {
-    return change(pppoeia_bridge_vsa_insert_circuit_id_set, bridge, state);
+    return change(pppoeia_bridge_vsa_insert_circuit_id_set, default_bridge, state);
 }
 int pppoeia::getVsaCircuitIdState(bool &state) const {
-    return read_number(state, pppoeia_bridge_vsa_insert_circuit_id_get, bridge);
+    return read_number(state, pppoeia_bridge_vsa_insert_circuit_id_get, default_bridge);
 }
 
 int pppoeia::setVsaRemoteIdState(bool state) {
-    return change(pppoeia_bridge_vsa_insert_remote_id_set, bridge, state);
+    return change(pppoeia_bridge_vsa_insert_remote_id_set, default_bridge, state);
 }
 int pppoeia::getVsaRemoteIdState(bool &state) const {
-    return read_number(state, pppoeia_bridge_vsa_insert_remote_id_get, bridge);
+    return read_number(state, pppoeia_bridge_vsa_insert_remote_id_get, default_bridge);
 }
 
 int pppoeia::setVsaCircuitIdCVlanState(bool state) {
-    return change(pppoeia_bridge_vsa_circuit_id_cvlan_set, bridge, state);
+    return change(pppoeia_bridge_vsa_circuit_id_cvlan_set, default_bridge, state);
 }
 int pppoeia::getVsaCircuitIdCVlanState(bool &state) const {
-    return read_number(state, pppoeia_bridge_vsa_circuit_id_cvlan_get, bridge);
+    return read_number(state, pppoeia_bridge_vsa_circuit_id_cvlan_get, default_bridge);
 }
 
 int pppoeia::setVsaCircuitIdFormat(const std::string &format) {
-    return change(pppoeia_circuit_id_format_set, bridge, format.c_str());
+    return change(pppoeia_circuit_id_format_set, default_bridge, format.c_str());
 }
 int pppoeia::getVsaCircuitIdFormat(std::string &format) const {
-    return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_circuit_id_format_get, bridge);
+    return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_circuit_id_format_get, default_bridge);
 }
 
 int pppoeia::setVsaRemoteIdFormat(const std::string &format) {
-    return change(pppoeia_remote_id_format_set, bridge, format.c_str());
+    return change(pppoeia_remote_id_format_set, default_bridge, format.c_str());
 }
 int pppoeia::getVsaRemoteIdFormat(std::string &format) const {
-    return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_remote_id_format_get, bridge);
+    return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_remote_id_format_get, default_bridge);
 }
 
 int pppoeia::setVlanState(unsigned short vlanId, bool state) {
     return exclusively([&] {
         kvbridge::vlanInfo known{};
-        if (kvbridge::instance().vlanGetInfoId(bridge, vlanId, known) != 0) return not_applicable;
-        return EntityResult(entity_result(pppoeia_bridge_vlan_set(bridge, vlanId, state)));
+        if (kvbridge::instance().vlanGetInfoId(default_bridge, vlanId, known) != 0)
+            return not_applicable;
+        return EntityResult(entity_result(pppoeia_bridge_vlan_set(default_bridge, vlanId, state)));
     });
 }
 int pppoeia::setVlanStateAll(bool state) {
-    return change(pppoeia_bridge_vlan_set_all, bridge, state);
+    return change(pppoeia_bridge_vlan_set_all, default_bridge, state);
 }
 int pppoeia::getVlanState(unsigned short vlanId, bool &state) const {
-    return read_number(state, pppoeia_bridge_vlan_get, bridge, vlanId);
+    return read_number(state, pppoeia_bridge_vlan_get, default_bridge, vlanId);
 }
 
 // --- of an interface -------------------------------------------------------------
 
 int pppoeia::setInterfaceState(unsigned int ifIndex, interfaceState_t state) {
-    return change(pppoeia_port_state_set, bridge, ifIndex, static_cast<std::int32_t>(state));
+    return change(pppoeia_port_state_set, default_bridge, ifIndex,
+                  static_cast<std::int32_t>(state));
 }
 int pppoeia::setInterfaceStateAll(interfaceState_t state) {
-    return change(pppoeia_port_state_set_all, bridge, state);
+    return change(pppoeia_port_state_set_all, default_bridge, state);
 }
 int pppoeia::getInterfaceState(unsigned int ifIndex, interfaceState_t &state) const {
-    return read_number(state, pppoeia_port_state_get, bridge, ifIndex);
+    return read_number(state, pppoeia_port_state_get, default_bridge, ifIndex);
 }
 
 int pppoeia::setInterfaceMode(unsigned int ifIndex, interfaceMode_t mode) {
-    return change(pppoeia_port_trust_set, bridge, ifIndex, trust_of(mode));
+    return change(pppoeia_port_trust_set, default_bridge, ifIndex, trust_of(mode));
 }
 int pppoeia::setInterfaceModeAll(interfaceMode_t mode) {
-    return change(pppoeia_port_trust_set_all, bridge, trust_of(mode));
+    return change(pppoeia_port_trust_set_all, default_bridge, trust_of(mode));
 }
 // A stored value that is no mode is left out, not an error.
 int pppoeia::getInterfaceMode(unsigned int ifIndex, interfaceMode_t &mode) const {
     std::uint32_t trust = 0;
-    if (read_number(trust, pppoeia_port_trust_get, bridge, ifIndex) != succeeded) return failed;
+    if (read_number(trust, pppoeia_port_trust_get, default_bridge, ifIndex) != succeeded)
+        return failed;
     if (trust == PPPOEIA_PORT_TRUSTED || trust == PPPOEIA_PORT_UNTRUSTED)
         mode = interfaceMode_t(trust);
     return succeeded;
 }
 
 int pppoeia::setInterfaceRemoteId(unsigned int ifIndex, const std::string &remoteId) {
-    return change(pppoeia_port_remote_id_set, bridge, ifIndex, remoteId.c_str());
+    return change(pppoeia_port_remote_id_set, default_bridge, ifIndex, remoteId.c_str());
 }
 int pppoeia::getInterfaceRemoteId(unsigned int ifIndex, std::string &remoteId) const {
-    return read_text<long_text>(remoteId, pppoeia_port_remote_id_get, bridge, ifIndex);
+    return read_text<long_text>(remoteId, pppoeia_port_remote_id_get, default_bridge, ifIndex);
 }
 int pppoeia::getInterfaceCircuitId(unsigned int ifIndex, std::string &circuitId) const {
-    return read_text<long_text>(circuitId, pppoeia_port_circuit_id_get, bridge, ifIndex);
+    return read_text<long_text>(circuitId, pppoeia_port_circuit_id_get, default_bridge, ifIndex);
 }
 
 // The ATM form is for PVCs, whose service profile hears of any change.
@@ -164,7 +167,7 @@ int pppoeia::setVsaCircuitIdMode(unsigned int ifIndex, vsaCircuitIdMode_t mode) 
         if (Interfaces::instance().interfaceGetTypeById(ifIndex, type) != 0) return failed;
         const bool is_pvc = type == Interfaces::interfaceTypeAtm;
         if (mode == vsaCircuitIdMode_t(PPPOEIA_CID_ATM) && !is_pvc) return not_applicable;
-        if (pppoeia_port_vsa_circuit_id_mode_set(bridge, ifIndex, mode) != 0) return failed;
+        if (pppoeia_port_vsa_circuit_id_mode_set(default_bridge, ifIndex, mode) != 0) return failed;
         if (is_pvc &&
             servprofile::instance().servProfileOnPppoeiaPvcCidModeChange(ifIndex, mode) != 0)
             return failed;
@@ -172,36 +175,39 @@ int pppoeia::setVsaCircuitIdMode(unsigned int ifIndex, vsaCircuitIdMode_t mode) 
     });
 }
 int pppoeia::getVsaCircuitIdMode(unsigned int ifIndex, vsaCircuitIdMode_t &mode) const {
-    return read_number(mode, pppoeia_port_vsa_circuit_id_mode_get, bridge, ifIndex);
+    return read_number(mode, pppoeia_port_vsa_circuit_id_mode_get, default_bridge, ifIndex);
 }
 
 // --- of an interface and VLAN ------------------------------------------------------
 
 int pppoeia::setVsaCircuitIdMode(unsigned int ifIndex, unsigned short vlanId,
                                  vsaCircuitIdMode_t mode) {
-    return change(pppoeia_circuit_id_mode_port_vlan_set, bridge, ifIndex, vlanId, mode);
+    return change(pppoeia_circuit_id_mode_port_vlan_set, default_bridge, ifIndex, vlanId, mode);
 }
 int pppoeia::getVsaCircuitIdMode(unsigned int ifIndex, unsigned short vlanId,
                                  vsaCircuitIdMode_t &mode) const {
-    return read_number(mode, pppoeia_circuit_id_mode_port_vlan_get, bridge, ifIndex, vlanId);
+    return read_number(mode, pppoeia_circuit_id_mode_port_vlan_get, default_bridge, ifIndex,
+                       vlanId);
 }
 
 int pppoeia::setVsaCircuitIdFormat(unsigned int ifIndex, unsigned short vlanId,
                                    const std::string &format) {
-    return change(pppoeia_circuit_id_format_port_vlan_set, bridge, ifIndex, vlanId, format.c_str());
+    return change(pppoeia_circuit_id_format_port_vlan_set, default_bridge, ifIndex, vlanId,
+                  format.c_str());
 }
 int pppoeia::getVsaCircuitIdFormat(unsigned int ifIndex, unsigned short vlanId,
                                    std::string &format) const {
-    return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_circuit_id_format_port_vlan_get, bridge,
-                                          ifIndex, vlanId);
+    return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_circuit_id_format_port_vlan_get,
+                                          default_bridge, ifIndex, vlanId);
 }
 
 int pppoeia::setVsaRemoteIdFormat(unsigned int ifIndex, unsigned short vlanId,
                                   const std::string &format) {
-    return change(pppoeia_remote_id_format_port_vlan_set, bridge, ifIndex, vlanId, format.c_str());
+    return change(pppoeia_remote_id_format_port_vlan_set, default_bridge, ifIndex, vlanId,
+                  format.c_str());
 }
 int pppoeia::getVsaRemoteIdFormat(unsigned int ifIndex, unsigned short vlanId,
                                   std::string &format) const {
-    return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_remote_id_format_port_vlan_get, bridge,
-                                          ifIndex, vlanId);
+    return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_remote_id_format_port_vlan_get,
+                                          default_bridge, ifIndex, vlanId);
 }

@@ -8,10 +8,6 @@ namespace ia {
 
 namespace {
 
-pppoeia &agent() {
-    return pppoeia::instance();
-}
-
 template <class... What>
 void expect(bool done, const What &...what) {
     if (done) return;

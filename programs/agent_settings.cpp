@@ -12,10 +12,6 @@ namespace ia {
 
 namespace {
 
-const char *bridge() {
-    return pppoeia::m_default_bridge_name;
-}
-
 // --- reading ---------------------------------------------------------------------------
 
 template <class Stored, class Field, class Get, class... Key>
@@ -32,26 +28,31 @@ void read_text(std::optional<std::string> &field, Get get, Key... key) {
 
 node::AgentSettings running_agent() {
     node::AgentSettings agent;
-    read<std::uint32_t>(agent.enabled, pppoeia_bridge_state_get, bridge());
-    read<std::uint32_t>(agent.vsa_mode, pppoeia_bridge_vsa_mode_get, bridge());
+    read<std::uint32_t>(agent.enabled, pppoeia_bridge_state_get, default_bridge);
+    read<std::uint32_t>(agent.vsa_mode, pppoeia_bridge_vsa_mode_get, default_bridge);
     read<std::uint32_t>(agent.insert_circuit_id, pppoeia_bridge_vsa_insert_circuit_id_get,
-                        bridge());
-    read<std::uint32_t>(agent.insert_remote_id, pppoeia_bridge_vsa_insert_remote_id_get, bridge());
-    read<std::uint32_t>(agent.circuit_id_cvlan, pppoeia_bridge_vsa_circuit_id_cvlan_get, bridge());
-    read_text<PPPOEIA_SHELF_ID_SIZE>(agent.shelf, pppoeia_bridge_shelf_id_get, bridge());
+                        default_bridge);
+    read<std::uint32_t>(agent.insert_remote_id, pppoeia_bridge_vsa_insert_remote_id_get,
+                        default_bridge);
+    read<std::uint32_t>(agent.circuit_id_cvlan, pppoeia_bridge_vsa_circuit_id_cvlan_get,
+                        default_bridge);
+    read_text<PPPOEIA_SHELF_ID_SIZE>(agent.shelf, pppoeia_bridge_shelf_id_get, default_bridge);
     read_text<PPPOEIA_FORMAT_SIZE>(agent.circuit_id_format, pppoeia_circuit_id_format_get,
-                                   bridge());
-    read_text<PPPOEIA_FORMAT_SIZE>(agent.remote_id_format, pppoeia_remote_id_format_get, bridge());
+                                   default_bridge);
+    read_text<PPPOEIA_FORMAT_SIZE>(agent.remote_id_format, pppoeia_remote_id_format_get,
+                                   default_bridge);
     read<std::int32_t>(agent.log_level, pppoeia_log_level_get);
     return agent;
 }
 
 node::PortSettings running_port(std::uint32_t id) {
     node::PortSettings port;
-    read<std::uint32_t>(port.role, pppoeia_port_state_get, bridge(), id);
-    read<std::uint32_t>(port.trust, pppoeia_port_trust_get, bridge(), id);
-    read_text<PPPOEIA_REMOTE_ID_SIZE>(port.remote_id, pppoeia_port_remote_id_get, bridge(), id);
-    read<std::uint32_t>(port.circuit_id_mode, pppoeia_port_vsa_circuit_id_mode_get, bridge(), id);
+    read<std::uint32_t>(port.role, pppoeia_port_state_get, default_bridge, id);
+    read<std::uint32_t>(port.trust, pppoeia_port_trust_get, default_bridge, id);
+    read_text<PPPOEIA_REMOTE_ID_SIZE>(port.remote_id, pppoeia_port_remote_id_get, default_bridge,
+                                      id);
+    read<std::uint32_t>(port.circuit_id_mode, pppoeia_port_vsa_circuit_id_mode_get, default_bridge,
+                        id);
     return port;
 }
 
@@ -65,8 +66,9 @@ node::LineSettings line_of(const pppoeia_port_vlan_info &entry) {
 
 void read_lines(std::uint32_t port, node::Settings &settings) {
     pppoeia_port_vlan_info entry{};
-    int result = pppoeia_port_vlan_get_first(bridge(), port, &entry);
-    for (; result == 0; result = pppoeia_port_vlan_get_next(bridge(), port, entry.vlan_id, &entry))
+    int result = pppoeia_port_vlan_get_first(default_bridge, port, &entry);
+    for (; result == 0;
+         result = pppoeia_port_vlan_get_next(default_bridge, port, entry.vlan_id, &entry))
         if (const node::LineSettings line = line_of(entry); line != node::LineSettings())
             settings.lines[{port, entry.vlan_id}] = line;
 }
@@ -85,10 +87,6 @@ void log_refused(const std::string &what) {
 template <class Field, class Set>
 void make(const std::optional<Field> &field, const std::string &what, Set set) {
     if (field && set(*field) != 0) log_refused(what);
-}
-
-pppoeia &agent() {
-    return pppoeia::instance();
 }
 
 void apply_agent(const node::AgentSettings &settings) {
@@ -145,21 +143,22 @@ void apply_line(node::LineKey key, const node::LineSettings &line) {
 std::optional<node::Settings> running_settings() {
     const BLLManager::sharedLock_t lock;
     std::uint32_t state = 0;
-    if (!lock.owns_lock() || pppoeia_bridge_state_get(bridge(), &state) != 0) return std::nullopt;
+    if (!lock.owns_lock() || pppoeia_bridge_state_get(default_bridge, &state) != 0)
+        return std::nullopt;
     node::Settings settings;
     settings.agent = running_agent();
     const node::NodeState node =
         node::registry().read([](const node::NodeState &is) { return is; });
     for (const auto &[id, interface] : node.interfaces) {
         const node::PortSettings port = running_port(id);
-        if (interface.bridge != bridge() || !port.role) continue;
+        if (interface.bridge != default_bridge || !port.role) continue;
         settings.ports[id] = port;
         read_lines(id, settings);
     }
     for (const auto &[key, vlan] : node.vlans)
-        if (key.first == bridge())
+        if (key.first == default_bridge)
             read<std::uint32_t>(settings.vlans[key.second].enabled, pppoeia_bridge_vlan_get,
-                                bridge(), key.second);
+                                default_bridge, key.second);
     return settings;
 }
 

@@ -2,13 +2,11 @@
 #include "entity/pppoeia.h"
 #include "platform/bll/CliConfig.h"
 #include "platform/bll/servprofile.h"
-#include "rpc/pppoeia.h"
+#include "rpc/server.h"
+
+using namespace ia;
 
 namespace {
-
-pppoeia &agent() {
-    return pppoeia::instance();
-}
 
 // Requests are served one at a time, so one reply serves them all.
 rpcPppoeiaResult *answer(int result) {
@@ -20,7 +18,7 @@ rpcPppoeiaResult *answer(int result) {
 // Refused while service profiles configure the node.
 template <class Change>
 rpcPppoeiaResult *outside_profiles(Change change) {
-    if (CliConfig::instance().checkProfileMode()) return answer(RPC_PPPOEIA_PROFILE_MODE);
+    if (CliConfig::instance().checkProfileMode()) return answer(profile_mode);
     return answer(change());
 }
 

@@ -3,13 +3,13 @@
 #include "platform/bll/CliConfig.h"
 #include "platform/bll/configFile.h"
 #include "rpc/pppoeia_node.h"
+#include "rpc/server.h"
 
 #include <string>
 
 namespace {
 
 constexpr int failed = 1;
-constexpr int profile_mode = 10;  // refused: service profiles configure the node
 
 using Operation = boost::function<int(std::string &)>;
 
@@ -26,7 +26,7 @@ rpcNodeText *change(const Operation &operation) {
     if (!CliConfig::instance().checkProfileMode()) return run(operation);
     return run([](std::string &text) {
         text = "service profiles configure the node\n";
-        return profile_mode;
+        return ia::profile_mode;
     });
 }
 

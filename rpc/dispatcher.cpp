@@ -18,7 +18,7 @@ constexpr Procedure setting(u_long number) {
 }
 
 // clang-format off
-constexpr Procedure procedures[] = {
+constexpr Procedure agent_procedures[] = {
     setting<rpc_pppoeia_set_state_1_svc>(1),
     setting<rpc_pppoeia_unset_circuitid_1_svc, xdr_no_arguments>(2),
     setting<rpc_pppoeia_set_circuitid_1_svc, xdr_text>(3),
@@ -54,12 +54,12 @@ constexpr Procedure procedures[] = {
 };
 // clang-format on
 
-static_assert(is_complete(procedures));
+static_assert(is_complete(agent_procedures));
 
 }  // namespace
 
 void dispatch(svc_req *request, SVCXPRT *transport) {
-    serve(procedures, request, transport);
+    serve(agent_procedures, request, transport);
 }
 
 }  // namespace ia

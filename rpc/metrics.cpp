@@ -62,7 +62,7 @@ void frames(std::string &out, const std::string &name, const std::string &labels
 void counters(std::string &out) {
     Counters now;
     if (!read_counters(now)) return;
-    const std::string bridge = "bridge=" + quoted(pppoeia::m_default_bridge_name);
+    const std::string bridge = "bridge=" + quoted(default_bridge);
     const std::string of_bridge = "pppoeia_bridge_frames_total";
     describe(out, of_bridge, "counter", "Discovery frames of the bridge; wraps at 2^32.");
     frames(out, of_bridge, bridge, now.bridge);

@@ -7,7 +7,7 @@ namespace ia {
 namespace {
 
 // clang-format off
-constexpr Procedure procedures[] = {
+constexpr Procedure node_procedures[] = {
     asking<rpc_node_status_1_svc, xdr_no_arguments, xdr_rpcNodeStatus>(1),
     asking<rpc_node_ports_1_svc, xdr_no_arguments, xdr_rpcNodePortList>(2),
     asking<rpc_node_counters_1_svc, xdr_no_arguments, xdr_rpcNodeCountersReply>(3),
@@ -23,12 +23,12 @@ constexpr Procedure procedures[] = {
     changing<rpc_node_clear_line_1_svc, xdr_rpc_node_clear_line_1_argument, xdr_int>(13),
 };
 // clang-format on
-static_assert(is_complete(procedures));
+static_assert(is_complete(node_procedures));
 
 }  // namespace
 
 void dispatch_node(svc_req *request, SVCXPRT *transport) {
-    serve(procedures, request, transport);
+    serve(node_procedures, request, transport);
 }
 
 }  // namespace ia

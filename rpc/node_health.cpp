@@ -19,7 +19,7 @@ constexpr int engine_did_not_answer = 4;
 
 Health read_health() {
     pppoeia_stats unused{};
-    const int asked = pppoeia_bridge_stats_get(pppoeia::m_default_bridge_name, &unused);
+    const int asked = pppoeia_bridge_stats_get(default_bridge, &unused);
     configFile::status_t kept{};
     if (const auto &status = configFile::instance().status) status(kept);
     return {asked != engine_did_not_answer, kept.restores, health.ippc_failures, process_start};

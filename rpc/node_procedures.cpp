@@ -10,18 +10,16 @@
 #include "rpc/metrics.h"
 #include "rpc/node_health.h"
 #include "rpc/pppoeia_node.h"
+#include "rpc/server.h"
 
 #include <string>
 #include <vector>
 
+using namespace ia;
+
 namespace {
 
-// XDR writes through pointers to char that are not const.
-char *text_of(const std::string &text) {
-    return const_cast<char *>(text.c_str());
-}
-
-rpcNodeCounters record_of(const pppoeia_stats &stats) {
+rpcNodeCounters counters_of(const pppoeia_stats &stats) {
     return {stats.padi,    stats.padr,         stats.pado,      stats.pads,    stats.padt,
             stats.dropped, stats.unknown_code, stats.truncated, stats.bypassed};
 }
@@ -37,19 +35,12 @@ void set_list(List &list, std::vector<Record> &records) {
     }
 }
 
-int *answer(int result) {
-    static int reply;
-    reply = result;
-    return &reply;
-}
-
-constexpr int profile_mode = 10;  // refused: service profiles configure the node
-
 // Runs a change, which returns an entity's result, under the exclusive lock.
 template <class Change>
-int *outside_profiles(Change change) {
-    if (CliConfig::instance().checkProfileMode()) return answer(profile_mode);
-    return answer(ia::exclusively(change));
+int *change_line(Change change) {
+    static int reply;
+    reply = CliConfig::instance().checkProfileMode() ? profile_mode : exclusively(change);
+    return &reply;
 }
 
 using FormatSetter = int (*)(const char *, std::uint32_t, std::uint16_t, const char *);
@@ -57,16 +48,16 @@ using FormatSetter = int (*)(const char *, std::uint32_t, std::uint16_t, const c
 // A line's own format. An entry without a mode would leave the line without a
 // Circuit ID, so a new one begins with the mode of the port.
 int *set_line(u_int port, u_short vlan, FormatSetter set, const char *format) {
-    return outside_profiles([&] {
-        const char *bridge = pppoeia::m_default_bridge_name;
+    return change_line([&] {
         pppoeia_port_vlan_info entry{};
-        const bool present = pppoeia_port_vlan_info_get(bridge, port, vlan, &entry) == 0;
+        const bool present = pppoeia_port_vlan_info_get(default_bridge, port, vlan, &entry) == 0;
         if (!present || entry.cid_mode == PPPOEIA_CID_NOT_SET) {
             std::uint32_t mode = PPPOEIA_CID_DEFAULT;
-            if (pppoeia_port_vsa_circuit_id_mode_get(bridge, port, &mode) != 0) return 2;
-            if (pppoeia_circuit_id_mode_port_vlan_set(bridge, port, vlan, mode) != 0) return 1;
+            if (pppoeia_port_vsa_circuit_id_mode_get(default_bridge, port, &mode) != 0) return 2;
+            if (pppoeia_circuit_id_mode_port_vlan_set(default_bridge, port, vlan, mode) != 0)
+                return 1;
         }
-        return ia::entity_result(set(bridge, port, vlan, format));
+        return entity_result(set(default_bridge, port, vlan, format));
     });
 }
 
@@ -74,9 +65,9 @@ int *set_line(u_int port, u_short vlan, FormatSetter set, const char *format) {
 
 rpcNodeStatus *rpc_node_status_1_svc(svc_req *) {
     static const std::string version = PPPOEIA_VERSION;
-    static const std::string build = ia::build_compiler();
+    static const std::string build = build_compiler();
     static rpcNodeStatus reply;
-    const ia::Health now = ia::read_health();
+    const Health now = read_health();
     reply = {text_of(version),
              text_of(build),
              now.started,
@@ -88,30 +79,30 @@ rpcNodeStatus *rpc_node_status_1_svc(svc_req *) {
 }
 
 rpcNodePortList *rpc_node_ports_1_svc(svc_req *) {
-    static std::vector<ia::PortCounters> ports;
+    static std::vector<PortCounters> ports;
     static std::vector<rpcNodePort> records;
     static rpcNodePortList reply;
-    ports = ia::read_ports();
+    ports = read_ports();
     reply.result = 0;
     records.clear();
-    for (const ia::PortCounters &port : ports)
+    for (const PortCounters &port : ports)
         records.push_back({port.number, text_of(port.name), port.type});
     set_list(reply.list, records);
     return &reply;
 }
 
 rpcNodeCountersReply *rpc_node_counters_1_svc(svc_req *) {
-    static const std::string bridge = pppoeia::m_default_bridge_name;
-    static ia::Counters counters;
+    static const std::string bridge = default_bridge;
+    static Counters counters;
     static std::vector<rpcNodePortCounters> records;
     static rpcNodeCountersReply reply;
     counters = {};
     records.clear();
     reply.bridge = text_of(bridge);
-    reply.result = ia::read_counters(counters) ? 0 : 1;
-    reply.total = record_of(counters.bridge);
-    for (const ia::PortCounters &port : counters.ports)
-        records.push_back({{port.number, text_of(port.name), port.type}, record_of(port.stats)});
+    reply.result = read_counters(counters) ? 0 : 1;
+    reply.total = counters_of(counters.bridge);
+    for (const PortCounters &port : counters.ports)
+        records.push_back({{port.number, text_of(port.name), port.type}, counters_of(port.stats)});
     set_list(reply.ports, records);
     return &reply;
 }
@@ -120,9 +111,8 @@ rpcNodeLine *rpc_node_line_1_svc(u_int port, u_short vlan, svc_req *) {
     static pppoeia_port_vlan_info entry;
     static rpcNodeLine reply;
     entry = {};
-    reply.result = ia::shared([&] {
-        reply.present =
-            pppoeia_port_vlan_info_get(pppoeia::m_default_bridge_name, port, vlan, &entry) == 0;
+    reply.result = shared([&] {
+        reply.present = pppoeia_port_vlan_info_get(default_bridge, port, vlan, &entry) == 0;
         return 0;
     });
     reply.cidMode = static_cast<int>(entry.cid_mode);
@@ -134,7 +124,7 @@ rpcNodeLine *rpc_node_line_1_svc(u_int port, u_short vlan, svc_req *) {
 rpcNodeText *rpc_node_metrics_1_svc(svc_req *) {
     static std::string text;
     static rpcNodeText reply;
-    text = ia::metrics_text();
+    text = metrics_text();
     reply = {text_of(text), 0};
     return &reply;
 }
@@ -148,15 +138,15 @@ int *rpc_node_set_line_rid_format_1_svc(u_int port, u_short vlan, rpcNodeFormat 
 }
 
 int *rpc_node_clear_line_1_svc(u_int port, u_short vlan, svc_req *) {
-    return outside_profiles([&] {
-        const char *bridge = pppoeia::m_default_bridge_name;
+    return change_line([&] {
         pppoeia_port_vlan_info entry{};
-        if (pppoeia_port_vlan_info_get(bridge, port, vlan, &entry) != 0) return 2;
+        if (pppoeia_port_vlan_info_get(default_bridge, port, vlan, &entry) != 0) return 2;
         // The mode last: without any setting the entry goes.
         const bool cleared =
-            pppoeia_circuit_id_format_port_vlan_set(bridge, port, vlan, "") == 0 &&
-            pppoeia_remote_id_format_port_vlan_set(bridge, port, vlan, "") == 0 &&
-            pppoeia_circuit_id_mode_port_vlan_set(bridge, port, vlan, PPPOEIA_CID_NOT_SET) == 0;
+            pppoeia_circuit_id_format_port_vlan_set(default_bridge, port, vlan, "") == 0 &&
+            pppoeia_remote_id_format_port_vlan_set(default_bridge, port, vlan, "") == 0 &&
+            pppoeia_circuit_id_mode_port_vlan_set(default_bridge, port, vlan,
+                                                  PPPOEIA_CID_NOT_SET) == 0;
         return cleared ? 0 : 1;
     });
 }

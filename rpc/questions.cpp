@@ -3,7 +3,7 @@
 // A reply lasts until the next call of its procedure; what its strings and
 // arrays point to is kept beside it. A failed call sets the result alone.
 #include "entity/pppoeia.h"
-#include "rpc/pppoeia.h"
+#include "rpc/server.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,18 +11,11 @@
 #include <string>
 #include <vector>
 
+using namespace ia;
+
 namespace {
 
-pppoeia &agent() {
-    return pppoeia::instance();
-}
-
 constexpr std::size_t format_max = RPC_PPPOEIA_FORMAT_SIZE - 1;
-
-// XDR writes through pointers to char that are not const.
-char *text_of(const std::string &text) {
-    return const_cast<char *>(text.c_str());
-}
 
 void copy_format(char (&field)[RPC_PPPOEIA_FORMAT_SIZE], const std::string &format) {
     const std::size_t length = std::min(format.size(), format_max);

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <regex>
 #include <stdexcept>
 #include <string_view>
 
@@ -24,8 +23,7 @@ struct Values {
 };
 
 std::string mac_fault(const std::string &text) {
-    static const std::regex form("([0-9A-Fa-f]{1,2}:){5}[0-9A-Fa-f]{1,2}");
-    return std::regex_match(text, form) ? "" : "not an address, such as 02:00:00:00:01:01";
+    return mac_for(text) ? "" : "not an address, such as 02:00:00:00:01:01";
 }
 
 void check(CLI::Option *option, const Argument &argument) {

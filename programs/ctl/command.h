@@ -21,6 +21,8 @@ namespace ia::ctl {
 
 using Json = nlohmann::ordered_json;
 
+inline constexpr std::uint16_t no_vlan = 0x0FFF;  // as the client API has it
+
 enum class Kind : std::uint8_t {
     none,
     port,    // by number or by name

@@ -12,7 +12,6 @@ namespace ia::ctl {
 
 namespace {
 
-constexpr std::uint16_t no_vlan = 0x0FFF;
 constexpr std::size_t id_max = 63;
 
 // Whose values a format is tried with.
@@ -25,14 +24,9 @@ struct Line {
 };
 
 pppoeia_mac parse_mac(const std::string &text) {
-    unsigned bytes[6] = {};
     pppoeia_mac mac{};
-    // The command line's own check let these digits through: two each, at most.
-    // NOLINTNEXTLINE(cert-err34-c)
-    std::sscanf(text.c_str(), "%x:%x:%x:%x:%x:%x", &bytes[0], &bytes[1], &bytes[2], &bytes[3],
-                &bytes[4], &bytes[5]);
-    std::ranges::transform(bytes, mac.bytes,
-                           [](unsigned byte) { return static_cast<std::uint8_t>(byte); });
+    // None was given, or the command line's own check let it through.
+    if (const auto bytes = mac_for(text)) std::ranges::copy(*bytes, mac.bytes);
     return mac;
 }
 

@@ -11,8 +11,6 @@ namespace ia::ctl {
 
 namespace {
 
-constexpr std::uint32_t no_vlan = 4095;
-
 // A setting and where it was made.
 struct Winner {
     Json value;

@@ -1,8 +1,13 @@
 // The words that operators use for the agent's numbers.
 #pragma once
 
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace ia::ctl {
 
@@ -31,6 +36,24 @@ inline int number_for(Words words, const std::string &text) {
     for (const auto &[word, meaning] : words)
         if (text == word) return meaning;
     return -1;
+}
+
+// Six numbers of one or two hexadecimal digits, with colons between; nothing for
+// any other text.
+inline std::optional<std::array<std::uint8_t, 6>> mac_for(std::string_view text) {
+    std::array<std::uint8_t, 6> mac{};
+    for (std::uint8_t &byte : mac) {
+        if (&byte != &mac.front()) {
+            if (!text.starts_with(':')) return std::nullopt;
+            text.remove_prefix(1);
+        }
+        const std::string_view digits = text.substr(0, 2);
+        const auto [end, fault] =
+            std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16);
+        if (fault != std::errc()) return std::nullopt;
+        text.remove_prefix(static_cast<std::size_t>(end - digits.data()));
+    }
+    return text.empty() ? std::optional(mac) : std::nullopt;
 }
 
 }  // namespace ia::ctl

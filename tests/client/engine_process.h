@@ -6,6 +6,8 @@
 
 namespace ia::test {
 
+inline constexpr const char *br = "br0";  // the one bridge of the scripted node
+
 class EngineProcess {
 public:
     // Forks, so the caller has no other threads yet. Returns once it serves.

@@ -20,8 +20,6 @@ using namespace ia::test;
 
 namespace {
 
-constexpr const char *br = "br0";
-
 pppoeia_port_info port_kind(const char *type) {
     pppoeia_port_info info{};
     std::copy_n(type, 3, info.intf_type);

@@ -15,8 +15,6 @@ using namespace ia::test;
 
 namespace {
 
-constexpr const char *br = "br0";
-
 // One of the ways to spoil a good request; never another good one.
 Bytes spoil(Bytes bytes, std::mt19937 &random) {
     const auto below = [&](std::size_t limit) {

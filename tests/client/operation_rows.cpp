@@ -3,12 +3,11 @@
 #include "diag/test_data.h"
 #include "pppoeia/pppoeia.h"
 #include "store/bridge_list.h"
+#include "tests/client/engine_process.h"
 
 namespace ia::test {
 
 namespace {
-
-constexpr const char *br = "br0";
 
 // --- what can be looked at -------------------------------------------------------
 

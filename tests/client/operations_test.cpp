@@ -95,8 +95,6 @@ TEST_F(Operations, ChangeTheEngineAndTheStore) {
 
 // --- what comes back -----------------------------------------------------------
 
-constexpr const char *br = "br0";
-
 class Outputs : public Operations {
 protected:
     void SetUp() override {

@@ -14,7 +14,7 @@ struct binary_row {
     bool done = true;
 };
 
-const binary_row rows[] = {
+const binary_row binary_rows[] = {
     {"nothing", "", {}, ""},
     {"text alone", "AB", {}, "41 42"},
     {"a run alone", "0102", {{0, 4}}, "01 02"},
@@ -38,7 +38,7 @@ const binary_row rows[] = {
 };
 
 TEST(BinaryId, IsAsTabled) {
-    for (const binary_row &row : rows) {
+    for (const binary_row &row : binary_rows) {
         SCOPED_TRACE(row.name);
         std::vector<std::uint8_t> bytes;
         EXPECT_EQ(idStringToBinaryVector(row.text, row.runs, bytes), row.done);

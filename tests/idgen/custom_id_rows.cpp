@@ -8,7 +8,7 @@ constexpr char READING_TCONT[] = "<br0> >> Error reading macro TCONT. Appending 
 constexpr char READING_HEX[] = "<br0> >> Error reading macro HEX. Appending macro string.";
 constexpr char BINARY[] = "<br0> >> Generating binary string";
 
-const id_row rows[] = {
+const id_row id_rows[] = {
     {"nothing", "", "", "", GEM, 100, "<PPPOEIA> >> Empty format string"},
     {"text alone", "line 7", "line 7", "", GEM, 100, "<br0> >> Generated custom ID 'line 7'."},
     {"text of high bytes", "\xC3\xA9\xFF", "\xC3\xA9\xFF"},
@@ -141,7 +141,7 @@ const id_row rows[] = {
 }  // namespace
 
 std::span<const id_row> custom_id_rows() {
-    return rows;
+    return id_rows;
 }
 
 }  // namespace ia::test

@@ -64,7 +64,7 @@ struct warning_row {
 
 const std::string X60(60, 'x');
 
-const warning_row rows[] = {
+const warning_row warning_rows[] = {
     {"nothing to say", "$SHELF/$z4PORT.$VLAN $d-CLNT_MAC", ""},
     {"text alone", "line 7", ""},
     {"letters that are no options", "$x PORT $VLAN", "stops-expansion 0+7"},
@@ -96,7 +96,7 @@ const warning_row rows[] = {
 };
 
 TEST_F(Explain, WarnsAsTabled) {
-    for (const warning_row &row : rows) {
+    for (const warning_row &row : warning_rows) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(noted(explain(row.format, row.port, row.vid)), row.notes);
     }

@@ -32,7 +32,7 @@ struct format_row {
 constexpr char MAC[] = "00:1A:2B:3C:4D:5E";
 constexpr char IP6[] = "2001:DB8::1";
 
-const format_row rows[] = {
+const format_row format_rows[] = {
     {"as it is", MACRO_INTF, "3/31", 0, "3/31"},
     {"as it is, no macro", customIdFormat{29}, "x", 0, "x"},
     {"cut", MACRO_PORT, "12345", N, "123", 3},
@@ -134,7 +134,7 @@ const format_row rows[] = {
 class Formatter : public IdTest {};
 
 TEST_F(Formatter, RendersAsTabled) {
-    for (const format_row &row : rows) {
+    for (const format_row &row : format_rows) {
         SCOPED_TRACE(row.name);
         clear_syslog();
         std::string result = "left over";

@@ -27,7 +27,7 @@ constexpr char NOT_PVC[] = "<br0> >> Non-PVC interface\n";
 
 using B = pppoeia_bridge;
 
-const value_row rows[] = {
+const value_row value_rows[] = {
     {"shelf", MACRO_SHELF, "R2-S4"},
     {"shelf not set", MACRO_SHELF, "", GEM, "", [](B &b) { b.shelf_id[0] = '\0'; }},
     {"shelf needs no port", MACRO_SHELF, "R2-S4", NO_SUCH_PORT},
@@ -210,7 +210,7 @@ protected:
 };
 
 TEST_F(MacroValue, IsAsTabled) {
-    for (const value_row &row : rows) {
+    for (const value_row &row : value_rows) {
         SCOPED_TRACE(row.name);
         platform() = {};
         fill(bridge_);

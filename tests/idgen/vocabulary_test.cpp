@@ -50,7 +50,7 @@ constexpr char NO_WIDTH[] = "<PPPOEIA> >> ERROR: padding set, but zero character
 constexpr char NO_COUNT[] = "<PPPOEIA> >> ERROR: macroStringNumOfChars set, but zero characters";
 constexpr char NO_HEX[] = "<PPPOEIA> >> ERROR: macro not supported for HEX format";
 
-const flags_row rows[] = {
+const flags_row flags_rows[] = {
     {"nothing", MACRO_PORT, 0, 0, ""},
     {"both paddings", MACRO_PORT, 0x0C, 5, BOTH},
     {"both paddings of an IP address", MACRO_AGENT_IPV4, 0x0C, 0, BOTH},
@@ -79,7 +79,7 @@ const flags_row rows[] = {
 class Flags : public IdTest {};
 
 TEST_F(Flags, GoTogetherAsTabled) {
-    for (const flags_row &row : rows) {
+    for (const flags_row &row : flags_rows) {
         SCOPED_TRACE(row.name);
         clear_syslog();
         const bool valid = *row.refusal == '\0';

@@ -31,7 +31,7 @@ std::string long_text(std::size_t size) {
     return std::string(size, 'x');
 }
 
-const Row rows[] = {
+const Row change_rows[] = {
     {1, [](Agent &a) { turn(a, rpc_pppoeia_set_state_1, &rpcResultPppoeiaInfo::state, 0, 1); }},
     {2,
      [](Agent &a) {
@@ -178,7 +178,7 @@ const Row rows[] = {
 }  // namespace
 
 std::span<const Row> changes() {
-    return rows;
+    return change_rows;
 }
 
 }  // namespace ia::test

@@ -69,7 +69,7 @@ void compare_entry(Agent &a, const rpcPppoeiaPortVlanInfo &entry) {
     a.same("Remote-ID format", entry.ridFormat, "");
 }
 
-const Row rows[] = {
+const Row question_rows[] = {
     {0, [](Agent &a) { a.same("outcome", a.outcome(0), RPC_SUCCESS); }},
     {10, [](Agent &a) { compare_settings(a, a.settings()); }},
     {11,
@@ -177,7 +177,7 @@ const Row rows[] = {
 
 std::span<const Row> questions(u_int padis) {
     padis_at_port_1 = padis;
-    return rows;
+    return question_rows;
 }
 
 }  // namespace ia::test
