@@ -4,10 +4,9 @@
 #include "fe/discovery.h"
 #include "fe/frame.h"
 #include "idgen/assembly.h"
-#include "idgen/plan.h"
+#include "idgen/id_memory.h"
 #include "pppoeia/pppoeia.h"
 #include "store/bridge_list.h"
-#include "store/new_bridge.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -33,15 +32,13 @@ constexpr char binary_remote_id[] = "$hCLNT_MAC$hz2VLAN$hPORT$hAGENT_BOARD$hz4CH
 constexpr char binary_circuit_id_made[] = "07 03 01 64 05 020000000001";
 constexpr char binary_remote_id_made[] = "020000000001 0064 01 03 00000007 's1'";
 
-// The record of a running bridge, with its buffer, without its worker.
+// The record of a running bridge, without its worker.
 BridgePtr make_bridge(std::uint32_t slots = 8) {
     static int made = 0;
     const std::string name = "br" + std::to_string(made++);
-    BridgePtr bridge;
-    check(allocate_bridge(name.c_str(), slots, bridge) == 0, "the bridge");
+    const auto bridge = std::make_shared<pppoeia_bridge>(name, slots);
     bridge->mtu = 1615;
     bridge->stag_ethertype_nf = 0x88A8;
-    bridge->frame_buf.resize(bridge->mtu + ethernet_start + frame_slack);
     bridge_list_link(bridge);
     set_up_line(name.c_str());
     return bridge;
@@ -54,19 +51,21 @@ struct FrameLoop {
     FrameIds ids;
     Bytes received;
     std::size_t length = 0;
-    Outcome (*process)(pppoeia_bridge &, FrameIds &) = process_frame;
+    Datagram datagram;
+    Outcome (*process)(pppoeia_bridge &, Datagram &, FrameIds &) = process_frame;
 
-    explicit FrameLoop(const Bytes &datagram, std::uint32_t slots = 8)
-        : bridge(make_bridge(slots)), received(datagram), length(datagram.size()) {
+    explicit FrameLoop(const Bytes &of, std::uint32_t slots = 8)
+        : bridge(make_bridge(slots)), received(of), length(of.size()) {
         received.resize(length + 128);
+        datagram.bytes.resize(bridge->mtu + ethernet_start + frame_slack);
     }
 
     Outcome one() {
-        std::ranges::copy(received, bridge->frame_buf.begin());
-        bridge->frame_end = length;
+        std::ranges::copy(received, datagram.bytes.begin());
+        datagram.end = length;
         ids.circuit_id.clear();
         ids.remote_id.clear();
-        return process(*bridge, ids);
+        return process(*bridge, datagram, ids);
     }
 
     void operator()(std::size_t frames) {
@@ -75,15 +74,15 @@ struct FrameLoop {
 
     void expect(const Bytes &frame) {
         check(one() == Outcome::forwarded, "the outcome");
-        const auto begin = bridge->frame_buf.begin();
-        check(Bytes(begin + ethernet_start, begin + static_cast<long>(bridge->frame_end)) == frame,
+        const auto begin = datagram.bytes.begin();
+        check(Bytes(begin + ethernet_start, begin + static_cast<long>(datagram.end)) == frame,
               "the frame");
     }
 };
 
 Work restoring() {
     FrameLoop loop(padi_datagram());
-    loop.process = [](pppoeia_bridge &, FrameIds &) { return Outcome::forwarded; };
+    loop.process = [](pppoeia_bridge &, Datagram &, FrameIds &) { return Outcome::forwarded; };
     return loop;
 }
 
@@ -159,17 +158,17 @@ Work padi_binary() {
 struct PlanLoop {
     FrameLoop line{padi_datagram()};
     const char *format;
-    plan_slot slot;
     Bytes text = Bytes(PPPOEIA_ID_SIZE);
     Bytes binary;
 
     explicit PlanLoop(const char *wanted) : format(wanted) { line.one(); }
 
     void operator()(std::size_t frames) {
+        IdMemory &memory = memory_of(*line.bridge);
         for (; frames > 0; --frames) {
             binary.clear();
             const subscriber who = subscriber_of(*line.bridge, 1, 100, 5, ID_GEN_FRAME);
-            run_plan(plan_of(slot, format), who, reinterpret_cast<char *>(text.data()), binary);
+            run_plan(plan_of(memory, format), who, reinterpret_cast<char *>(text.data()), binary);
         }
     }
 };
@@ -230,7 +229,7 @@ struct ByHand {
 
     void operator()(std::size_t frames) {
         const pppoeia_bridge &bridge = *line.bridge;
-        const std::uint8_t *mac = bridge.frame_buf.data() + ethernet_start + 6;
+        const std::uint8_t *mac = bridge.frame->client.bytes;
         for (; frames > 0; --frames)
             std::snprintf(reinterpret_cast<char *>(text.data()), text.size(),
                           "%s/%u/%u/%u:%u %02X:%02X:%02X:%02X:%02X:%02X", bridge.shelf_id,

@@ -10,6 +10,7 @@
 #include <net/ethernet.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <algorithm>
 #include <cerrno>
 
 namespace ia::platform {
@@ -43,6 +44,11 @@ int net_socket(int domain, int type, int protocol) {
 
 int net_device_request(int socket, unsigned long request, ifreq &device) {
     return ioctl(socket, request, &device);
+}
+
+int net_device_address(const char *, std::uint8_t *mac) {
+    std::fill_n(mac, 6, std::uint8_t{2});
+    return 0;
 }
 
 int net_bind(int socket, int interface_index) {

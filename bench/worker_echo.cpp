@@ -10,6 +10,7 @@
 #include "bench/line.h"
 #include "bench/measure.h"
 #include "bench/tap.h"
+#include "fe/bridge_runtime.h"
 #include "pppoeia/pppoeia.h"
 #include "store/bridge_list.h"
 
@@ -69,7 +70,8 @@ public:
 
     clockid_t cpu_clock() {
         clockid_t clock = 0;
-        pthread_getcpuclockid(bridge_list_find(bridge_name)->worker.native_handle(), &clock);
+        pthread_getcpuclockid(bridge_list_find(bridge_name)->runtime->worker.native_handle(),
+                              &clock);
         return clock;
     }
 

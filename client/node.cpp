@@ -16,9 +16,27 @@ int check_bridge(const char *bridge) {
     return call<check_bridge>(bridge);
 }
 
+int bind_port(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side) {
+    return call<bind_port>(bridge, port, device, side);
+}
+
+int unbind_port(const char *bridge, std::uint32_t port) {
+    return call<unbind_port>(bridge, port);
+}
+
+int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
+                    std::uint32_t max_pdu) {
+    return call<describe_bridge>(bridge, device, stag_ethertype, max_pdu);
+}
+
 int macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std::uint16_t vid,
                 std::uint16_t cvid, const pppoeia_mac *client, macro_value_block *out) {
     return call<macro_value>(bridge, macro, port, vid, cvid, client, out);
+}
+
+int line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
+             const pppoeia_mac *client, line_ids_block *out) {
+    return call<line_ids>(bridge, port, vid, cvid, client, out);
 }
 
 int watch_frames(std::uint64_t *next) {

@@ -14,9 +14,13 @@ using node_operations = operation_table<
     engine_only<1000, hold_frames, fe_hold_frames>,
     engine_only<1001, release_frames, fe_release_frames>,
     engine_only<1002, check_bridge, fe_check_bridge>,
+    engine_only<1003, bind_port, fe_bind_port>,
+    engine_only<1004, unbind_port, fe_unbind_port>,
+    engine_only<1005, describe_bridge, fe_describe_bridge>,
     engine_only<1010, macro_value, fe_macro_value>,
     engine_only<1011, watch_frames, fe_watch_frames>,
-    engine_only<1012, watched_frame_get, fe_watched_frame_get>>;
+    engine_only<1012, watched_frame_get, fe_watched_frame_get>,
+    engine_only<1013, line_ids, fe_line_ids>>;
 // clang-format on
 
 struct every_operation : operations, node_operations {};

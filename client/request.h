@@ -1,6 +1,7 @@
 // Building and making one call to the engine.
 #pragma once
 
+#include "client/changes.h"
 #include "client/node_operations.h"
 #include "client/wire.h"
 #include "platform/ippc.h"
@@ -58,6 +59,17 @@ void add(request &call, Argument argument) {
 // Sends the request. Returns the engine's result, or why there is none.
 int ask_engine(request &call);
 
+// Tells who keeps this process's changes how a call went.
+template <bool Changes, class... Arguments>
+int told(int result, std::uint32_t id, Arguments... arguments) {
+    if (result == CLIENT_IPPC_FAILED) {
+        if (observer.unanswered) observer.unanswered(describe_call(id, arguments...));
+    } else if (Changes && result == CLIENT_OK && observer.made) {
+        return observer.made(describe_call(id, arguments...));
+    }
+    return result;
+}
+
 // The whole of a client function: the engine first, then this process's store.
 template <auto Client, class... Arguments>
 int call(Arguments... arguments) {
@@ -65,11 +77,10 @@ int call(Arguments... arguments) {
     static_assert(std::is_same_v<int (*)(Arguments...), decltype(Client)>);
     request sent(Row::id, sizeof...(Arguments));
     (add(sent, arguments), ...);
-    const int result = ask_engine(sent);
+    int result = ask_engine(sent);
     if constexpr (Row::mirrored)
-        return result == 0 ? Row::mirror(arguments...) : result;
-    else
-        return result;
+        if (result == CLIENT_OK) result = Row::mirror(arguments...);
+    return told<Row::mirrored>(result, Row::id, arguments...);
 }
 
 }  // namespace ia

@@ -36,6 +36,10 @@ constexpr void fields(Block &block, Visit &&visit) {
               block.unknown_code, block.truncated, block.bypassed);
     } else if constexpr (std::same_as<Plain, macro_value_block>) {
         visit(block.known, block.text);
+    } else if constexpr (std::same_as<Plain, line_ids_block>) {
+        const auto id = [&](auto &one) { visit(one.size, one.binary, one.text, one.bytes); };
+        id(block.circuit_id);
+        id(block.remote_id);
     } else if constexpr (std::same_as<Plain, watched_frame>) {
         visit(block.number, block.time_ns, block.port, block.came_length, block.left_length,
               block.bridge, block.input_device, block.output_device, block.verdict, block.reason,

@@ -1,52 +1,80 @@
 # A folder is a layer: a static library of its own, with the layers it may use.
 #
-#   ia_layer(NAME FOLDER dir SOURCES files... USES layers... [LINKS libraries...])
+#   ia_layer(NAME FOLDER dir SOURCES files... USES layers... SEES layers... [LINKS libraries...])
 #
-# USES may name a layer, or `platform` (declarations only; every layer may also
-# use the public headers). An include of any other folder ends the configuring.
+# USES names layers that are linked; SEES those that the program links from the
+# shared libraries: only their headers are used. Both may name `platform`
+# (declarations only; every layer may also use the public headers).
+#
+#   ia_folder(FOLDER dir SEES layers...)    a folder that is no library
+#
+# ia_check_includes(), called last, looks at every source and header of all these
+# folders: an include of a folder that is not named ends the configuring.
 function(ia_layer name)
-    cmake_parse_arguments(ARG "" "FOLDER" "SOURCES;USES;LINKS" ${ARGN})
+    cmake_parse_arguments(ARG "" "FOLDER" "SOURCES;USES;SEES;LINKS" ${ARGN})
     add_library(ia_${name} STATIC ${ARG_SOURCES})
     target_include_directories(ia_${name} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
     target_link_libraries(ia_${name} PUBLIC Threads::Threads ${ARG_LINKS})
-    set(allowed pppoeia ${ARG_FOLDER})
-    if(ARG_FOLDER MATCHES "^node/")
-        list(APPEND allowed node)  # what all of its layers share
-    endif()
     foreach(layer ${ARG_USES})
-        if(layer STREQUAL "platform")
-            list(APPEND allowed platform platform/bll)
-        else()
+        if(NOT layer STREQUAL "platform")
             target_link_libraries(ia_${name} PUBLIC ia_${layer})
-            get_target_property(folder ia_${layer} IA_FOLDER)
-            list(APPEND allowed ${folder})
         endif()
     endforeach()
     set_target_properties(ia_${name} PROPERTIES IA_FOLDER "${ARG_FOLDER}")
-    ia_check_includes(${name} "${allowed}")
+    ia_folder(FOLDER ${ARG_FOLDER} SEES ${ARG_USES} ${ARG_SEES})
+    foreach(layer ${ARG_SEES})
+        if(layer MATCHES "rpc" AND NOT "rpc_types" IN_LIST ARG_USES)
+            target_include_directories(ia_${name} PRIVATE ${PROJECT_BINARY_DIR}/generated)
+            add_dependencies(ia_${name} ia_rpc_types)  # its headers are made
+        endif()
+    endforeach()
 endfunction()
 
-# Every quoted include of a layer's sources, and of the headers beside them, must
-# start with an allowed folder.
-function(ia_check_includes name allowed)
-    get_target_property(sources ia_${name} SOURCES)
-    foreach(source ${sources})
-        string(REGEX REPLACE "[.]cpp$" ".h" header "${source}")
-        foreach(file ${source} ${header})
-            if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${file})
-                ia_check_file(${name} ${CMAKE_CURRENT_SOURCE_DIR}/${file} "${allowed}")
-            endif()
+# Layers that share a folder share what it may include.
+function(ia_folder)
+    cmake_parse_arguments(ARG "" "FOLDER" "SEES" ${ARGN})
+    set_property(GLOBAL APPEND PROPERTY IA_FOLDERS ${ARG_FOLDER})
+    set_property(GLOBAL APPEND PROPERTY "IA_MAY_SEE ${ARG_FOLDER}" ${ARG_SEES})
+endfunction()
+
+function(ia_check_includes)
+    get_property(folders GLOBAL PROPERTY IA_FOLDERS)
+    list(REMOVE_DUPLICATES folders)
+    foreach(folder ${folders})
+        ia_allowed_folders(${folder} allowed)
+        file(GLOB files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.h
+            ${PROJECT_SOURCE_DIR}/${folder}/*.cpp ${PROJECT_SOURCE_DIR}/${folder}/*.c)
+        foreach(file ${files})
+            ia_check_file(${file} "${allowed}")
         endforeach()
     endforeach()
 endfunction()
 
-function(ia_check_file name file allowed)
-    file(STRINGS ${file} lines REGEX "^#include \"[^\"]+\"")
+function(ia_allowed_folders folder result)
+    set(allowed pppoeia ${folder})
+    if(folder MATCHES "^(node/|management$)")
+        list(APPEND allowed node)  # what all of its layers share
+    endif()
+    get_property(layers GLOBAL PROPERTY "IA_MAY_SEE ${folder}")
+    foreach(layer ${layers})
+        if(layer STREQUAL "platform")
+            list(APPEND allowed platform platform/bll)
+        elseif(TARGET ia_${layer})
+            get_target_property(seen ia_${layer} IA_FOLDER)
+            list(APPEND allowed ${seen})
+        endif()
+    endforeach()
+    list(REMOVE_DUPLICATES allowed)
+    set(${result} "${allowed}" PARENT_SCOPE)
+endfunction()
+
+function(ia_check_file file allowed)
+    file(STRINGS ${file} lines REGEX "^[ \t]*#[ \t]*include[ \t]*\"[^\"]+\"")
     foreach(line ${lines})
-        string(REGEX REPLACE "^#include \"([^\"]+)\".*" "\\1" path "${line}")
+        string(REGEX REPLACE "^[^\"]*\"([^\"]+)\".*" "\\1" path "${line}")
         get_filename_component(folder "${path}" DIRECTORY)
         if(folder AND NOT folder IN_LIST allowed)
-            message(FATAL_ERROR "${file} includes \"${path}\": layer ${name} may use only ${allowed}")
+            message(FATAL_ERROR "${file} includes \"${path}\": its folder may use only ${allowed}")
         endif()
     endforeach()
 endfunction()

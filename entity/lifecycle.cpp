@@ -2,7 +2,7 @@
 #include "entity/interface_types.h"
 #include "entity/operation.h"
 #include "entity/pppoeia.h"
-#include "entity/rpc_start.h"
+#include "entity/service.h"
 #include "platform/bll/CliConfig.h"
 #include "platform/bll/Ports.h"
 #include "platform/bll/kvbridge.h"
@@ -22,7 +22,26 @@ const std::string pppoeia::defaultShelfId = "NONE";
 const std::string pppoeia::pppoeia_cid_format_def;
 const std::string pppoeia::pppoeia_rid_format_def = "$PORT_REM_ID";
 
-pppoeia::pppoeia() : BLEntity("pppoeia"), rpcProxy(rpcPppoeiaStart, "pppoeia_mng") {}
+namespace {
+
+// The node's configuration files, by name. The entity keeps nothing in them.
+[[maybe_unused]] const std::string default_config_file = "default_config.xml";
+[[maybe_unused]] const std::string saved_config_file = "saved_config.xml";
+
+// Handed in while the library is loaded, before anything runs.
+constinit ia::ServiceStart service_start = nullptr;
+
+void *start_service(void *interrupt_check) {
+    return service_start ? service_start(interrupt_check) : nullptr;
+}
+
+}  // namespace
+
+void ia::serve_with(ServiceStart start) {
+    service_start = start;
+}
+
+pppoeia::pppoeia() : BLEntity("pppoeia"), rpcProxy(start_service, "pppoeia_mng") {}
 
 namespace {
 

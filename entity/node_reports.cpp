@@ -31,7 +31,7 @@ std::optional<std::string> cpe_serial(const std::string &serial) {
     for (std::size_t at = 0; at < vendor_digits; at += 2) {
         const int high = hex_digit(serial[at]);
         const int low = hex_digit(serial[at + 1]);
-        if (high < 0 || low < 0) return std::nullopt;
+        if (high < 0 || low < 0 || high + low == 0) return std::nullopt;  // a text ends at 00
         text += static_cast<char>(high << 4 | low);
     }
     return text + serial.substr(vendor_digits);

@@ -1,21 +1,18 @@
 // Datagrams that are received together, and those that are sent together.
 #pragma once
 
-#include "store/bridge.h"
+#include "fe/frame.h"
 
 #include <sys/socket.h>
 #include <array>
 #include <cstddef>
-#include <cstdint>
-#include <vector>
 
 namespace ia {
 
 inline constexpr std::size_t batch_max = 32;
 
-// The buffers take turns with the bridge's own: to look at a datagram is to
-// exchange two of them. So what was processed stays where it is until the next
-// batch is received. The worker's own, but for the bridge's buffer.
+// The buffers of one worker. A datagram is processed where it was received, and
+// stays there until the next batch is received.
 class Batch {
 public:
     // Room for datagrams of a size, in buffers that go on behind them.
@@ -24,24 +21,17 @@ public:
     // What the socket has for us, in order; 0 when it has nothing. Never waits.
     std::size_t receive(int socket);
 
-    // Puts a datagram into the bridge's buffer, with zeros behind it. The caller
-    // holds the bridge's lock.
-    void show(std::size_t number, pppoeia_bridge &bridge);
+    // One of the datagrams received, with zeros behind it.
+    Datagram &show(std::size_t number);
 
-    // Of the datagram in the bridge's buffer, as it is now.
-    void keep_for_sending(pppoeia_bridge &bridge, std::size_t length);
+    // As many bytes of the datagram as it has when the batch is sent.
+    void keep_for_sending(Datagram &datagram, std::size_t length);
 
     // Sends what was kept, in order. What the socket refuses is lost.
     void send(int socket);
 
 private:
-    struct Buffer {
-        std::vector<std::uint8_t> bytes;
-        std::size_t used = 0;  // no byte from here on is other than zero
-    };
-
-    std::array<Buffer, batch_max> buffers_;
-    std::size_t used_in_bridge_ = 0;
+    std::array<Datagram, batch_max> datagrams_;
     std::array<iovec, batch_max> parts_in_{};
     std::array<iovec, batch_max> parts_out_{};
     std::array<mmsghdr, batch_max> in_{};

@@ -2,9 +2,6 @@
 
 #include "fe/base/text.h"
 #include "fe/base/trace.h"
-#include "fe/batch.h"
-#include "fe/frame.h"
-#include "fe/kernel.h"
 #include "fe/worker.h"
 #include "platform/net_device.h"
 #include "pppoeia/fe.h"
@@ -18,7 +15,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <new>
+#include <optional>
 #include <system_error>
+#include <utility>
 
 std::int32_t frame_adjust = 0;
 
@@ -43,20 +42,20 @@ void announce_frame_adjust() {
     pppoeia_log(6, message, shown());
 }
 
-int open_bridge(const char *name) {
+ControlFile open_bridge(const char *name) {
     char path[200];
     std::snprintf(path, sizeof path, KVBRIDGE_BRIDGE_PATH_FORMAT, name, KVBRIDGE_BRIDGE_FILE);
-    const int handle = platform::control_open(path);
-    if (handle < 0) pppoeia_log(2, "<%s> Cannot open bridge.", name);
-    return handle;
+    ControlFile control(path);
+    if (!control.is_open()) pppoeia_log(2, "<%s> Cannot open bridge.", name);
+    return control;
 }
 
-int attach_filter(const pppoeia_bridge &bridge) {
+int attach_filter(const BridgeRuntime &runtime) {
+    const pppoeia_bridge &bridge = runtime.bridge;
     kvbridge_filter_req request{};
     copy_text(request.filter, "pppoe");
     copy_text(request.device, bridge.pseudo_dev);
-    const int result =
-        platform::control_request(bridge.bridge_fd, KVBRIDGE_IOC_FILTER_ATTACH, &request);
+    const int result = runtime.control.request(KVBRIDGE_IOC_FILTER_ATTACH, &request);
     if (result < 0)
         pppoeia_log(2, "<%s> Cannot attach filter to '%s' (rv=%d, errno=%d).", bridge.name,
                     bridge.pseudo_dev, result, errno);
@@ -78,34 +77,36 @@ void enlarge_receive_queue(int socket) {
 }
 
 // A non-blocking packet socket bound to the pseudo device.
-int open_socket(pppoeia_bridge &bridge) {
+int open_socket(BridgeRuntime &runtime) {
+    const pppoeia_bridge &bridge = runtime.bridge;
     // Of no protocol until it is bound: else it would hear every device meanwhile.
-    bridge.sock = platform::net_socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
-    if (bridge.sock < 0) {
+    runtime.sock = platform::net_socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0);
+    if (runtime.sock < 0) {
         pppoeia_log(2, "<%s> Cannot create socket (%d).", bridge.name, errno);
         return no_file;
     }
-    enlarge_receive_queue(bridge.sock);
+    enlarge_receive_queue(runtime.sock);
     ifreq request = request_for(bridge);
-    if (platform::net_device_request(bridge.sock, SIOCGIFINDEX, request) < 0 ||
+    if (platform::net_device_request(runtime.sock, SIOCGIFINDEX, request) < 0 ||
         request.ifr_ifindex < 0) {
         pppoeia_log(2, "<%s> Cannot find device '%s' index.", bridge.name, bridge.pseudo_dev);
         return -ENODEV;
     }
-    if (const int result = fcntl(bridge.sock, F_SETFL, O_NONBLOCK); result != 0) {
+    if (const int result = fcntl(runtime.sock, F_SETFL, O_NONBLOCK); result != 0) {
         pppoeia_log(2, "<%s> Cannot set socket to non-blocking mode.", bridge.name);
         return result;
     }
-    if (const int result = platform::net_bind(bridge.sock, request.ifr_ifindex); result < 0) {
+    if (const int result = platform::net_bind(runtime.sock, request.ifr_ifindex); result < 0) {
         pppoeia_log(2, "<%s> Cannot bind socket.", bridge.name);
         return result;
     }
     return 0;
 }
 
-int allocate_frame_buffer(pppoeia_bridge &bridge) {
+void read_mtu(BridgeRuntime &runtime) {
+    pppoeia_bridge &bridge = runtime.bridge;
     ifreq request = request_for(bridge);
-    if (platform::net_device_request(bridge.sock, SIOCGIFMTU, request) < 0 ||
+    if (platform::net_device_request(runtime.sock, SIOCGIFMTU, request) < 0 ||
         request.ifr_mtu <= 0) {
         pppoeia_log(4, "<%s> Unable to get socket MTU, defaulting to %d.", bridge.name,
                     static_cast<int>(default_mtu));
@@ -113,106 +114,102 @@ int allocate_frame_buffer(pppoeia_bridge &bridge) {
     } else {
         bridge.mtu = static_cast<std::uint32_t>(request.ifr_mtu);
     }
-    bridge.buf_size = bridge.mtu + static_cast<std::uint32_t>(frame_adjust);
     bridge.max_pdu = bridge.mtu;
-    try {
-        // A marked frame may be one byte longer than the largest one received.
-        bridge.frame_buf.resize(bridge.mtu + ethernet_start + frame_slack);
-        bridge.batch = std::make_shared<Batch>(bridge.buf_size, bridge.frame_buf.size());
-    } catch (const std::bad_alloc &) {
-        pppoeia_log(2, "<%s> Unable to allocate frame buffer.", bridge.name);
-        return -ENOMEM;
-    }
-    return 0;
 }
 
-int start_worker(const BridgePtr &bridge) {
-    bridge_list_link(bridge);
+int allocate_frame_buffers(BridgeRuntime &runtime) {
+    const std::uint32_t mtu = runtime.bridge.mtu;
+    runtime.buf_size = mtu + static_cast<std::uint32_t>(frame_adjust);
     try {
-        bridge->worker = std::thread([&record = *bridge] { pppoeia_bridge_worker(record); });
+        // A marked frame may be one byte longer than the largest one received.
+        runtime.batch.emplace(runtime.buf_size, mtu + ethernet_start + frame_slack);
+        return 0;
+    } catch (const std::bad_alloc &) {
+        pppoeia_log(2, "<%s> Unable to allocate frame buffer.", runtime.bridge.name);
+        return -ENOMEM;
+    }
+}
+
+int start_worker(BridgeRuntime &runtime) {
+    try {
+        runtime.worker = std::thread([&runtime] { pppoeia_bridge_worker(runtime); });
         return 0;
     } catch (const std::system_error &error) {
-        pppoeia_log(2, "<%s> Cannot start internal worker thread.", bridge->name);
-        bridge_list_unlink(bridge->name);
+        pppoeia_log(2, "<%s> Cannot start internal worker thread.", runtime.bridge.name);
         return error.code().value();
     }
 }
 
-// Everything that the bridge owns in the node, in order; the first step that
-// fails has logged why and gives the result.
-int start_up(const BridgePtr &bridge) {
-    if (const int result = pppoeia_pseudo_device_add(bridge->name, bridge->pseudo_dev);
-        result < 0) {
-        pppoeia_log(2, "<%s> Cannot create '%s'.", bridge->name, bridge->pseudo_dev);
+// All that the bridge has in the node, in order; the first step that fails has
+// logged why and gives the result.
+int start_up(BridgeRuntime &runtime) {
+    const pppoeia_bridge &bridge = runtime.bridge;
+    if (const int result = pppoeia_pseudo_device_add(bridge.name, bridge.pseudo_dev); result < 0) {
+        pppoeia_log(2, "<%s> Cannot create '%s'.", bridge.name, bridge.pseudo_dev);
         return result;
     }
-    if (const int result = attach_filter(*bridge); result < 0) return result;
-    if (const int result = open_socket(*bridge); result != 0) return result;
-    if (const int result = allocate_frame_buffer(*bridge); result != 0) return result;
-    return start_worker(bridge);
+    if (const int result = attach_filter(runtime); result < 0) return result;
+    if (const int result = open_socket(runtime); result != 0) return result;
+    read_mtu(runtime);
+    if (const int result = allocate_frame_buffers(runtime); result != 0) return result;
+    return start_worker(runtime);
 }
 
-void close_files(pppoeia_bridge &bridge) {
-    if (bridge.sock >= 0) close(bridge.sock);
-    if (bridge.bridge_fd >= 0) platform::control_close(bridge.bridge_fd);
-    bridge.sock = bridge.bridge_fd = -1;
-}
-
+// All or nothing: the record, which is linked last, releases what it has. Throws
+// std::bad_alloc.
 int add_bridge(const char *name, std::uint32_t ports) {
     if (const int result = check_new_bridge(name); result != 0) return result;
-    const int handle = open_bridge(name);
-    if (handle < 0) return no_file;
+    ControlFile control = open_bridge(name);
+    if (!control.is_open()) return no_file;
     kvbridge_bridge_info info{};
-    if (platform::control_request(handle, KVBRIDGE_IOC_GET_INFO, &info) < 0) {
+    if (control.request(KVBRIDGE_IOC_GET_INFO, &info) < 0) {
         pppoeia_log(2, "<%s> Unable to get bridge information.", name);
-        platform::control_close(handle);
         return -1;
     }
-    BridgePtr bridge;
-    if (const int result = allocate_bridge(name, ports, bridge); result != 0) {
-        platform::control_close(handle);
-        return result;
-    }
-    bridge->bridge_fd = handle;
+    const auto bridge = std::make_shared<pppoeia_bridge>(name, ports);
     bridge->stag_ethertype_nf = info.stag_ethertype;
     bridge->chassis_id = default_chassis;
-    if (const int result = start_up(bridge); result != 0) {
-        pppoeia_pseudo_device_del(name, bridge->pseudo_dev);
-        close_files(*bridge);
-        return result;
-    }
+    bridge->runtime = make_owned<BridgeRuntime>(*bridge, std::move(control));
+    BridgeRuntime &runtime = *bridge->runtime;
+    if (const int result = start_up(runtime); result != 0) return result;
+    bridge_list_link(bridge);
     pppoeia_log(6, "<%s> Bridge added (S-Tag EtherType=0x%04x, ports=%d, MTU=%d, buffer=%d).", name,
-                info.stag_ethertype, ports, bridge->mtu, bridge->buf_size);
+                info.stag_ethertype, ports, bridge->mtu, runtime.buf_size);
     return 0;
 }
 
 // The worker goes first: a descriptor that it may still use is never closed,
 // since its number could be given out again.
-void shut_down(pppoeia_bridge &bridge) {
-    bridge.stop = true;
+void stop_worker(BridgeRuntime &runtime) {
+    if (!runtime.worker.joinable()) return;
+    runtime.stop = true;
     try {
-        bridge.worker.join();
+        runtime.worker.join();
     } catch (const std::system_error &) {
-        pppoeia_log(4, "<%s> Unable to stop worker thread. Killing...", bridge.name);
+        pppoeia_log(4, "<%s> Unable to stop worker thread. Killing...", runtime.bridge.name);
+        runtime.worker.detach();
     }
-    close_files(bridge);
-    pppoeia_pseudo_device_del(bridge.name, bridge.pseudo_dev);
-    pppoeia_log(7, "<%s> Bridge deleted.", bridge.name);
 }
 
 }  // namespace
 
-int delete_bridge(const char *name) {
-    constexpr const char *operation = "fe_pppoeia_bridge_del";
-    trace_call(operation, name);
-    if (!bridge_list_exists()) {
-        pppoeia_log(4, "Not initialized.");
-        return refuse(operation, -ENXIO);
+BridgeRuntime::BridgeRuntime(pppoeia_bridge &owner, ControlFile file)
+    : bridge(owner), control(std::move(file)) {}
+
+BridgeRuntime::~BridgeRuntime() {
+    stop_worker(*this);
+    if (sock >= 0) close(sock);
+    try {
+        pppoeia_pseudo_device_del(bridge.name, bridge.pseudo_dev);
+    } catch (const std::bad_alloc &) {
+        pppoeia_log(2, "<%s> Cannot delete '%s'.", bridge.name, bridge.pseudo_dev);
     }
-    const BridgePtr found = bridge_list_unlink(name);
-    if (!found) return refuse(operation, -ENOENT);
-    shut_down(*found);
-    return trace_result(operation, 0);
+}
+
+int end_bridge(pppoeia_bridge &bridge) {
+    bridge.runtime.reset();
+    pppoeia_log(7, "<%s> Bridge deleted.", bridge.name);
+    return trace_result("fe_pppoeia_bridge_del", 0);
 }
 
 }  // namespace ia
@@ -221,10 +218,20 @@ int fe_pppoeia_bridge_add(const char *bridge, std::uint32_t ports) {
     const std::scoped_lock exclusive(ia::lifecycle);
     ia::trace_call(__func__, bridge);
     ia::announce_frame_adjust();
-    return ia::trace_result(__func__, ia::add_bridge(bridge, ports));
+    try {
+        return ia::trace_result(__func__, ia::add_bridge(bridge, ports));
+    } catch (const std::bad_alloc &) {
+        return ia::trace_result(__func__, ia::no_memory_for(bridge, ports));
+    }
 }
 
 int fe_pppoeia_bridge_del(const char *bridge) {
     const std::scoped_lock exclusive(ia::lifecycle);
-    return ia::delete_bridge(bridge);
+    ia::trace_call(__func__, bridge);
+    if (!ia::bridge_list_exists()) {
+        pppoeia_log(4, "Not initialized.");
+        return ia::refuse(__func__, -ENXIO);
+    }
+    const ia::BridgePtr found = ia::bridge_list_unlink(bridge);
+    return found ? ia::end_bridge(*found) : ia::refuse(__func__, -ENOENT);
 }

@@ -4,10 +4,15 @@
 // bridges may run meanwhile.
 #pragma once
 
+#include "fe/batch.h"
+#include "fe/kernel.h"
 #include "store/bridge_list.h"
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <optional>
+#include <thread>
 
 // Bytes that the frame record adds in front of a frame, as buffers are sized
 // and traces count (the frame itself starts one byte later). 0 until the first
@@ -18,11 +23,30 @@ namespace ia {
 
 inline constexpr std::int32_t frame_adjust_default = 106;
 
+// All that a bridge has in the node: its control file, its pseudo device, the
+// socket on it, the buffers and the worker thread. Ending it stops the worker and
+// releases them, on whichever thread, which must not hold the bridge's lock. Only
+// the worker uses what stands behind the socket while it runs.
+struct BridgeRuntime {
+    BridgeRuntime(pppoeia_bridge &owner, ControlFile file);
+    BridgeRuntime(const BridgeRuntime &) = delete;
+    BridgeRuntime &operator=(const BridgeRuntime &) = delete;
+    ~BridgeRuntime();
+
+    pppoeia_bridge &bridge;  // its owner
+    ControlFile control;
+    int sock = -1;
+    std::uint32_t buf_size = 0;  // largest datagram received, bytes
+    std::optional<Batch> batch;
+    std::atomic<bool> stop{false};
+    std::thread worker;
+};
+
 // Held by whoever makes or removes bridges.
 extern std::mutex lifecycle;
 
-// fe_pppoeia_bridge_del for who holds `lifecycle`: takes the bridge off the list,
-// stops its worker and releases what it owns in the node.
-int delete_bridge(const char *name);
+// Stops the worker of a bridge that is off the list and releases what it has in
+// the node, with the traces of fe_pppoeia_bridge_del. For who holds `lifecycle`.
+int end_bridge(pppoeia_bridge &bridge);
 
 }  // namespace ia

@@ -22,7 +22,6 @@ bool find_input_port(Frame &frame) {
                  frame.record().input_device, id);
         return false;
     }
-    frame.bridge.cur_port = id - 1;
     return true;
 }
 
@@ -114,8 +113,8 @@ Outcome edit(Frame &frame, const TagPlace &place, FrameIds &ids) {
 
 }  // namespace
 
-Outcome process_frame(pppoeia_bridge &bridge, FrameIds &ids) {
-    Frame frame(bridge);
+Outcome process_frame(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids) {
+    Frame frame(bridge, datagram);
     trace_received(frame);
     if (!find_input_port(frame)) return Outcome::unknown_port;
 

@@ -22,6 +22,7 @@ enum class Outcome : std::uint8_t {
     untrusted_tag,
     tag_truncated,
     no_local_mac,
+    no_memory,
 };
 
 constexpr bool is_sent(Outcome outcome) {
@@ -35,8 +36,11 @@ struct FrameIds {
     std::vector<std::uint8_t> remote_id;
 };
 
-// Processes the datagram in the bridge's frame buffer in place. The caller
-// holds the bridge's lock and sends the datagram when is_sent().
-Outcome process_frame(pppoeia_bridge &bridge, FrameIds &ids);
+struct Datagram;
+
+// Processes the datagram in place. The caller holds the bridge's lock and sends
+// the datagram when is_sent(). Throws std::bad_alloc when a new line's IDs find
+// no memory; nothing is lost then but the frame.
+Outcome process_frame(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids);
 
 }  // namespace ia

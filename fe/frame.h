@@ -1,4 +1,4 @@
-// A PPPoE Discovery frame in its bridge's buffer (RFC 2516).
+// A PPPoE Discovery frame in its datagram's buffer (RFC 2516).
 //
 //   0        107                        E      E+2            E+8
 //   | record | dst src [VLAN tags ...] | 8863 | PPPoE header | tags ... | padding
@@ -12,10 +12,12 @@
 #include "platform/kernel_modules.h"
 #include "store/bridge.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace ia {
 
@@ -65,17 +67,36 @@ struct Tag {
     std::size_t end() const { return at + size(); }
 };
 
+// The kernel's record and the frame behind it, in a buffer that goes on with
+// zeros.
+struct Datagram {
+    std::vector<std::uint8_t> bytes;
+    std::size_t end = 0;   // one past the datagram's last byte
+    std::size_t used = 0;  // of these bytes, some may be other than zero
+
+    // A datagram of this length has been written over the one before, whose rest
+    // goes. An error reply's tag may stand behind a frame without payload.
+    void receive(std::size_t length) {
+        used = std::max(used, end + Tag::header_size);
+        if (used > length)
+            std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(length), used - length,
+                        std::uint8_t{0});
+        end = used = length;
+    }
+};
+
 // One frame while it is processed, under its bridge's lock.
 struct Frame {
-    explicit Frame(pppoeia_bridge &owner) : bridge(owner) {}
+    Frame(pppoeia_bridge &owner, Datagram &received) : bridge(owner), datagram(received) {}
 
     pppoeia_bridge &bridge;
+    Datagram &datagram;
     pppoeia_port *port = nullptr;  // input port
     std::uint16_t vid = 0;         // outer VLAN id, 0 when untagged
     std::size_t pppoe = 0;         // position of the PPPoE header
 
-    std::span<std::uint8_t> bytes() const { return bridge.frame_buf; }
-    std::size_t end() const { return bridge.frame_end; }
+    std::span<std::uint8_t> bytes() const { return datagram.bytes; }
+    std::size_t end() const { return datagram.end; }
 
     kvbridge_frame_hdr &record() const { return at<kvbridge_frame_hdr>(0); }
     EthernetAddresses &addresses() const { return at<EthernetAddresses>(ethernet_start); }

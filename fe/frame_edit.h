@@ -46,7 +46,7 @@ inline void change_lengths(Frame &frame, std::ptrdiff_t bytes) {
     frame.record().total_length = static_cast<std::uint32_t>(changed(frame.end()));
     frame.header().payload_length =
         static_cast<std::uint16_t>(changed(std::uint16_t{frame.header().payload_length}));
-    frame.bridge.frame_end = static_cast<std::size_t>(changed(frame.end()));
+    frame.datagram.end = static_cast<std::size_t>(changed(frame.end()));
 }
 
 // Makes room for new_size bytes at a position in place of the old_size bytes

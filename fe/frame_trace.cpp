@@ -5,20 +5,20 @@
 
 #include <cstdio>
 
-void pppoeia_dump_frame(const pppoeia_bridge &bridge, const char *prefix) {
-    if (!ia::tracing() || bridge.frame_buf.empty()) return;
+void pppoeia_dump_frame(const ia::Frame &frame, const char *prefix) {
+    if (!ia::tracing()) return;
     constexpr std::size_t bytes_a_line = 16;
     char line[200];
     std::size_t used = 0;
     std::size_t in_line = 0;
     const auto write_line = [&] {
-        if (in_line > 0) pppoeia_log(7, "<%s> %s %s", bridge.name, prefix, line);
+        if (in_line > 0) pppoeia_log(7, "<%s> %s %s", frame.bridge.name, prefix, line);
         used = in_line = 0;
     };
-    for (std::size_t at = ia::ethernet_start; at < bridge.frame_end; ++at) {
+    for (std::size_t at = ia::ethernet_start; at < frame.end(); ++at) {
         const char *gap = ++in_line == bytes_a_line / 2 ? "  " : "";
         used += static_cast<std::size_t>(
-            std::snprintf(line + used, sizeof line - used, "%02x %s", bridge.frame_buf[at], gap));
+            std::snprintf(line + used, sizeof line - used, "%02x %s", frame.bytes()[at], gap));
         if (in_line == bytes_a_line) write_line();
     }
     write_line();
@@ -49,7 +49,7 @@ void trace_received(const Frame &frame) {
                 from[0], from[1], from[2], from[3], from[4], from[5],
                 static_cast<unsigned>(record.vlan), static_cast<unsigned>(record.cvlan),
                 shown_length(frame));
-    pppoeia_dump_frame(frame.bridge, ">>  ");
+    pppoeia_dump_frame(frame, ">>  ");
 }
 
 void trace_header(const Frame &frame) {
@@ -91,7 +91,7 @@ void trace_forwarded(const Frame &frame) {
     if (!tracing()) return;
     pppoeia_log(7, "<%s>    Frame is %d bytes, payload length %d bytes.", frame.bridge.name,
                 shown_length(frame), static_cast<int>(frame.header().payload_length));
-    pppoeia_dump_frame(frame.bridge, "    ");
+    pppoeia_dump_frame(frame, "    ");
     pppoeia_log(7, "<%s>    Forwarding frame to %.16s.", frame.bridge.name,
                 frame.record().output_device);
     trace_tags(frame);

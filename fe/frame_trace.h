@@ -3,8 +3,8 @@
 
 #include "fe/frame.h"
 
-// Hex dump of the frame in the bridge's buffer, 16 bytes a line.
-void pppoeia_dump_frame(const pppoeia_bridge &bridge, const char *prefix);
+// Hex dump of the frame, 16 bytes a line.
+void pppoeia_dump_frame(const ia::Frame &frame, const char *prefix);
 
 namespace ia {
 

@@ -30,8 +30,9 @@ constexpr const char *reasons[] = {
     "a tag from an untrusted port",          // untrusted_tag
     "the tag is cut off",                    // tag_truncated
     "no address of its own to answer with",  // no_local_mac
+    "no memory",                             // no_memory
 };
-static_assert(std::size(reasons) == static_cast<std::size_t>(Outcome::no_local_mac) + 1);
+static_assert(std::size(reasons) == static_cast<std::size_t>(Outcome::no_memory) + 1);
 static_assert(std::ranges::all_of(reasons, [](std::string_view text) {
     return text.size() < sizeof watched_frame{}.reason;
 }));
@@ -68,17 +69,17 @@ std::uint64_t now_ns() {
 }
 
 // Copies the Ethernet frame in the buffer; returns its length.
-std::uint16_t copy_frame(const pppoeia_bridge &bridge, std::size_t end,
+std::uint16_t copy_frame(const Datagram &datagram, std::size_t end,
                          std::uint8_t (&to)[watched_frame_size]) {
-    end = std::min(end, bridge.frame_buf.size());
+    end = std::min(end, datagram.bytes.size());
     if (end <= ethernet_start) return 0;
-    const auto frame = std::span(bridge.frame_buf).subspan(ethernet_start, end - ethernet_start);
+    const auto frame = std::span(datagram.bytes).subspan(ethernet_start, end - ethernet_start);
     std::ranges::copy(frame.first(std::min(frame.size(), watched_frame_size)), to);
     return static_cast<std::uint16_t>(frame.size());
 }
 
-const kvbridge_frame_hdr &record_of(const pppoeia_bridge &bridge) {
-    return *reinterpret_cast<const kvbridge_frame_hdr *>(bridge.frame_buf.data());
+const kvbridge_frame_hdr &record_of(const Datagram &datagram) {
+    return *reinterpret_cast<const kvbridge_frame_hdr *>(datagram.bytes.data());
 }
 
 const char *verdict_of(Outcome outcome) {
@@ -92,18 +93,19 @@ void FrameWatch::came() {
     frame_.reset(new (std::nothrow) watched_frame{});
     if (!frame_) return;
     frame_->time_ns = now_ns();
-    frame_->port = record_of(bridge_).input_port;
+    frame_->port = record_of(datagram_).input_port;
     copy_text(frame_->bridge, bridge_.name);
-    copy_text(frame_->input_device, text_of(record_of(bridge_).input_device));
-    frame_->came_length = copy_frame(bridge_, bridge_.frame_end, frame_->came);
+    copy_text(frame_->input_device, text_of(record_of(datagram_).input_device));
+    frame_->came_length = copy_frame(datagram_, datagram_.end, frame_->came);
 }
 
 void FrameWatch::keep(Outcome outcome) {
-    copy_text(frame_->output_device, text_of(record_of(bridge_).output_device));
+    copy_text(frame_->output_device, text_of(record_of(datagram_).output_device));
     copy_text(frame_->verdict, verdict_of(outcome));
     copy_text(frame_->reason, reasons[static_cast<std::size_t>(outcome)]);
     if (is_sent(outcome))
-        frame_->left_length = copy_frame(bridge_, record_of(bridge_).total_length, frame_->left);
+        frame_->left_length =
+            copy_frame(datagram_, record_of(datagram_).total_length, frame_->left);
     Ring &all = ring();
     const std::lock_guard guard(all.lock);
     if (all.run_out()) return all.forget();

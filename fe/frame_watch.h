@@ -16,11 +16,12 @@ inline constexpr std::size_t watched_frames_max = 256;
 
 inline std::atomic<bool> frames_are_watched{false};
 
-// One frame in its bridge's buffer, from its arrival on. The worker's, under the
+// One frame in its buffer, from its arrival on. The worker's, under the
 // bridge's lock.
 class FrameWatch {
 public:
-    explicit FrameWatch(const pppoeia_bridge &bridge) : bridge_(bridge) {
+    FrameWatch(const pppoeia_bridge &bridge, const Datagram &datagram)
+        : bridge_(bridge), datagram_(datagram) {
         if (frames_are_watched.load(std::memory_order_relaxed)) [[unlikely]]
             came();
     }
@@ -36,6 +37,7 @@ private:
     void keep(Outcome outcome);
 
     const pppoeia_bridge &bridge_;
+    const Datagram &datagram_;
     std::unique_ptr<watched_frame> frame_;
 };
 

@@ -4,6 +4,7 @@
 #include "platform/kernel_modules.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace ia {
 
@@ -12,6 +13,7 @@ class ControlFile {
 public:
     explicit ControlFile(const char *path) : handle_(platform::control_open(path)) {}
     explicit ControlFile(int handle) : handle_(handle) {}
+    ControlFile(ControlFile &&other) noexcept : handle_(std::exchange(other.handle_, -1)) {}
     ControlFile(const ControlFile &) = delete;
     ControlFile &operator=(const ControlFile &) = delete;
     ~ControlFile() {
@@ -19,7 +21,6 @@ public:
     }
 
     bool is_open() const { return handle_ >= 0; }
-    int handle() const { return handle_; }
 
     // 0, or -1 with errno set.
     int request(unsigned long number, void *argument) const {

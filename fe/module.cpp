@@ -5,6 +5,7 @@
 #include "pppoeia/fe.h"
 
 #include <cerrno>
+#include <vector>
 
 using namespace ia;
 
@@ -23,9 +24,13 @@ void check_version(const ControlFile &file, unsigned long request, const char *m
 
 // All workers are asked first, so that they finish together.
 void release_bridges() {
-    for (const BridgePtr &bridge : bridge_list_snapshot()) bridge->stop = true;
-    for (const BridgePtr &bridge : bridge_list_snapshot()) delete_bridge(bridge->name);
-    bridge_list_release();
+    const std::vector<BridgePtr> bridges = bridge_list_release();
+    for (const BridgePtr &bridge : bridges)
+        if (bridge->runtime) bridge->runtime->stop = true;
+    for (const BridgePtr &bridge : bridges) {
+        trace_call("fe_pppoeia_bridge_del", bridge->name);
+        end_bridge(*bridge);
+    }
 }
 
 }  // namespace
@@ -38,6 +43,7 @@ int fe_pppoeia_init() {
         if (!kvmng.is_open()) {
             const int reason = errno;
             pppoeia_log(2, "Unable to contact kernel module 'kvmng'.");
+            release_bridges();
             return reason;
         }
         check_version(kvmng, KVMNG_IOC_GET_VERSION, "kvmng", KVMNG_VERSION);

@@ -1,6 +1,7 @@
 #include "fe/vendor_tag.h"
 
 #include "fe/base/local_mac.h"
+#include "fe/base/notice.h"
 #include "fe/base/text.h"
 #include "fe/base/trace.h"
 #include "fe/frame_edit.h"
@@ -91,7 +92,8 @@ Outcome answer_with_error(Frame &frame) {
 
     std::uint8_t local_mac[6];
     if (pppoeia_get_local_mac(local_mac) != 0) {
-        pppoeia_log(3, "<%s>    Error getting local MAC.", frame.bridge.name);
+        static Notice notice;
+        notice.log(3, "<%s>    Error getting local MAC.", frame.bridge.name);
         return Outcome::no_local_mac;
     }
     auto &[destination, source] = frame.addresses();
@@ -116,6 +118,11 @@ Outcome mark(Frame &frame, const TagPlace &place, FrameIds &ids) {
     const pppoeia_bridge &bridge = frame.bridge;
     const auto &[own, position] = place;
     if (own && own->end() > frame.end()) return Outcome::tag_truncated;
+
+    const kvbridge_frame_hdr &record = frame.record();
+    FrameValues &values = frame.bridge.frame.emplace(
+        FrameValues{.vlan = record.vlan, .cvlan = record.cvlan, .client = {}});
+    std::ranges::copy(frame.addresses().source, values.client.bytes);
 
     Id circuit_id;
     Id remote_id;

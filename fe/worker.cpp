@@ -2,6 +2,7 @@
 
 #include "fe/base/trace.h"
 #include "fe/batch.h"
+#include "fe/bridge_runtime.h"
 #include "fe/discovery.h"
 #include "fe/frame.h"
 #include "fe/frame_watch.h"
@@ -9,6 +10,7 @@
 #include <poll.h>
 #include <pthread.h>
 #include <mutex>
+#include <new>
 
 namespace ia {
 
@@ -36,39 +38,53 @@ bool wait_for_frame(int socket) {
     return poll(&ready, 1, worker_wait_ms) == 1;
 }
 
-// One datagram of a batch. One whose record disagrees with its size is nothing.
-void serve_frame(pppoeia_bridge &bridge, Batch &batch, std::size_t number, FrameIds &ids) {
-    const std::scoped_lock lock(bridge.lock);
-    batch.show(number, bridge);
-    const kvbridge_frame_hdr &record = Frame(bridge).record();
-    if (bridge.frame_end == 0 || record.total_length != bridge.frame_end) return;
-    ids.circuit_id.clear();
-    ids.remote_id.clear();
-    FrameWatch watch(bridge);
-    const Outcome outcome = bridge.disabled ? Outcome::bridge_disabled : process_frame(bridge, ids);
-    watch.left(outcome);
-    if (is_sent(outcome)) batch.keep_for_sending(bridge, record.total_length);
+Outcome outcome_of(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids) {
+    if (bridge.disabled) return Outcome::bridge_disabled;
+    try {
+        return process_frame(bridge, datagram, ids);
+    } catch (const std::bad_alloc &) {
+        return Outcome::no_memory;
+    }
 }
 
-// Whether there may be more than was served.
-bool serve_batch(pppoeia_bridge &bridge, FrameIds &ids) {
-    Batch &batch = *bridge.batch;
-    const std::size_t count = batch.receive(bridge.sock);
-    for (std::size_t number = 0; number < count; ++number) serve_frame(bridge, batch, number, ids);
-    batch.send(bridge.sock);
+// One datagram of a batch. One whose record disagrees with its size is nothing.
+void serve_frame(pppoeia_bridge &bridge, Datagram &datagram, Batch &batch, FrameIds &ids) {
+    const kvbridge_frame_hdr &record = Frame(bridge, datagram).record();
+    if (datagram.end == 0 || record.total_length != datagram.end) return;
+    ids.circuit_id.clear();
+    ids.remote_id.clear();
+    FrameWatch watch(bridge, datagram);
+    const Outcome outcome = outcome_of(bridge, datagram, ids);
+    watch.left(outcome);
+    if (is_sent(outcome)) batch.keep_for_sending(datagram, record.total_length);
+}
+
+// Whether there may be more than was served. The lock is held until the batch is
+// sent, so that a setter returns when no frame made under the old setting can
+// leave any more, and counters never run ahead of the wire.
+bool serve_batch(BridgeRuntime &runtime, FrameIds &ids) {
+    pppoeia_bridge &bridge = runtime.bridge;
+    Batch &batch = *runtime.batch;
+    const std::size_t count = batch.receive(runtime.sock);
+    if (count == 0) return false;
+    const std::scoped_lock lock(bridge.lock);
+    for (std::size_t number = 0; number < count && !runtime.stop; ++number)
+        serve_frame(bridge, batch.show(number), batch, ids);
+    batch.send(runtime.sock);
     return count == batch_max;
 }
 
 }  // namespace
 
-void pppoeia_bridge_worker(pppoeia_bridge &bridge) {
-    pppoeia_log(7, "<%s> Worker started.", bridge.name);
-    raise_priority(bridge.name);
+void pppoeia_bridge_worker(BridgeRuntime &runtime) {
+    const char *bridge = runtime.bridge.name;
+    pppoeia_log(7, "<%s> Worker started.", bridge);
+    raise_priority(bridge);
     FrameIds ids;
     bool more = false;
-    while (!bridge.stop)
-        if (more || wait_for_frame(bridge.sock)) more = serve_batch(bridge, ids);
-    pppoeia_log(7, "<%s> Finished.", bridge.name);
+    while (!runtime.stop)
+        if (more || wait_for_frame(runtime.sock)) more = serve_batch(runtime, ids);
+    pppoeia_log(7, "<%s> Finished.", bridge);
 }
 
 }  // namespace ia

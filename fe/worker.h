@@ -1,15 +1,15 @@
 // The worker thread of a bridge.
 #pragma once
 
-struct pppoeia_bridge;
-
 namespace ia {
+
+struct BridgeRuntime;
 
 // Longest wait for a frame, so the longest until a stop request is seen.
 inline constexpr int worker_wait_ms = 10;
 
-// Serves the bridge's frames until its stop request is seen. The record, its
-// socket and its buffer outlive the worker.
-void pppoeia_bridge_worker(pppoeia_bridge &bridge);
+// Serves the bridge's frames until its stop request is seen. A frame for which
+// there is no memory is dropped. The record and its runtime outlive the worker.
+void pppoeia_bridge_worker(BridgeRuntime &runtime);
 
 }  // namespace ia

@@ -5,12 +5,10 @@
 // what the rule makes.
 #include "fuzz/check.h"
 #include "idgen/assembly.h"
-#include "idgen/plan.h"
+#include "idgen/id_memory.h"
 #include "idgen/selection.h"
-#include "platform/kernel_modules.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
-#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -49,9 +47,10 @@ void make_bridge(pppoeia_bridge &bridge, FuzzedDataProvider &input) {
     fill(bridge.contact, input);
     bridge.chassis_id = input.ConsumeIntegral<std::uint32_t>();
     if (input.ConsumeBool()) {
-        bridge.frame_buf.assign(256, 0);
-        const auto frame = input.ConsumeBytes<std::uint8_t>(140);
-        std::ranges::copy(frame, bridge.frame_buf.begin());
+        ia::FrameValues &frame = bridge.frame.emplace();
+        frame.vlan = input.ConsumeIntegral<std::uint16_t>();
+        frame.cvlan = input.ConsumeIntegral<std::uint16_t>();
+        for (std::uint8_t &byte : frame.client.bytes) byte = input.ConsumeIntegral<std::uint8_t>();
     }
 }
 
@@ -85,11 +84,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     char out[64];
     if (type == ID_GEN_FRAME && format.find('\0') == std::string::npos) {
-        bridge.visits = 1;
-        ia::plan_slot slot;
+        bridge.revision = 1;
+        ia::IdMemory memory;
         ia::line_slot kept;
         const ia::subscriber who = ia::subscriber_of(bridge, line, vid, cvid, type);
-        const ia::format_plan *plan = ia::plan_of(slot, format.c_str());
+        const ia::format_plan *plan = ia::plan_of(memory, format.c_str());
         ia::begin_line(kept, who, plan);
         for (const ia::format_plan *run : {plan, folded_plan(*current_line(kept, who), who)}) {
             std::vector<std::uint8_t> planned;

@@ -177,22 +177,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     const ia::LockedBridge bridge(name);
     bridge->mtu = mtu;
-    bridge->buf_size = mtu + 106;
     bridge->max_pdu = input.ConsumeIntegralInRange<std::uint32_t>(0, mtu);
     bridge->stag_ethertype_nf = 0x88A8;
-    bridge->frame_buf.assign(buffer_size, 0);
     Bytes datagram = input.ConsumeIntegralInRange(0, 7) == 0
                          ? input.ConsumeRemainingBytes<std::uint8_t>()
                          : shaped_datagram(input);
-    if (datagram.size() > bridge->buf_size) datagram.resize(bridge->buf_size);
-    std::ranges::copy(datagram, bridge->frame_buf.begin());
-    bridge->frame_end = datagram.size();
-    kvbridge_frame_hdr &record = ia::Frame(*bridge).record();
+    if (datagram.size() > mtu + 106) datagram.resize(mtu + 106);
+    ia::Datagram buffer{.bytes = Bytes(buffer_size), .end = datagram.size()};
+    std::ranges::copy(datagram, buffer.bytes.begin());
+    kvbridge_frame_hdr &record = ia::Frame(*bridge, buffer).record();
     record.total_length = static_cast<std::uint32_t>(datagram.size());
     record.input_port = 1;
 
     ia::FrameIds ids;
-    const ia::Outcome outcome = ia::process_frame(*bridge, ids);
+    const ia::Outcome outcome = ia::process_frame(*bridge, buffer, ids);
     const std::uint32_t total = record.total_length;
     if (!ia::is_sent(outcome)) return 0;
     MUST(total <= buffer_size);
@@ -206,7 +204,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::uint8_t code = before[in->tags_at - 5];
     if (code == ia::PADI || code == ia::PADR) {
         MUST(total - ia::ethernet_start <= bridge->max_pdu);
-        check_marked(before, frame_of(bridge->frame_buf, total));
+        check_marked(before, frame_of(buffer.bytes, total));
     }
     return 0;
 }

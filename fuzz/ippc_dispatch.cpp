@@ -1,5 +1,5 @@
 // Any bytes as a request to a running engine. What is run has an answer that
-// fits the channel. corpus/ippc_dispatch has a request of every operation.
+// fits the channel. corpus/ippc_dispatch.tar.xz has a request of every operation.
 #include "client/dispatch/dispatch.h"
 #include "fuzz/check.h"
 #include "node/ippc/message.h"

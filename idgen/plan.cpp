@@ -38,7 +38,11 @@ struct id_scratch {
     std::vector<hex_run> hex_runs;
 };
 
-thread_local id_scratch scratch;
+// A block's own: one of the namespace that finds no memory would end the process.
+id_scratch &scratch() {
+    thread_local id_scratch work;
+    return work;
+}
 
 // Appends rendered text and notes it when it stands for bytes. Where an empty
 // run was noted before, no other is.
@@ -96,8 +100,14 @@ format_plan fold(const format_plan &plan, const subscriber &who, id_scratch &wor
     return folded;
 }
 
+}  // namespace
+
+bool plans_run() {
+    return !tracing() && !test_debug.load(std::memory_order_relaxed);
+}
+
 format_plan make_plan(const std::string &format) {
-    format_plan plan{format, {}, {}};
+    format_plan plan;
     std::string literal;
     plan_step step;
     std::string user_string;
@@ -127,22 +137,9 @@ format_plan make_plan(const std::string &format) {
     return plan;
 }
 
-}  // namespace
-
-bool plans_run() {
-    return !tracing() && !test_debug.load(std::memory_order_relaxed);
-}
-
-const format_plan *plan_of(plan_slot &slot, const char *format) {
-    if (format[0] == '\0') return nullptr;
-    if (!slot || std::strcmp(slot->format.c_str(), format) != 0)
-        slot = std::make_shared<const format_plan>(make_plan(format));
-    return slot.get();
-}
-
 void run_plan(const format_plan *plan, const subscriber &who, char *out,
               std::vector<std::uint8_t> &binary) {
-    id_scratch &work = scratch;
+    id_scratch &work = scratch();
     work.clear();
     if (plan) {
         for (const plan_step &step : plan->steps) run_step(step, who, work);
@@ -159,19 +156,19 @@ void run_plan(const format_plan *plan, const subscriber &who, char *out,
 
 line_plan *current_line(const line_slot &slot, const subscriber &who) {
     line_plan *line = slot.get();
-    const bool current = line && line->visits != 0 && line->visits == who.bridge.visits &&
+    const bool current = line && line->revision != 0 && line->revision == who.bridge.revision &&
                          line->vid == who.vid && line->cvid == who.cvid;
     return current ? line : nullptr;
 }
 
 void begin_line(line_slot &slot, const subscriber &who, const format_plan *plan) {
-    if (!slot) slot = std::make_shared<line_plan>();
-    *slot = {who.bridge.visits, who.vid, who.cvid, plan, std::nullopt};
+    if (!slot) slot = std::make_unique<line_plan>();
+    *slot = {who.bridge.revision, who.vid, who.cvid, plan, std::nullopt};
 }
 
 const format_plan *folded_plan(line_plan &line, const subscriber &who) {
     if (!line.of) return nullptr;
-    if (!line.folded) line.folded = fold(*line.of, who, scratch);
+    if (!line.folded) line.folded = fold(*line.of, who, scratch());
     return &*line.folded;
 }
 

@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,7 +32,6 @@ struct plan_step {
 };
 
 struct format_plan {
-    std::string format;
     std::vector<plan_step> steps;
     std::string rest;  // behind the last step
 };
@@ -39,9 +39,7 @@ struct format_plan {
 // Whether plans may run: nothing is traced that only the rule would say.
 bool plans_run();
 
-// The format's plan, kept in the slot, where one made of another format gives
-// way; null when the format is empty.
-const format_plan *plan_of(plan_slot &slot, const char *format);
+format_plan make_plan(const std::string &format);
 
 // Writes the ID to `out` (64 bytes, cut to 63 characters and terminated); fills
 // `binary`, which comes empty, when the ID is binary. Empty without a plan.
@@ -50,18 +48,20 @@ void run_plan(const format_plan *plan, const subscriber &who, char *out,
               std::vector<std::uint8_t> &binary);
 
 // A plan for one port and its VLANs, with the values in it that last: most IDs of
-// a line differ in nothing or in the client's address. Good until anybody visits
+// a line differ in nothing or in the client's address. Good for one revision of
 // the bridge.
 struct line_plan {
-    std::uint64_t visits = 0;  // of the bridge, when this was begun
+    std::uint64_t revision = 0;  // of the bridge, when this was begun
     std::uint16_t vid = 0;
     std::uint16_t cvid = 0;
     const format_plan *of = nullptr;
     std::optional<format_plan> folded;  // with the line's second frame: one is not worth it
 };
 
+using line_slot = std::unique_ptr<line_plan>;
+
 // The line's plan; null when the slot's is of another line or out of date. A
-// bridge that nobody has visited keeps none.
+// bridge of revision 0 keeps none.
 line_plan *current_line(const line_slot &slot, const subscriber &who);
 
 // Begins the plan of another line, from the format's.

@@ -4,7 +4,6 @@
 #include "fe/base/text.h"
 #include "fe/base/trace.h"
 #include "idgen/debug.h"
-#include "idgen/frame_fields.h"
 
 #include <array>
 
@@ -13,7 +12,8 @@ namespace ia {
 subscriber subscriber_of(const pppoeia_bridge &bridge, std::uint32_t port, std::uint16_t vid,
                          std::uint16_t cvid, idGenType genType) {
     if (genType == ID_GEN_FRAME)
-        return {bridge, port, vid, cvid, frame_field<pppoeia_mac>(bridge, FRAME_SOURCE_MAC)};
+        return {bridge, port, vid, cvid,
+                bridge.frame ? std::optional(bridge.frame->client) : std::nullopt};
     const customFormatTestData_t made_up = test_data();
     if (genType == ID_GEN_TEST)
         return {bridge, made_up.intfId, made_up.vlan, made_up.cvid, made_up.clntMac};

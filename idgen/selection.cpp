@@ -1,13 +1,13 @@
 #include "idgen/selection.h"
 
-#include "diag/test_data.h"
 #include "fe/base/text.h"
 #include "fe/base/trace.h"
 #include "idgen/assembly.h"
 #include "idgen/debug.h"
-#include "idgen/frame_fields.h"
+#include "idgen/id_memory.h"
 #include "idgen/plan.h"
 #include "idgen/resolver.h"
+#include "platform/kernel_modules.h"
 #include "pppoeia/fe.h"
 #include "pppoeia/store.h"
 #include "store/accessors.h"
@@ -36,6 +36,8 @@ private:
     char *out_;
 };
 
+constexpr std::string_view customer_vlan_place = ":<cvid>";
+
 // As the forms print numbers.
 std::int32_t decimal(std::uint32_t number) {
     return static_cast<std::int32_t>(number);
@@ -54,28 +56,19 @@ std::optional<std::uint32_t> circuit_id_mode(const pppoeia_bridge &bridge, const
     return mode;
 }
 
-// The VLAN tags that the default form shows.
-struct line_vlans {
-    std::uint16_t vlan;
-    std::optional<std::uint16_t> cvlan;
-};
-
-// On the frame path those of the frame. A query has no frame: the buffer holds
-// whatever frame came last, so it shows the VLAN asked for and the test data's
-// customer VLAN, as custom formats do.
-line_vlans vlans_of(const pppoeia_bridge &bridge, std::uint16_t vid, idGenType genType) {
-    if (genType != ID_GEN_FRAME) {
-        const std::uint16_t cvid = ia::test_data().cvid;
-        return {static_cast<std::uint16_t>(vid & NO_VLAN),
-                is_vlan(cvid) ? std::optional(cvid) : std::nullopt};
-    }
-    const auto vlan = ia::frame_field<ia::be16>(bridge, ia::FRAME_VLAN);
-    const auto cvlan = ia::frame_field<ia::be16>(bridge, ia::FRAME_CVLAN);
-    line_vlans vlans{static_cast<std::uint16_t>((vlan ? *vlan : vid) & NO_VLAN), std::nullopt};
-    // Priority bits count here: only a bare 0x0FFF means that there is none.
-    if (cvlan && *cvlan != KVBRIDGE_NO_CVLAN)
-        vlans.cvlan = static_cast<std::uint16_t>(*cvlan & NO_VLAN);
-    return vlans;
+// The VLAN and the customer VLAN as the default form shows them: those of the
+// frame. Without one it shows the VLAN that was asked for, and where a customer
+// VLAN would stand.
+void write_vlans(IdWriter &id, const pppoeia_bridge &bridge, bool member, std::uint16_t vid,
+                 idGenType genType) {
+    const ia::FrameValues *frame =
+        genType == ID_GEN_FRAME && bridge.frame ? &*bridge.frame : nullptr;
+    if (member) id << ":" << static_cast<std::uint16_t>((frame ? frame->vlan : vid) & NO_VLAN);
+    if (!bridge.vsa_circuit_id_cvlan) return;
+    if (!frame || !frame->cvlan)
+        id << customer_vlan_place;
+    else if (*frame->cvlan != KVBRIDGE_NO_CVLAN)  // with priority bits it is a VLAN
+        id << ":" << static_cast<std::uint16_t>(*frame->cvlan & NO_VLAN);
 }
 
 void write_ethernet_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port &port,
@@ -85,14 +78,10 @@ void write_ethernet_form(char *out, const pppoeia_bridge &bridge, const pppoeia_
        << port.port_name;
     if (!is_vlan(vid)) {
         id << ":<vid>";
-        if (bridge.vsa_circuit_id_cvlan) id << ":<cvid>";
+        if (bridge.vsa_circuit_id_cvlan) id << customer_vlan_place;
         return;
     }
-    const bool member = port.vlan_member.test(vid & NO_VLAN);
-    if (!member && !bridge.vsa_circuit_id_cvlan) return;
-    const line_vlans vlans = vlans_of(bridge, vid, genType);
-    if (member) id << ":" << vlans.vlan;
-    if (bridge.vsa_circuit_id_cvlan && vlans.cvlan) id << ":" << *vlans.cvlan;
+    write_vlans(id, bridge, port.vlan_member.test(vid & NO_VLAN), vid, genType);
 }
 
 void write_atm_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port &port) {
@@ -112,45 +101,21 @@ struct id_kind {
     char (pppoeia_bridge::*bridge_format)[PPPOEIA_FORMAT_SIZE];
     const char *bridge_format_reader;  // in traces
     char (pppoeia_port_vlan::*port_vlan_text)[PPPOEIA_FORMAT_SIZE];
-    ia::plan_slot &(*port_vlan_plan)(const pppoeia_port_vlan &);
-    ia::plan_slot &(*bridge_plan)(const pppoeia_bridge &);
-    ia::line_slot &(*line_plan)(const pppoeia_port &);
+    std::size_t line;  // among the port's in the memory
 };
-
-template <class Record>
-ia::plan_slot &circuit_plan(const Record &record) {
-    return record.cid_plan;
-}
-
-template <class Record>
-ia::plan_slot &remote_plan(const Record &record) {
-    return record.rid_plan;
-}
-
-ia::line_slot &circuit_line(const pppoeia_port &port) {
-    return port.cid_line;
-}
-
-ia::line_slot &remote_line(const pppoeia_port &port) {
-    return port.rid_line;
-}
 
 constexpr id_kind CIRCUIT_ID = {"CID",
                                 br_circuit_id_format_port_vlan_get,
                                 &pppoeia_bridge::cid_format,
                                 "br_circuit_id_format_get",
                                 &pppoeia_port_vlan::cid_format,
-                                circuit_plan,
-                                circuit_plan,
-                                circuit_line};
+                                0};
 constexpr id_kind REMOTE_ID = {"RID",
                                br_remote_id_format_port_vlan_get,
                                &pppoeia_bridge::rid_format,
                                "br_remote_id_format_get",
                                &pppoeia_port_vlan::rid_format,
-                               remote_plan,
-                               remote_plan,
-                               remote_line};
+                               1};
 
 // The format for the port and VLAN, else the bridge's; null when both are empty.
 // `buffer` keeps it.
@@ -172,33 +137,34 @@ const char *choose_format(const id_kind &kind, const pppoeia_bridge &bridge, std
     return nullptr;
 }
 
-const ia::format_plan *find_plan(const id_kind &kind, const pppoeia_bridge &bridge,
+const ia::format_plan *find_plan(const id_kind &kind, pppoeia_bridge &bridge,
                                  const pppoeia_port *port, std::uint16_t vid) {
+    const char *format = bridge.*kind.bridge_format;
     if (port) {
         const auto entry = port->port_vlans.find(vid);
         if (entry != port->port_vlans.end() && (entry->second.*kind.port_vlan_text)[0] != '\0')
-            return ia::plan_of(kind.port_vlan_plan(entry->second),
-                               entry->second.*kind.port_vlan_text);
+            format = entry->second.*kind.port_vlan_text;
     }
-    return ia::plan_of(kind.bridge_plan(bridge), bridge.*kind.bridge_format);
+    return ia::plan_of(ia::memory_of(bridge), format);
 }
 
 // The frame path: the same ID by the format's plan, or by the line's.
-void write_planned_id(const id_kind &kind, char *out, const pppoeia_bridge &bridge,
-                      std::uint32_t port_id, std::uint16_t vid, std::uint16_t cvid,
-                      std::vector<std::uint8_t> &binId) {
+void write_planned_id(const id_kind &kind, char *out, pppoeia_bridge &bridge, std::uint32_t port_id,
+                      std::uint16_t vid, std::uint16_t cvid, std::vector<std::uint8_t> &binId) {
     const ia::subscriber who = ia::subscriber_of(bridge, port_id, vid, cvid, ID_GEN_FRAME);
     const pppoeia_port *port = bridge.port(port_id);
-    if (ia::line_plan *line = port ? ia::current_line(kind.line_plan(*port), who) : nullptr)
+    if (!port) return ia::run_plan(find_plan(kind, bridge, port, vid), who, out, binId);
+    ia::line_slot &slot = ia::memory_of(bridge).lines[port_id - 1][kind.line];
+    if (ia::line_plan *line = ia::current_line(slot, who))
         return ia::run_plan(ia::folded_plan(*line, who), who, out, binId);
     const ia::format_plan *plan = find_plan(kind, bridge, port, vid);
-    if (port) ia::begin_line(kind.line_plan(*port), who, plan);
+    ia::begin_line(slot, who, plan);
     ia::run_plan(plan, who, out, binId);
 }
 
-void write_custom_id(const id_kind &kind, char *out, const pppoeia_bridge &bridge,
-                     std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
-                     std::vector<std::uint8_t> &binId, idGenType genType) {
+void write_custom_id(const id_kind &kind, char *out, pppoeia_bridge &bridge, std::uint32_t port,
+                     std::uint16_t vid, std::uint16_t cvid, std::vector<std::uint8_t> &binId,
+                     idGenType genType) {
     if (genType == ID_GEN_FRAME && ia::plans_run())
         return write_planned_id(kind, out, bridge, port, vid, cvid, binId);
     char buffer[PPPOEIA_FORMAT_SIZE] = "";
@@ -209,11 +175,11 @@ void write_custom_id(const id_kind &kind, char *out, const pppoeia_bridge &bridg
     IA_TRACE("<%s> >> Generated custom %s='%s'\n", bridge.name, kind.name, out);
 }
 
-void write_custom_circuit_id(char *out, const pppoeia_bridge &bridge, std::uint32_t port,
+void write_custom_circuit_id(char *out, pppoeia_bridge &bridge, std::uint32_t port,
                              std::uint16_t vid, std::vector<std::uint8_t> &binId,
                              idGenType genType) {
-    const auto cvlan = ia::frame_field<ia::be16>(bridge, ia::FRAME_CVLAN);
-    const auto cvid = static_cast<std::uint16_t>(cvlan ? *cvlan & NO_VLAN : NO_VLAN);
+    const std::uint16_t cvlan = bridge.frame ? bridge.frame->cvlan.value_or(NO_VLAN) : NO_VLAN;
+    const auto cvid = static_cast<std::uint16_t>(cvlan & NO_VLAN);
     IA_TRACE("<%s> >> Custom CID mode for intfId=%d, vid=%d\n", bridge.name, port, vid);
     write_custom_id(CIRCUIT_ID, out, bridge, port, vid, cvid, binId, genType);
 }

@@ -4,6 +4,7 @@
 #include "fe/base/local_mac.h"
 #include "fe/base/text.h"
 #include "fe/base/trace.h"
+#include "idgen/id_memory.h"
 #include "platform/ncfm.h"
 #include "store/accessors.h"
 
@@ -43,13 +44,17 @@ const pppoeia_port *onu_of(const subscriber &who) {
 // The first management port, null when there is none; not looked for among
 // thousands of ports for each frame.
 const pppoeia_port *management_port(const pppoeia_bridge &bridge) {
-    if (bridge.visits == 0 || bridge.management_sought != bridge.visits) {
-        const auto found =
-            std::ranges::find(bridge.ports, INTF_KIND_MANAGEMENT, &pppoeia_port::intf_kind);
-        bridge.management = found == bridge.ports.end() ? nullptr : &*found;
-        bridge.management_sought = bridge.visits;
+    IdMemory *memory = bridge.ids.get();
+    const bool kept = memory && memory->revision != 0 && memory->revision == bridge.revision;
+    if (kept && memory->management_sought) return memory->management;
+    const auto found =
+        std::ranges::find(bridge.ports, INTF_KIND_MANAGEMENT, &pppoeia_port::intf_kind);
+    const pppoeia_port *port = found == bridge.ports.end() ? nullptr : &*found;
+    if (kept) {
+        memory->management = port;
+        memory->management_sought = true;
     }
-    return bridge.management;
+    return port;
 }
 
 bool is_zero(const pppoeia_mac &mac) {

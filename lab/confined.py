@@ -102,7 +102,9 @@ def _mounts(unit):
         raise OSError(ctypes.get_errno(), "unshare")
     _mount("--make-rslave", "/")
     if unit.words("ProtectSystem") == ["strict"]:
-        writable = [path for path in unit.words("ReadWritePaths")]
+        # One with a "-" before it need not be there.
+        writable = [path.removeprefix("-") for path in unit.words("ReadWritePaths")
+                    if path[0] != "-" or Path(path[1:]).exists()]
         if unit.words("StateDirectory"):
             state = Path("/var/lib") / unit.words("StateDirectory")[0]
             state.mkdir(exist_ok=True)

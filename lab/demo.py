@@ -46,9 +46,9 @@ def show(title, lab, wire, code):
     return found[0]
 
 
-# Shelf, port and VLAN, and the client's address with its bytes apart.
-CUSTOM_FORMAT = "$SHELF/$z4PORT.$VLAN $d-CLNT_MAC"
-CUSTOM_ID = b"shelf1/0000.0 02-00-00-00-01-01"
+# Shelf and line, the VLAN in four digits, and the client's address with its bytes apart.
+CUSTOM_FORMAT = "$SHELF $INTF:$z4VLAN $d-CLNT_MAC"
+CUSTOM_ID = b"shelf1 1/1/1:0000 02-00-00-00-01-01"
 
 
 def control(lab, *words):

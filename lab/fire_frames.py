@@ -30,7 +30,7 @@ REASONS = (
     "forwarded by the bridge: not Discovery", "sent to all subscribers",
     "answered: would outgrow the limit", "dropped: code not of this port's role",
     "dropped: tag of an untrusted port", "dropped: truncated",
-    "dropped: not Discovery to the engine", "refused: too many tags",
+    "refused: a tag that the engine does not read", "refused: too many tags",
     "held: port not described", "held: not from the engine", "held: no record")
 
 
@@ -161,10 +161,11 @@ def add_stacks(table):
                     "forwarded unchanged: VLAN not enabled")
     for stack in (((OLD, 100),), ((S, 100), (S, 7))):
         table.lost(f"PADI behind {stack[0][0]:04x}, which the engine does not read", SUB1,
-                   table.request(PADI, NAME, stack), "dropped: not Discovery to the engine")
+                   table.request(PADI, NAME, stack),
+                   "refused: a tag that the engine does not read", kernel=("foreign tag",))
     four = ((S, 100), (C, 1), (C, 2), (C, 3))
     table.lost("PADI behind four tags", SUB1, table.request(PADI, NAME, four),
-               "refused: too many tags", kernel=("refused",))
+               "refused: too many tags", kernel=("too many tags",))
 
 
 def add_broken_tags(table):
@@ -242,11 +243,9 @@ def add_refused(table):
 
 def add_held(table):
     table.lost("PADI of a port that is not described", STRAY, table.request(PADI, NAME),
-               "held: port not described", kernel=("held",))
+               "held: port not described", kernel=("no port",))
     table.lost("PADI of the node itself", BRIDGE, table.request(PADI, NAME),
-               "held: not from the engine", kernel=())
-    # One at the exit of each port.
-    table.frames[-1].kernel["unmarked"] = len((*SUBSCRIBERS, STRAY, BNG))
+               "held: not from the engine", kernel=())  # by the rules in front of the ports
     table.lost("PADI on the pseudo device", PSEUDO, table.request(PADI, NAME),
                "held: no record", kernel=("bad record",))
 

@@ -53,6 +53,17 @@ def tool(name):
     return programs().parent / "lab" / "tools" / name
 
 
+def _sanitized():
+    try:
+        with open(programs() / "pppoeia-fe", "rb") as engine:
+            return b"__asan_init" in engine.read()
+    except FileNotFoundError:
+        return False
+
+
+SANITIZED = _sanitized()
+
+
 class Lab:
     """Brought up by `with`; what it started or made is gone after it."""
 

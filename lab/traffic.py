@@ -7,18 +7,18 @@ from lab import frames
 from lab.topology import mac_of
 
 
-def padi(number, peer="sub1"):
-    """With its number as the Host-Uniq, in eight digits."""
+def padi(number, peer="sub1", source=None):
+    """With its number as the Host-Uniq, in eight digits; from the peer's address, or another."""
     tags = frames.tag(frames.SERVICE_NAME) + frames.tag(frames.HOST_UNIQ, b"%08d" % number)
-    return frames.discovery(frames.BROADCAST, mac_of(peer), frames.PADI, tags)
+    return frames.discovery(frames.BROADCAST, source or mac_of(peer), frames.PADI, tags)
 
 
 class Traffic:
     """PADIs numbered from 0 through a wire of the subscriber's, until stopped."""
 
-    def __init__(self, wire, peer="sub1", pause=0.0005):
+    def __init__(self, wire, peer="sub1", pause=0.0005, source=None):
         self.sent = 0
-        self._wire, self._peer, self._pause = wire, peer, pause
+        self._wire, self._peer, self._pause, self._source = wire, peer, pause, source
         self._stop = threading.Event()
         self._thread = threading.Thread(target=self._run, daemon=True)
         self._thread.start()
@@ -26,7 +26,7 @@ class Traffic:
     def _run(self):
         while not self._stop.wait(self._pause):
             with contextlib.suppress(OSError):  # the device may be away
-                self._wire.send(padi(self.sent, self._peer))
+                self._wire.send(padi(self.sent, self._peer, self._source))
                 self.sent += 1
 
     def stop(self):

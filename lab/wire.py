@@ -45,7 +45,11 @@ class Wire:
         self._socket.setsockopt(socket.SOL_SOCKET, _SO_RCVBUFFORCE, _RECEIVE_BUFFER)
         self._socket.setsockopt(_SOL_PACKET, _PACKET_AUXDATA, 1)
         self._socket.setsockopt(_SOL_PACKET, _PACKET_IGNORE_OUTGOING, 0 if outgoing else 1)
-        self._socket.bind((device, _ETH_P_ALL))
+        try:
+            self._socket.bind((device, _ETH_P_ALL))
+        except OSError:
+            self._socket.close()
+            raise
         self._selector = selectors.DefaultSelector()
         self._selector.register(self._socket, selectors.EVENT_READ)
 

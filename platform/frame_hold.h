@@ -1,5 +1,6 @@
-// A bridge's frames on their way to the engine: holding them back while the
-// bridge or a port is being configured, and whether they arrive.
+// A bridge's frames on their way to the engine: which devices they come from,
+// holding them back while the bridge or a port is being configured, and whether
+// they arrive. Arguments and results are those of pppoeia/node.h.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +12,16 @@ namespace ia::platform {
 // releases every port. Returns 0 or a negative errno value.
 int hold_frames(const char *bridge, std::uint32_t port);
 int release_frames(const char *bridge, std::uint32_t port);
+
+// Which device is a bridge's port and which side it faces (0 subscribers, 1 the
+// network), and that it no longer is. Returns 0 or a negative errno value.
+int bind_port(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side);
+int unbind_port(const char *bridge, std::uint32_t port);
+
+// The Linux device and properties of a bridge; without a device, its end.
+// Returns 0 or a negative errno value.
+int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
+                    std::uint32_t max_pdu);
 
 // Whether a bridge's frames come to the engine's pseudo device, or would but for
 // a hold. Returns 0, also while the node has no such bridge device; -ENODEV when

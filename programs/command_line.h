@@ -7,8 +7,10 @@
 namespace ia {
 
 struct CommandLine {
-    std::string node;    // file with the node description
-    bool check = false;  // read and check only
+    std::string node;       // file with the node description
+    bool check = false;     // read and check only
+    bool releases = false;  // the program has --release
+    bool release = false;
 };
 
 // Fills the options. When there is nothing left to do, help was asked for or

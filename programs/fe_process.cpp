@@ -5,17 +5,18 @@
 #include "node/ippc/ippc_server.h"
 #include "node/kernel/kernel.h"
 #include "node/linux/ncfm.h"
+#include "node/linux/sockets.h"
 #include "pppoeia/client.h"
 #include "pppoeia/fe.h"
 #include "programs/command_line.h"
 #include "programs/process.h"
 #include "programs/sd_notify.h"
-#include "programs/sockets.h"
 #include "programs/stop_signals.h"
 
 #include <syslog.h>
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <exception>
 #include <string>
 
@@ -71,10 +72,18 @@ void serve(const node::Description &description) {
         [&] { return answers(description); });
 }
 
+// What the engine leaves when it ends, which holds every frame, goes.
+void release() {
+    const auto released = node::release_node();
+    for (const std::string &line : released) std::printf("%s\n", line.c_str());
+    if (released.empty()) std::puts("nothing to release");
+}
+
 }  // namespace
 
 int fe_process(int argc, char **argv) {
-    return run_process(argc, argv, "pppoeia-fe", "the forwarding engine of this node", serve);
+    return run_process(argc, argv, "pppoeia-fe", "the forwarding engine of this node", serve,
+                       release);
 }
 
 }  // namespace ia

@@ -1,4 +1,5 @@
-// The forwarding-engine process: `pppoeia-fe --node FILE [--check]`.
+// The forwarding-engine process: `pppoeia-fe --node FILE [--check]` and
+// `pppoeia-fe --release`.
 #pragma once
 
 namespace ia {

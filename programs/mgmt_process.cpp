@@ -1,14 +1,15 @@
 #include "programs/mgmt_process.h"
 
+#include "management/device_watch.h"
+#include "management/management.h"
+#include "management/metrics_file.h"
+#include "management/port_mapper_watch.h"
+#include "management/service_watch.h"
 #include "node/linux/ncfm.h"
-#include "programs/device_watch.h"
-#include "programs/management.h"
-#include "programs/metrics_file.h"
-#include "programs/port_mapper_watch.h"
+#include "node/linux/run_folder.h"
+#include "node/linux/sockets.h"
 #include "programs/process.h"
 #include "programs/sd_notify.h"
-#include "programs/service_watch.h"
-#include "programs/sockets.h"
 #include "programs/stop_signals.h"
 #include "rpc/metrics.h"
 
@@ -22,11 +23,12 @@ namespace {
 
 void serve(const node::Description &description) {
     const StopSignals stop;  // before there is any other thread
+    const OnlyProcess alone("pppoeia-mgmt");
     node::describe_node(description);
     Management management(description, [] { kill(getpid(), SIGUSR1); });
     const ServiceWatch engine(
         engine_socket, SOCK_SEQPACKET,
-        {[&] { management.devices_changed(); }, [&] { management.engine_lost(); },
+        {[&] { management.engine_found(); }, [&] { management.engine_lost(); },
          [&] { management.engine_returned(); }});
     MetricsFile metrics(metrics_text);  // asks for its text until it ends
     metrics.use(description.metrics_file, description.metrics_interval);
@@ -36,12 +38,13 @@ void serve(const node::Description &description) {
     const ServiceReady ready;
     stop.wait(
         [&](int signal) {
-            if (signal == SIGHUP) {
-                management.reload();
-                const node::Description now = management.description();
-                metrics.use(now.metrics_file, now.metrics_interval);
-            }
-            if (management.attend() || signal == SIGHUP) sd_notify("READY=1");
+            std::string unused;
+            if (signal == SIGHUP) management.reload(false, unused);
+            const bool anew = management.attend();
+            const node::Description now = management.description();
+            metrics.use(now.metrics_file, now.metrics_interval);
+            if (anew || signal == SIGHUP) sd_notify("READY=1");
+            if (const auto said = management.news()) sd_notify(("STATUS=" + *said).c_str());
         },
         [&] { return management.due(); }, [&] { return management.serves(); });
 }

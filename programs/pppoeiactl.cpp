@@ -1,4 +1,4 @@
-#include "programs/ctl/arguments.h"
+#include "ctl/arguments.h"
 
 int main(int argc, char **argv) {
     return ia::ctl::run(argc, argv);

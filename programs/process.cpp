@@ -4,6 +4,7 @@
 #include "programs/command_line.h"
 
 #include <syslog.h>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 
@@ -21,13 +22,21 @@ ExitStatus complain(const std::exception &error, ExitStatus status) {
 }  // namespace
 
 int run_process(int argc, char **argv, const char *program, const char *what,
-                void (*serve)(const node::Description &)) {
+                void (*serve)(const node::Description &), void (*release)()) {
     openlog(program, LOG_PID, LOG_DAEMON);
+    std::signal(SIGPIPE, SIG_IGN);  // whoever goes away in the middle of an answer
     CommandLine options;
+    options.releases = release != nullptr;
     if (const auto status = read_command_line(argc, argv, program, what, options))
         return *status ? refused : done;
     try {
+        if (options.release) {
+            release();
+            return done;
+        }
         const node::Description description = node::read_description(options.node);
+        if (!description.warnings.empty())
+            std::fprintf(stderr, "%s\n", description.warnings.c_str());
         if (!options.check) serve(description);
         return done;
     } catch (const node::DescriptionError &error) {

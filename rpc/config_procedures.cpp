@@ -1,11 +1,12 @@
-// The server functions of the operator's settings: the management process does
-// what they ask, when it is there.
+// The server functions of what the management process itself does for operators,
+// when it is there: their settings, the description, a look at the node.
 #include "platform/bll/CliConfig.h"
 #include "platform/bll/configFile.h"
 #include "rpc/pppoeia_node.h"
 #include "rpc/server.h"
 
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -57,5 +58,26 @@ rpcNodeConfigStatus *rpc_node_config_status_1_svc(svc_req *) {
     const int result = operation ? operation(status) : failed;
     reply = {status.file.data(), status.autoSave,       status.unsaved, status.waiting,
              status.restores,    status.problem.data(), result};
+    return &reply;
+}
+
+rpcNodeText *rpc_node_reload_1_svc(bool_t dry_run, svc_req *) {
+    const auto &reload = configFile::instance().reload;
+    return run([&](std::string &text) { return reload ? reload(dry_run != 0, text) : failed; });
+}
+
+rpcNodeHealth *rpc_node_health_1_svc(svc_req *) {
+    static std::vector<configFile::finding_t> found;
+    static std::vector<rpcNodeFinding> records;
+    static rpcNodeHealth reply;
+    found.clear();
+    const auto &health = configFile::instance().health;
+    reply.result = health ? health(found) : failed;
+    records.clear();
+    for (configFile::finding_t &finding : found)
+        records.push_back({static_cast<rpcNodeSeverity>(finding.severity), finding.code.data(),
+                           finding.subject.data(), finding.text.data(), finding.remedy.data()});
+    reply.findings.findings_len = static_cast<u_int>(records.size());
+    reply.findings.findings_val = records.data();
     return &reply;
 }

@@ -1,10 +1,14 @@
 // In exposition format 0.0.4.
 #include "rpc/metrics.h"
 
+#include "platform/bll/configFile.h"
 #include "pppoeia_version.h"
 #include "rpc/node_health.h"
 
+#include <ctime>
 #include <iterator>
+#include <string>
+#include <vector>
 
 namespace ia {
 
@@ -75,6 +79,20 @@ void counters(std::string &out) {
                port.stats);
 }
 
+// A sample for each finding, so that an alert can name it, and how many there are.
+void findings(std::string &out) {
+    std::vector<configFile::finding_t> found;
+    if (const auto &look = configFile::instance().health; !look || look(found) != 0) return;
+    sample(out, "pppoeia_findings", "gauge", "What is not as described or set; see `status`.",
+           found.size());
+    if (found.empty()) return;
+    static constexpr const char *words[] = {"note", "warning", "critical"};
+    describe(out, "pppoeia_finding", "gauge", "One of them; always 1.");
+    for (const auto &finding : found)
+        out += "pppoeia_finding{severity=\"" + std::string(words[finding.severity]) +
+               "\",code=" + quoted(finding.code) + ",subject=" + quoted(finding.subject) + "} 1\n";
+}
+
 }  // namespace
 
 std::string metrics_text() {
@@ -88,6 +106,10 @@ std::string metrics_text() {
     sample(out, "pppoeia_start_time_seconds", "gauge",
            "When the management process began, seconds since 1970.",
            static_cast<std::uint64_t>(now.started));
+    sample(out, "pppoeia_metrics_time_seconds", "gauge",
+           "When this was written, seconds since 1970: what is old says nothing of now.",
+           static_cast<std::uint64_t>(std::time(nullptr)));
+    findings(out);
     sample(out, "pppoeia_engine_restarts_total", "counter",
            "Times that the engine was configured anew after it went.", now.engine_restarts);
     sample(out, "pppoeia_ippc_failures_total", "counter", "Calls that the engine did not answer.",

@@ -5,13 +5,18 @@
 #include "entity/operation.h"
 #include "entity/pppoeia.h"
 #include "platform/bll/CliConfig.h"
+#include "platform/bll/Interfaces.h"
 #include "pppoeia/client.h"
+#include "pppoeia/node.h"
 #include "pppoeia_version.h"
+#include "rpc/last_refusal.h"
 #include "rpc/metrics.h"
 #include "rpc/node_health.h"
 #include "rpc/pppoeia_node.h"
 #include "rpc/server.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -45,19 +50,27 @@ int *change_line(Change change) {
 
 using FormatSetter = int (*)(const char *, std::uint32_t, std::uint16_t, const char *);
 
+constexpr u_short last_vlan = 4095;
+
 // A line's own format. An entry without a mode would leave the line without a
-// Circuit ID, so a new one begins with the mode of the port.
+// Circuit ID, so a new one begins with the mode of the port; it goes again when the
+// format is refused.
 int *set_line(u_int port, u_short vlan, FormatSetter set, const char *format) {
     return change_line([&] {
+        if (vlan > last_vlan) return 2;
         pppoeia_port_vlan_info entry{};
         const bool present = pppoeia_port_vlan_info_get(default_bridge, port, vlan, &entry) == 0;
-        if (!present || entry.cid_mode == PPPOEIA_CID_NOT_SET) {
+        const bool bare = !present || entry.cid_mode == PPPOEIA_CID_NOT_SET;
+        if (bare) {
             std::uint32_t mode = PPPOEIA_CID_DEFAULT;
             if (pppoeia_port_vsa_circuit_id_mode_get(default_bridge, port, &mode) != 0) return 2;
             if (pppoeia_circuit_id_mode_port_vlan_set(default_bridge, port, vlan, mode) != 0)
                 return 1;
         }
-        return entity_result(set(default_bridge, port, vlan, format));
+        const int result = set(default_bridge, port, vlan, format);
+        if (bare && result != 0)
+            pppoeia_circuit_id_mode_port_vlan_set(default_bridge, port, vlan, PPPOEIA_CID_NOT_SET);
+        return entity_result(result);
     });
 }
 
@@ -87,6 +100,22 @@ rpcNodePortList *rpc_node_ports_1_svc(svc_req *) {
     records.clear();
     for (const PortCounters &port : ports)
         records.push_back({port.number, text_of(port.name), port.type});
+    set_list(reply.list, records);
+    return &reply;
+}
+
+rpcNodeDeviceList *rpc_node_devices_1_svc(svc_req *) {
+    static std::vector<std::string> devices;
+    static std::vector<rpcNodeDevice> records;
+    static rpcNodeDeviceList reply;
+    const std::vector<PortCounters> ports = read_ports();
+    devices.assign(ports.size(), "");
+    records.clear();
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        Interfaces::instance().interfaceGetLinuxnameById(ports[i].number, devices[i]);
+        records.push_back({ports[i].number, text_of(devices[i])});
+    }
+    reply.result = 0;
     set_list(reply.list, records);
     return &reply;
 }
@@ -121,11 +150,38 @@ rpcNodeLine *rpc_node_line_1_svc(u_int port, u_short vlan, svc_req *) {
     return &reply;
 }
 
+rpcNodeLineIds *rpc_node_line_ids_1_svc(u_int port, u_short vlan, u_short cvlan, rpcNodeMac client,
+                                        svc_req *) {
+    static line_ids_block ids;
+    static rpcNodeLineIds reply;
+    ids = {};
+    reply.result = shared([&] {
+        pppoeia_mac mac{};
+        std::copy(std::begin(client.bytes), std::end(client.bytes), mac.bytes);
+        const int result = line_ids(default_bridge, port, vlan, cvlan, &mac, &ids);
+        return result == -ENODEV ? not_applicable : EntityResult(entity_result(result));
+    });
+    const auto id_of = [](generated_id &id) -> rpcNodeId {
+        return {id.binary != 0, id.text, {id.size, reinterpret_cast<char *>(id.bytes)}};
+    };
+    reply.circuitId = id_of(ids.circuit_id);
+    reply.remoteId = id_of(ids.remote_id);
+    return &reply;
+}
+
 rpcNodeText *rpc_node_metrics_1_svc(svc_req *) {
     static std::string text;
     static rpcNodeText reply;
     text = metrics_text();
     reply = {text_of(text), 0};
+    return &reply;
+}
+
+rpcNodeText *rpc_node_why_1_svc(svc_req *request) {
+    static std::string text;
+    static rpcNodeText reply;
+    text = why_refused(request->rq_xprt);
+    reply = {text_of(text), text.empty() ? 2 : 0};
     return &reply;
 }
 

@@ -6,8 +6,10 @@
 #pragma once
 
 #include "platform/bll/rpcGate.h"
+#include "rpc/subject.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdio>
 #include <span>
@@ -25,6 +27,13 @@ struct Procedure {
     XdrRoutine reply;
     void *(*serve)(void *arguments, svc_req *request);
     bool changes;
+
+    // Of one that changes something, for the log: its name, those of its arguments, the
+    // arguments with their names, and the result in its reply.
+    const char *name = "";
+    Labels labels{};
+    void (*describe)(const void *arguments, const Labels &labels, Subject &subject) = nullptr;
+    int (*result)(const void *reply) = nullptr;
 };
 
 struct NoArguments {};
@@ -74,6 +83,48 @@ Reply *call(Reply *(*server)(First, Second, Third, svc_req *), Arguments &argume
     return server(first, second, third, request);
 }
 
+template <class Reply, class First, class Second, class Third, class Fourth, class Arguments>
+Reply *call(Reply *(*server)(First, Second, Third, Fourth, svc_req *), Arguments &arguments,
+            svc_req *request) {
+    auto &[first, second, third, fourth] = arguments;
+    return server(first, second, third, fourth, request);
+}
+
+// The arguments of a server function one by one, with their names.
+template <class Reply>
+void describe(Reply *(*)(svc_req *), const NoArguments &, const Labels &, Subject &) {}
+
+template <class Reply, class Argument>
+void describe(Reply *(*)(Argument, svc_req *), const Argument &argument, const Labels &labels,
+              Subject &subject) {
+    subject.add(labels[0], argument);
+}
+
+template <class Reply, class First, class Second, class Arguments>
+void describe(Reply *(*)(First, Second, svc_req *), const Arguments &arguments,
+              const Labels &labels, Subject &subject) {
+    const auto &[first, second] = arguments;
+    subject.add(labels[0], first);
+    subject.add(labels[1], second);
+}
+
+template <class Reply, class First, class Second, class Third, class Arguments>
+void describe(Reply *(*)(First, Second, Third, svc_req *), const Arguments &arguments,
+              const Labels &labels, Subject &subject) {
+    const auto &[first, second, third] = arguments;
+    subject.add(labels[0], first);
+    subject.add(labels[1], second);
+    subject.add(labels[2], third);
+}
+
+template <class Reply>
+int result_of(const Reply &reply) {
+    if constexpr (requires { reply.result; })
+        return static_cast<int>(reply.result);
+    else
+        return static_cast<int>(reply);
+}
+
 template <auto Server, auto Arguments, auto Reply>
 constexpr Procedure procedure(u_long number, bool changes) {
     using Values = decltype(value_of(Arguments));
@@ -88,8 +139,17 @@ constexpr Procedure procedure(u_long number, bool changes) {
 }
 
 template <auto Server, auto Arguments, auto Reply>
-constexpr Procedure changing(u_long number) {
-    return procedure<Server, Arguments, Reply>(number, true);
+constexpr Procedure changing(u_long number, const char *name, Labels labels = {}) {
+    using Values = decltype(value_of(Arguments));
+    using Replied = decltype(value_of(Reply));
+    Procedure made = procedure<Server, Arguments, Reply>(number, true);
+    made.name = name;
+    made.labels = labels;
+    made.describe = [](const void *values, const Labels &names, Subject &subject) {
+        describe(Server, *static_cast<const Values *>(values), names, subject);
+    };
+    made.result = [](const void *reply) { return result_of(*static_cast<const Replied *>(reply)); };
+    return made;
 }
 
 template <auto Server, auto Arguments, auto Reply>
@@ -100,11 +160,13 @@ constexpr Procedure asking(u_long number) {
 // Arguments of any procedure fit.
 inline constexpr std::size_t max_arguments = 64;
 
-// A table whose row n serves procedure n + 1.
-constexpr bool is_complete(std::span<const Procedure> procedures) {
-    for (std::size_t row = 0; row < procedures.size(); ++row)
-        if (procedures[row].number != row + 1 || procedures[row].arguments_size > max_arguments)
-            return false;
+// A table in the order of its numbers, from 1 on.
+constexpr bool is_sorted(std::span<const Procedure> procedures) {
+    u_long before = 0;
+    for (const Procedure &row : procedures) {
+        if (row.number <= before || row.arguments_size > max_arguments) return false;
+        before = row.number;
+    }
     return true;
 }
 

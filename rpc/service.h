@@ -21,3 +21,6 @@ void dispatch(svc_req *request, SVCXPRT *transport);
 void dispatch_node(svc_req *request, SVCXPRT *transport);
 
 }  // namespace ia
+
+// The services' start, on the thread of the entity's host: makes both reachable.
+void *rpcPppoeiaStart(void *interrupt_check);

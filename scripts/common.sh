@@ -22,21 +22,43 @@ quiet() {
     return "$status"
 }
 
-# build PRESET: all of it.
+# progress COMMAND: its output as it comes; where nobody watches a terminal, one line
+# for each tenth of a build, and all of it when it fails.
+progress() {
+    if [ -t 1 ]; then
+        "$@"
+        return
+    fi
+    local log status=0
+    log=$(mktemp)
+    "$@" 2>&1 | tee "$log" | awk '
+        match($0, /^\[[0-9]+\/[0-9]+/) {
+            split(substr($0, 2, RLENGTH - 1), step, "/")
+            if (int(10 * step[1] / step[2]) != tenth) { tenth = int(10 * step[1] / step[2]); print; fflush() }
+            next
+        }
+        /^missing:|^Get:.*kB|^Setting up |^-- (Configuring|Generating) done/ { print; fflush() }' ||
+        status=$?
+    [ "$status" -eq 0 ] || cat "$log"
+    rm -f "$log"
+    return "$status"
+}
+
+# build PRESET [TARGET...]: all of it, or the targets.
 build() {
-    quiet scripts/build "$1"
-    echo "built preset $1"
+    echo "builds preset $1"
+    progress scripts/build "$@"
 }
 
 # build_labelled PRESET LABEL: only the programs of the tests with that label; a
 # test is named as its program.
 build_labelled() {
     local targets
+    echo "builds preset $1, tests with label $2"
     quiet cmake --preset "$1"
     targets=$(ctest --test-dir "build/$1" -L "$2" -N | sed -n 's/^ *Test *#[0-9]*: //p')
     # shellcheck disable=SC2086  # a list of words
-    quiet cmake --build --preset "$1" --target $targets
-    echo "built preset $1, tests with label $2"
+    progress cmake --build --preset "$1" --target $targets
 }
 
 # run_tests PRESET [ctest options]: the preset's tests, twice as many at once as there

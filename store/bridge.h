@@ -1,30 +1,43 @@
-// The bridge record: configuration, runtime and counters of one PPPoE IA
-// bridge. Both processes keep the same record; in the management process the
-// runtime stays idle (socket -1, MTU 1500, no frame buffer).
+// The bridge record: configuration and counters of one PPPoE IA bridge. Both
+// processes keep the same record under the same lock. Behind it hang two records
+// that only their own layers know: the engine's runtime (fe/) and the memory of
+// the ID generation (idgen/).
 #pragma once
 
 #include "pppoeia/records.h"
+#include "store/fair_mutex.h"
 
-#include <atomic>
 #include <bitset>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <string_view>
-#include <thread>
+#include <utility>
 #include <vector>
 
 namespace ia {
 
-// What the ID generation has made of a format; its own, and never of interest to
-// anybody else. Under the bridge's lock like the format.
-struct format_plan;
-struct line_plan;
-using plan_slot = std::shared_ptr<const format_plan>;
-using line_slot = std::shared_ptr<line_plan>;
+struct BridgeRuntime;  // fe/bridge_runtime.h
+struct IdMemory;       // idgen/id_memory.h
 
-class Batch;  // the worker's frames in hand (fe/batch.h)
+// Owns a record whose layout only one layer knows; that layer makes it.
+template <class Record>
+using Owned = std::unique_ptr<Record, void (*)(Record *)>;
+
+template <class Record, class... Args>
+Owned<Record> make_owned(Args &&...args) {
+    return {new Record(std::forward<Args>(args)...), [](Record *record) { delete record; }};
+}
+
+// What the engine has read of the frame in hand, for the ID generation. The
+// VLAN fields are whole, priority bits and all. An operator who asks for the IDs
+// of a line may leave its customer VLAN open.
+struct FrameValues {
+    std::uint16_t vlan;
+    std::optional<std::uint16_t> cvlan;
+    pppoeia_mac client;
+};
 
 }  // namespace ia
 
@@ -34,8 +47,6 @@ struct pppoeia_port_vlan {
     std::uint32_t cid_mode = PPPOEIA_CID_NOT_SET;
     char cid_format[PPPOEIA_FORMAT_SIZE] = "";
     char rid_format[PPPOEIA_FORMAT_SIZE] = "";
-    mutable ia::plan_slot cid_plan{};
-    mutable ia::plan_slot rid_plan{};
 };
 
 struct pppoeia_vlan {
@@ -70,8 +81,6 @@ struct pppoeia_port {
     std::uint32_t parent_id = 0;
     std::uint32_t intf_kind = 0;
     pppoeia_port_vlan_list port_vlans;
-    mutable ia::line_slot cid_line;
-    mutable ia::line_slot rid_line;
 
     bool present() const { return dev_name[0] != '\0'; }
 
@@ -87,18 +96,17 @@ enum pppoeia_intf_kind : std::uint32_t {
     INTF_KIND_GEM = 8,
 };
 
-// `lock` guards every field but the runtime's `stop`. The worker holds it for
-// the whole of each frame.
+// `lock` guards every field. The worker holds it from the first frame of a batch
+// until the batch is sent.
 struct pppoeia_bridge {
     pppoeia_bridge(std::string_view bridge_name, std::uint32_t num_ports);
 
-    std::mutex lock;
+    ia::FairMutex lock;
 
-    // How often anybody but the worker had the lock: what was made of the
-    // configuration before the last time may be out of date.
-    std::uint64_t visits = 0;
-    mutable std::uint64_t management_sought = 0;  // at this visit; 0: never
-    mutable const pppoeia_port *management = nullptr;
+    // Grows with each time that anybody but the worker takes the lock: what was
+    // derived from the configuration at another revision may be out of date. 0
+    // until then.
+    std::uint64_t revision = 0;
 
     // configuration
     char name[17] = "";
@@ -119,26 +127,22 @@ struct pppoeia_bridge {
     vlan_set vlan_enabled;
     char cid_format[PPPOEIA_FORMAT_SIZE] = "";
     char rid_format[PPPOEIA_FORMAT_SIZE] = "";
-    mutable ia::plan_slot cid_plan;
-    mutable ia::plan_slot rid_plan;
     pppoeia_vlan_list vlans;
     std::uint32_t port_limit;  // ids 1 to port_limit - 1 can be used
     std::vector<pppoeia_port> ports;
 
     pppoeia_stats stats{};
 
-    // runtime, the engine's only
+    // of the kernel's bridge, which only the engine asks
     std::uint32_t mtu = 1500;  // of the pseudo device, bytes
     std::uint16_t stag_ethertype_nf = 0;
-    int sock = -1;
-    int bridge_fd = -1;
-    std::vector<std::uint8_t> frame_buf;  // the datagram being processed, and slack of zeros
-    std::uint32_t buf_size = 0;           // largest datagram received, bytes
-    std::size_t frame_end = 0;            // offset one past the datagram's last byte
-    std::shared_ptr<ia::Batch> batch;     // the worker's
-    std::uint32_t cur_port = 0;           // zero-based slot of the frame's input port
-    std::atomic<bool> stop{false};
-    std::thread worker;
+
+    // The frame in hand, or else the last one that was marked; nothing where no
+    // frames are processed.
+    std::optional<ia::FrameValues> frame;
+
+    ia::Owned<ia::IdMemory> ids{nullptr, nullptr};           // made when first needed
+    ia::Owned<ia::BridgeRuntime> runtime{nullptr, nullptr};  // the engine's only; ends first
 
     // The port's slot, or null when the id is out of range or the port absent.
     pppoeia_port *port(std::uint32_t id);

@@ -51,9 +51,10 @@ std::vector<BridgePtr> bridge_list_release() {
     registry &list = the_list();
     const std::unique_lock guard(list.lock);
     if (!list.bridges) return {};
-    const auto bridges = std::move(*list.bridges);
+    auto bridges = std::move(*list.bridges);
     list.bridges.reset();
-    return newest_first(bridges);
+    std::ranges::reverse(bridges);
+    return bridges;
 }
 
 std::vector<BridgePtr> bridge_list_snapshot() {

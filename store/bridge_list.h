@@ -40,7 +40,7 @@ public:
     explicit LockedBridge(const char *name) : bridge_(bridge_list_find(name)) {
         if (!bridge_) return;
         lock_ = std::unique_lock(bridge_->lock);
-        ++bridge_->visits;
+        ++bridge_->revision;
     }
 
     explicit operator bool() const { return bridge_ != nullptr; }
@@ -49,7 +49,7 @@ public:
 
 private:
     BridgePtr bridge_;  // outlives the lock
-    std::unique_lock<std::mutex> lock_;
+    std::unique_lock<FairMutex> lock_;
 };
 
 }  // namespace ia

@@ -5,7 +5,6 @@
 #include "store/operation.h"
 
 #include <atomic>
-#include <cstring>
 
 using namespace ia;
 
@@ -215,9 +214,9 @@ int set_format(const char *operation, const char *bridge,
                char (pppoeia_bridge::*field)[PPPOEIA_FORMAT_SIZE], const char *format,
                const char *message) {
     trace_call(operation, bridge, format);
-    if (std::strlen(format) >= PPPOEIA_FORMAT_SIZE) return refuse(operation, -ENOSPC);
     const LockedBridge found(bridge);
     if (!found) return refuse(operation, -ENOENT);
+    if (!fits((*found).*field, format)) return refuse(operation, -ENOSPC);
     copy_text((*found).*field, format);
     pppoeia_log(7, message, found->name);
     pppoeia_log(7, "%s()=%s", operation, format);

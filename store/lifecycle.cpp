@@ -4,6 +4,8 @@
 #include "store/new_bridge.h"
 #include "store/operation.h"
 
+#include <memory>
+#include <new>
 #include <vector>
 
 using namespace ia;
@@ -17,10 +19,12 @@ int pppoeia_cache_init() {
 
 int pppoeia_cache_on_bridge_add(const char *bridge, std::uint32_t ports) {
     if (const int result = check_new_bridge(bridge); result != 0) return result;
-    BridgePtr added;
-    if (const int result = allocate_bridge(bridge, ports, added); result != 0) return result;
-    bridge_list_link(std::move(added));
-    return 0;
+    try {
+        bridge_list_link(std::make_shared<pppoeia_bridge>(bridge, ports));
+        return 0;
+    } catch (const std::bad_alloc &) {
+        return no_memory_for(bridge, ports);
+    }
 }
 
 int pppoeia_cache_on_bridge_del(const char *bridge) {

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <new>
 
 namespace ia {
 
@@ -25,16 +24,10 @@ int check_new_bridge(const char *name) {
     return 0;
 }
 
-int allocate_bridge(const char *name, std::uint32_t ports, BridgePtr &out) {
-    try {
-        if (ports > max_ports) throw std::bad_alloc();
-        out = std::make_shared<pppoeia_bridge>(name, ports);
-        return 0;
-    } catch (const std::bad_alloc &) {
-        const std::size_t size = sizeof(pppoeia_bridge) + ports * sizeof(pppoeia_port);
-        pppoeia_log(2, "<%s> Cannot allocate memory (%d bytes).", name, static_cast<int>(size));
-        return -ENOMEM;
-    }
+int no_memory_for(const char *name, std::uint32_t ports) {
+    const std::size_t size = sizeof(pppoeia_bridge) + ports * sizeof(pppoeia_port);
+    pppoeia_log(2, "<%s> Cannot allocate memory (%zu bytes).", name, size);
+    return -ENOMEM;
 }
 
 }  // namespace ia

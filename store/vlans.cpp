@@ -245,8 +245,13 @@ int cache_clear_port_vlan(const char *bridge, std::uint32_t port) {
 int cache_clear_port_vlan_all(const char *bridge) {
     trace_call(__func__, bridge);
     return on_bridge(__func__, bridge, [&](pppoeia_bridge &b) {
-        for (pppoeia_port &p : b.ports)
-            if (p.present()) p.port_vlans.clear();
+        constexpr const char *step = "cache_clear_port_vlan";
+        for (pppoeia_port &p : b.ports) {
+            if (!p.present()) continue;
+            trace_call(step, bridge, p.port_id);
+            p.port_vlans.clear();
+            trace_result(step, 0);
+        }
         return 0;
     });
 }

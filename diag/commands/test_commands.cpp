@@ -58,7 +58,7 @@ void set_format(Data &data, const char *name, const std::string &value, std::ost
 void set_mac(Data &data, const char *name, const std::string &value, std::ostream &out) {
     const auto mac = parse_mac(value);
     if (!mac) {
-        out << "Invalid " << name << ": '" << value << "'\n";
+        out << "Invalid " << name << ": '" << value << "'";
         return;
     }
     data.clntMac = *mac;

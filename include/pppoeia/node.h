@@ -16,12 +16,39 @@ namespace ia {
 // Holds the Discovery frames of a bridge's port, which is to say drops them, or
 // those of the whole bridge for port 0, also while there is no such port or
 // bridge yet: until release_frames(), nothing passes unmarked. Releasing port 0
-// releases every port. Returns 0, or -22 for an impossible name or port.
+// releases every port. Returns 0, -22 for an impossible name or port, and another
+// negative errno value when the filter could not be told: nothing is then held.
 int hold_frames(const char *bridge, std::uint32_t port);
 int fe_hold_frames(const char *bridge, std::uint32_t port);
 
 int release_frames(const char *bridge, std::uint32_t port);
 int fe_release_frames(const char *bridge, std::uint32_t port);
+
+// Which Linux device is a bridge's port, and which side it faces. A binding of
+// before of that port, or of that device, ends with the call: the frames of a
+// device that has lost its port are held. Neither bridge nor device need be
+// there yet. Frames of a bound device pass with the next moment unless the port
+// is held. Returns 0, -22 for an impossible name, port or side, and another
+// negative errno value when the filter could not be told.
+inline constexpr std::uint32_t side_subscriber = 0, side_network = 1;
+int bind_port(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side);
+int fe_bind_port(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side);
+
+// Ends a port's binding; 0 also when there is none. Its device is held as long
+// as it is a member of the bridge, and loses the filter otherwise.
+int unbind_port(const char *bridge, std::uint32_t port);
+int fe_unbind_port(const char *bridge, std::uint32_t port);
+
+// A bridge of the node: its Linux device, the EtherType of its S-Tags, and its
+// largest Ethernet frame in bytes. From this call on its frames go through the
+// engine or nowhere. One that is known takes the new values. An empty device
+// ends it: the filter goes from its ports. Returns 0, -22 for values that the
+// filter cannot serve, -28 for more than 16 bridges, and another negative errno
+// value when the filter could not be told.
+int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
+                    std::uint32_t max_pdu);
+int fe_describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
+                       std::uint32_t max_pdu);
 
 // Whether the engine gets the bridge's frames. 0 when it does, or has none to
 // get because there is no such device; -19 when its pseudo device is gone, -90
@@ -44,6 +71,29 @@ int macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std
                 std::uint16_t cvid, const pppoeia_mac *client, macro_value_block *out);
 int fe_macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std::uint16_t vid,
                    std::uint16_t cvid, const pppoeia_mac *client, macro_value_block *out);
+
+// --- IDs of a line ---------------------------------------------------------------
+struct generated_id {
+    std::uint32_t size;    // bytes that are sent, at most 63
+    std::uint32_t binary;  // 1: the bytes are sent, and the text is only its form
+    char text[64];
+    std::uint8_t bytes[64];
+};
+
+struct line_ids_block {
+    generated_id circuit_id;
+    generated_id remote_id;
+};
+static_assert(sizeof(line_ids_block) == 272);
+
+// The IDs that a PADI of this client on this port, VLAN (0xFFF: none) and customer
+// VLAN would be sent with, from what is set now; an address of zeros is none. With
+// the customer VLAN 0xFFF, not known, the default form shows "<cvid>" in its place.
+// -2 unknown bridge, -19 no such port, -12 without memory.
+int line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
+             const pppoeia_mac *client, line_ids_block *out);
+int fe_line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
+                const pppoeia_mac *client, line_ids_block *out);
 
 // --- frames as the engine sees them ----------------------------------------------
 inline constexpr std::size_t watched_frame_size = 1536;  // bytes kept of a frame

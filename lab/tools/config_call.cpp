@@ -1,6 +1,6 @@
-// One call about the operator's settings to the running management process.
+// One call about settings, description or health to the running management process.
 //
-//   config_call save|clear|show|diff|status
+//   config_call save|clear|show|diff|status|reload|dry-run|health
 //
 // Says the reply's text; ends with the reply's result, 9 when there is none.
 #include "rpc/pppoeia_node.h"
@@ -23,6 +23,16 @@ int say(const rpcNodeConfigStatus *reply) {
     return reply->result;
 }
 
+int say(const rpcNodeHealth *reply) {
+    if (!reply) return 9;
+    for (u_int i = 0; i < reply->findings.findings_len; ++i) {
+        const rpcNodeFinding &found = reply->findings.findings_val[i];
+        std::printf("%d %s: %s: %s; %s\n", found.severity, found.code, found.subject, found.text,
+                    found.remedy);
+    }
+    return reply->result;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -33,5 +43,8 @@ int main(int argc, char **argv) {
     if (what == "clear") return say(rpc_node_config_clear_1(agent));
     if (what == "show") return say(rpc_node_config_show_1(agent));
     if (what == "diff") return say(rpc_node_config_diff_1(agent));
+    if (what == "reload") return say(rpc_node_reload_1(FALSE, agent));
+    if (what == "dry-run") return say(rpc_node_reload_1(TRUE, agent));
+    if (what == "health") return say(rpc_node_health_1(agent));
     return say(rpc_node_config_status_1(agent));
 }

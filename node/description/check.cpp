@@ -3,6 +3,7 @@
 #include "node/description/words.h"
 
 #include <algorithm>
+#include <set>
 #include <string>
 #include <unordered_map>
 
@@ -30,17 +31,6 @@ private:
     Problems &problems_;
     std::unordered_map<Value, unsigned> lines_;
 };
-
-// The parent that a type of interface has, and nothing for the types that
-// stand alone.
-std::optional<InterfaceType> parent_type(InterfaceType type) {
-    switch (type) {
-        case InterfaceType::atm: return InterfaceType::dsl;
-        case InterfaceType::onu: return InterfaceType::olt;
-        case InterfaceType::gem: return InterfaceType::onu;
-        default: return std::nullopt;
-    }
-}
 
 // Keys that only some types of interface have.
 struct OwnedKey {
@@ -72,20 +62,31 @@ public:
             keys_fit_type(interface, lines);
         }
         vlans();
+        bridge_ports();
+        untagged_frames();
     }
 
 private:
     void bridges() {
         if (description_.bridges.empty()) problems_.add(1, "no [[bridge]], expected at least one");
-        Once<std::string> names("bridge", problems_);
         for (std::size_t i = 0; i < description_.bridges.size(); ++i) {
-            const Bridge &bridge = description_.bridges[i];
+            Bridge &bridge = description_.bridges[i];
+            if (bridge.device.empty()) bridge.device = bridge.name;
             const unsigned line = sections_.bridge_lines[i].of("name");
-            names.claim(bridge.name, line, quoted(bridge.name));
             if (line)
                 bridges_.emplace(bridge.name, &bridge);
             else
                 every_bridge_known_ = false;
+            if (i > 0)
+                problems_.add(
+                    bridge.line,
+                    "this is a second [[bridge]], expected one: the agent manages exactly "
+                    "one bridge");
+            else if (line && bridge.name != managed_bridge)
+                problems_.add(line, "[[bridge]] name is " + quoted(bridge.name) +
+                                        ", expected \"br0\", the one bridge that the agent "
+                                        "manages; for a Linux bridge of that name write device = " +
+                                        quoted(bridge.name));
         }
     }
 
@@ -130,21 +131,21 @@ private:
     void parent_fits(const Interface &interface, const KeyLines &lines) {
         const unsigned line = lines.of("parent");
         if (!line) return;
-        const auto expected = parent_type(interface.type);
+        const auto expected = facts_of(interface.type).parent;
         const std::string what = "parent " + std::to_string(interface.parent) + " of " +
-                                 quoted(type_word(interface.type));
+                                 quoted(facts_of(interface.type).word);
         if (!expected) return problems_.add(line, what + ", expected no parent for this type");
         const auto found = by_id_.find(interface.parent);
         if (found == by_id_.end()) {
             if (every_id_known_)
                 problems_.add(line, what + " does not exist, expected the id of " +
-                                        quoted(type_word(*expected)));
+                                        quoted(facts_of(*expected).word));
             return;
         }
         const Interface &parent = description_.interfaces[found->second];
         if (sections_.interface_lines[found->second].of("type") && parent.type != *expected)
-            problems_.add(line, what + " is " + quoted(type_word(parent.type)) + ", expected " +
-                                    quoted(type_word(*expected)));
+            problems_.add(line, what + " is " + quoted(facts_of(parent.type).word) + ", expected " +
+                                    quoted(facts_of(*expected).word));
     }
 
     void keys_fit_type(const Interface &interface, const KeyLines &lines) {
@@ -153,8 +154,8 @@ private:
             if (!line || std::find(owners.begin(), owners.end(), interface.type) != owners.end())
                 continue;
             std::vector<std::string_view> words;
-            for (const InterfaceType owner : owners) words.push_back(type_word(owner));
-            problems_.add(line, std::string(key) + " on " + quoted(type_word(interface.type)) +
+            for (const InterfaceType owner : owners) words.push_back(facts_of(owner).word);
+            problems_.add(line, std::string(key) + " on " + quoted(facts_of(interface.type).word) +
                                     ", expected only on " + any_of(words));
         }
         const unsigned vpi = lines.of("vpi");
@@ -176,6 +177,32 @@ private:
             const std::string shown = std::to_string(vlan.id) + " of bridge " + quoted(vlan.bridge);
             ids.claim(shown, lines.of("id"), shown);
         }
+    }
+
+    // Those that others name as their parent may be there without a device.
+    void bridge_ports() {
+        constexpr std::size_t most = 1023;
+        std::set<std::uint32_t> parents;
+        for (const Interface &interface : description_.interfaces) parents.insert(interface.parent);
+        std::size_t ports = 0;
+        for (const Interface &interface : description_.interfaces)
+            if (facts_of(interface.type).stands_in_bridge && !parents.contains(interface.id) &&
+                ++ports == most + 1)
+                problems_.add(interface.line,
+                              "this is port 1024 of the bridge, expected at most 1023: a Linux "
+                              "bridge takes no more");
+    }
+
+    // A priority-tagged frame counts as untagged, whatever tag comes behind.
+    void untagged_frames() {
+        for (const Bridge &bridge : description_.bridges)
+            if (bridge.enabled && std::ranges::none_of(description_.vlans, [&](const Vlan &vlan) {
+                    return vlan.id == 0 && vlan.bridge == bridge.name;
+                }))
+                problems_.warn(bridge.line,
+                               "warning: VLAN 0 is not listed: frames of subscribers without a "
+                               "tag, or with a priority tag, pass unmarked; list a [[vlan]] with "
+                               "id = 0");
     }
 
     Sections &sections_;

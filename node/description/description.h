@@ -2,10 +2,13 @@
 // TOML file says it. Plain values; read once, then only read.
 #pragma once
 
+#include "pppoeia/records.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ia::node {
@@ -23,9 +26,46 @@ enum class InterfaceType : std::uint32_t {
     access = 8,  // "access": Ethernet towards a subscriber
 };
 
-constexpr bool faces_network(InterfaceType type) {
-    return type == InterfaceType::eth || type == InterfaceType::lag;
+// All that follows from an interface's type.
+struct TypeFacts {
+    InterfaceType type;
+    std::string_view word;                // in a description
+    bool faces_network;                   // else a subscriber, or nobody
+    bool stands_in_bridge;                // its device is a port of the Linux bridge
+    std::optional<InterfaceType> parent;  // the type of the interface below it
+    std::uint32_t role;                   // pppoeia_port_state when none is said
+    std::uint32_t trust;                  // pppoeia_port_trust, likewise
+};
+
+// In the order of the types.
+inline constexpr std::array<TypeFacts, 9> type_facts = [] {
+    using enum InterfaceType;
+    constexpr std::uint32_t none = PPPOEIA_PORT_DISABLED, both = PPPOEIA_PORT_BOTH;
+    constexpr std::uint32_t trusted = PPPOEIA_PORT_TRUSTED, untrusted = PPPOEIA_PORT_UNTRUSTED;
+    return std::array<TypeFacts, 9>{{
+        {eth, "eth", true, true, std::nullopt, both, trusted},
+        {dsl, "dsl", false, true, std::nullopt, none, untrusted},
+        {atm, "atm", false, true, dsl, none, untrusted},
+        {olt, "olt", false, false, std::nullopt, none, untrusted},
+        {onu, "onu", false, false, olt, none, untrusted},
+        {gem, "gem", false, true, onu, none, untrusted},
+        {mng, "mng", false, false, std::nullopt, none, untrusted},
+        {lag, "lag", true, true, std::nullopt, both, trusted},
+        {access, "access", false, true, std::nullopt, none, untrusted},
+    }};
+}();
+
+constexpr const TypeFacts &facts_of(InterfaceType type) {
+    return type_facts[static_cast<std::size_t>(type)];
 }
+
+static_assert(
+    [] {
+        for (const TypeFacts &facts : type_facts)
+            if (&facts_of(facts.type) != &facts) return false;
+        return true;
+    }(),
+    "a type's facts are found by its number");
 
 struct Interface {
     std::uint32_t id = 0;  // also the bridge's port id
@@ -51,8 +91,12 @@ struct Interface {
     unsigned line = 0;
 };
 
+// The library manages exactly one bridge, of this name.
+inline constexpr char managed_bridge[] = "br0";
+
 struct Bridge {
-    std::string name;           // of the Linux bridge and of the agent's
+    std::string name;           // of the agent's bridge
+    std::string device{};       // the Linux bridge; the name when not said
     std::uint32_t ports = 256;  // port records: ids 1 to ports - 1
     std::uint16_t stag_ethertype = 0x88A8;
     std::uint32_t max_pdu = 1500;  // largest Ethernet frame, bytes
@@ -86,6 +130,7 @@ struct Description {
     std::vector<Bridge> bridges;
     std::vector<Interface> interfaces;
     std::vector<Vlan> vlans;
+    std::string warnings;  // what is allowed and seldom meant: "FILE:LINE: text" each
 };
 
 }  // namespace ia::node

@@ -10,6 +10,7 @@ namespace ia::node {
 namespace {
 
 constexpr std::size_t longest_quote = 60;
+constexpr std::size_t most_reported = 100;
 
 // Levenshtein distance.
 std::size_t letters_to_change(std::string_view from, std::string_view to) {
@@ -28,22 +29,25 @@ std::size_t letters_to_change(std::string_view from, std::string_view to) {
 
 }  // namespace
 
-std::string Problems::report(const std::string &file) const {
+std::string Problems::lines(const std::vector<Problem> &problems, const std::string &file) {
     std::vector<const Problem *> by_line;
-    for (const Problem &problem : list_) by_line.push_back(&problem);
+    for (const Problem &problem : problems) by_line.push_back(&problem);
     std::stable_sort(by_line.begin(), by_line.end(),
                      [](const Problem *a, const Problem *b) { return a->line < b->line; });
     std::string text;
+    const std::size_t more = by_line.size() - std::min(by_line.size(), most_reported);
+    by_line.resize(by_line.size() - more);
     for (const Problem *problem : by_line) {
         if (!text.empty()) text += '\n';
         text += file + ':' + std::to_string(problem->line) + ": " + problem->text;
     }
+    if (more > 0) text += '\n' + file + ": and " + std::to_string(more) + " more";
     return text;
 }
 
-std::string quoted(std::string_view text) {
-    std::string result = "\"";
-    for (const char c : text.substr(0, longest_quote)) {
+std::string printable(std::string_view text) {
+    std::string result;
+    for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
         if (byte >= 0x20 && byte != 0x7F) {
             result += c;
@@ -53,7 +57,12 @@ std::string quoted(std::string_view text) {
             result += escape;
         }
     }
-    return result + (text.size() > longest_quote ? "...\"" : "\"");
+    return result;
+}
+
+std::string quoted(std::string_view text) {
+    return '"' + printable(text.substr(0, longest_quote)) +
+           (text.size() > longest_quote ? "...\"" : "\"");
 }
 
 std::string_view nearest(std::string_view word, const std::vector<std::string_view> &candidates) {

@@ -14,6 +14,7 @@ Description read_description(const std::string &file) {
     if (sections) check_description(*sections, problems);
     if (problems.any()) throw DescriptionError(problems.report(file));
     sections->description.file = file;
+    sections->description.warnings = problems.warnings(file);
     return std::move(sections->description);
 }
 

@@ -47,6 +47,11 @@ bool onu_serial(const Value &value, RecordOf<Member> &record) {
     const std::string &serial = record.*Member;
     if (serial.find_first_not_of("0123456789abcdefABCDEF") < vendor_digits)
         return value.refuse(quoted(serial) + " does not begin with 8 hexadecimal digits");
+    for (std::size_t at = 0; at < vendor_digits; at += 2)
+        if (serial.compare(at, 2, "00") == 0)
+            return value.refuse(quoted(serial) +
+                                " has 00 for a letter of the vendor, expected four letters in "
+                                "hexadecimal");
     return true;
 }
 
@@ -107,6 +112,7 @@ constexpr Key<Description> metrics_keys[] = {
 
 constexpr Key<Bridge> bridge_keys[] = {
     {"name", required, device<&Bridge::name, PPPOEIA_BRIDGE_NAME_MAX>},
+    {"device", optional, device<&Bridge::device, device_name_max>},
     {"ports", optional, number<&Bridge::ports, 2, most_port_records>},
     {"stag_ethertype", optional, number<&Bridge::stag_ethertype, 0x0600, 0xFFFF>},
     {"max_pdu", optional, number<&Bridge::max_pdu, 64, 65535>},

@@ -1,11 +1,18 @@
 // A whole text file.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace ia::node {
 
-// At most 16 MiB. Throws DescriptionError, naming the file and why.
-std::string read_text_file(const std::string &file);
+enum class Links { followed, refused };
+
+inline constexpr std::size_t largest_description = 16U << 20;  // bytes
+
+// A regular file of at most `largest` bytes. Throws DescriptionError, naming the
+// file and why.
+std::string read_text_file(const std::string &file, Links links = Links::followed,
+                           std::size_t largest = largest_description);
 
 }  // namespace ia::node

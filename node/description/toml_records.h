@@ -3,6 +3,7 @@
 // sources that know TOML.
 #pragma once
 
+#include "node/description/nesting.h"
 #include "node/description/problems.h"
 #include "node/description/sections.h"
 
@@ -104,20 +105,24 @@ inline bool has_control_characters(std::string_view text) {
                        [](unsigned char c) { return c < 0x20 || c == 0x7F; });
 }
 
-// Lengths are in bytes.
-template <auto Member, std::size_t Least, std::size_t Most>
-bool text(const Value &value, RecordOf<Member> &record) {
+// Lengths are in bytes. Leaves `to` alone when the text is refused.
+inline bool plain_text(const Value &value, std::size_t least, std::size_t most, std::string &to) {
     const auto *given = value.node.as_string();
     if (!given) return refuse_kind(value, "a text");
     const std::string &content = given->get();
-    if (content.size() < Least) return value.refuse("is empty, expected a text");
-    if (content.size() > Most)
+    if (content.size() < least) return value.refuse("is empty, expected a text");
+    if (content.size() > most)
         return value.refuse(quoted(content) + " has " + std::to_string(content.size()) +
-                            " characters, expected at most " + std::to_string(Most));
+                            " characters, expected at most " + std::to_string(most));
     if (has_control_characters(content))
         return value.refuse(quoted(content) + " has control characters, expected none");
-    record.*Member = content;
+    to = content;
     return true;
+}
+
+template <auto Member, std::size_t Least, std::size_t Most>
+bool text(const Value &value, RecordOf<Member> &record) {
+    return plain_text(value, Least, Most, record.*Member);
 }
 
 template <const auto &Words>
@@ -188,10 +193,11 @@ KeyLines read_record(const toml::table &table, std::string_view section,
 
 // Nothing, and the only problem reported, when the text is not TOML.
 inline std::optional<toml::table> parse(std::string_view text, Problems &problems) {
+    if (!nesting_fits(text, problems)) return std::nullopt;
     try {
         return toml::parse(text);
     } catch (const toml::parse_error &error) {
-        problems.add(error.source().begin.line, std::string(error.description()));
+        problems.add(error.source().begin.line, printable(error.description()));
         return std::nullopt;
     }
 }

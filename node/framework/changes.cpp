@@ -192,7 +192,8 @@ private:
 
     void arrive(const Bridge &bridge) {
         if (!has_bridge(bridge.name)) {
-            calls.hold(bridge.name, 0);
+            if (!calls.hold(bridge.name, 0))
+                return miss(label(bridge), "its frames cannot be held");
             if (!make(
                     interfaces.bridgeAdded, label(bridge),
                     [&](NodeState &node) { node.bridges.push_back(without_settings(bridge)); },
@@ -229,8 +230,9 @@ private:
         if (!has_bridge(interface.bridge)) return miss(label(interface), "its bridge is not there");
         const bool there = registry().read(
             [&](const NodeState &node) { return node.interface(interface.id) != nullptr; });
-        if (!there && !arrivals.bridges.count(interface.bridge))
-            calls.hold(interface.bridge, interface.id);
+        if (!there && !arrivals.bridges.count(interface.bridge) &&
+            !calls.hold(interface.bridge, interface.id))
+            return miss(label(interface), "its frames cannot be held");
         if (!there && !make(
                           interfaces.portAdded, label(interface),
                           [&](NodeState &node) {

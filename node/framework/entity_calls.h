@@ -22,8 +22,9 @@ public:
     virtual ~EntityCalls() = default;
 
     // Before a bridge (port 0) or a port of a bridge that is there is announced:
-    // its frames are to be held until it has arrived with all its settings.
-    virtual void hold(const std::string & /*bridge*/, std::uint32_t /*port*/) {}
+    // its frames are to be held until it has arrived with all its settings. False
+    // when they cannot be: it is then not announced.
+    virtual bool hold(const std::string & /*bridge*/, std::uint32_t /*port*/) { return true; }
 
     // After everything has been announced and the description's settings told:
     // what else is to be set, and the end of the hold.

@@ -45,9 +45,10 @@ bool may_start(BLEntity &entity, const std::vector<BLEntity *> &running) {
 
 }  // namespace
 
-Framework::Framework(EntityCalls &calls, std::string message_socket)
+Framework::Framework(EntityCalls &calls, std::string message_socket, std::string rpc_socket)
     : entity_calls(calls),
       message_path(std::move(message_socket)),
+      rpc_path(std::move(rpc_socket)),
       receive_loop(no_service, "BLLManager_mng") {}
 
 Framework::~Framework() {
@@ -61,11 +62,12 @@ bool Framework::start(const Description &description) {
         if (start_entities()) {
             announce(description);
             if (!message_path.empty()) messages.emplace(message_path, deliver);
+            if (!rpc_path.empty()) local_requests.emplace(rpc_path);
             if (receive_loop.start()) return true;
             syslog(LOG_ERR, "cannot start the RPC receive loop");
         }
     } catch (const std::system_error &error) {
-        syslog(LOG_ERR, "cannot receive messages: %s", error.what());
+        syslog(LOG_ERR, "cannot receive requests: %s", error.what());
     }
     stop_running();
     return false;
@@ -139,12 +141,11 @@ void Framework::save_configuration(const std::function<void()> &save) {
     config.saveConfigStop.tell();
 }
 
-// Serving ends first and without `operation`, which a request may wait for.
-bool Framework::serves() {
-    const std::lock_guard no_stop(serving);
-    return !receive_loop.isStopped();
+bool Framework::serves() const {
+    return rpcProxyLoopAnswers();
 }
 
+// Serving ends first and without `operation`, which a request may wait for.
 bool Framework::stop() {
     const std::lock_guard no_start(serving);
     messages.reset();
@@ -156,6 +157,7 @@ bool Framework::stop() {
 bool Framework::stop_running() {
     messages.reset();
     receive_loop.stop(false);
+    local_requests.reset();
     bool stopped = true;
     for (; !running.empty(); running.pop_back()) stopped = running.back()->stop() && stopped;
     return stopped;

@@ -22,8 +22,9 @@ namespace ia::node {
 class Framework {
 public:
     // `calls` outlives the framework. External messages arrive at
-    // `message_socket`; an empty path receives none.
-    Framework(EntityCalls &calls, std::string message_socket);
+    // `message_socket`; an empty path receives none. The RPC programs are served at
+    // `rpc_socket`, too, when it is not empty.
+    Framework(EntityCalls &calls, std::string message_socket, std::string rpc_socket = {});
     ~Framework();  // stops
     Framework(const Framework &) = delete;
     Framework &operator=(const Framework &) = delete;
@@ -49,8 +50,9 @@ public:
     // Lets `save` store the settings between the notices that tell of it.
     void save_configuration(const std::function<void()> &save = {});
 
-    // Whether the thread that serves requests runs; waits a tenth of a second to see.
-    bool serves();
+    // Whether the loop that serves requests has made a pass since it was asked last. Never
+    // waits.
+    bool serves() const;
 
     // Stops serving, then the entities, latest first. False when an entity
     // reports a failure.
@@ -63,9 +65,11 @@ private:
 
     EntityCalls &entity_calls;
     const std::string message_path;
+    const std::string rpc_path;
     std::mutex serving;               // starting and stopping to serve; taken before `operation`
     std::mutex operation;             // requests that are served may take it too
     std::vector<BLEntity *> running;  // in the order of their start
+    std::optional<RPCLocalSocket> local_requests;
     RPCProxy receive_loop;
     std::optional<ExternalMessages> messages;
 };

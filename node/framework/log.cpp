@@ -1,6 +1,9 @@
 #include "platform/bll/Log.h"
 
+#include "node/framework/log_text.h"
+
 #include <syslog.h>
+#include <cstdio>
 
 namespace {
 
@@ -8,10 +11,10 @@ struct Line {
     int priority = LOG_ERR;
     std::string text;
 
-    // Records what is there, line end included.
-    void record() {
-        if (text.empty()) return;
-        syslog(priority, "%s", text.c_str());
+    // What is there, with the line end when it is whole.
+    void record(const char *end = "") {
+        if (text.empty() && !*end) return;
+        syslog(priority, "%s%s", ia::node::log_text(text).c_str(), end);
         text.clear();
     }
 };
@@ -19,6 +22,21 @@ struct Line {
 thread_local Line line;
 
 }  // namespace
+
+std::string ia::node::log_text(std::string_view text) {
+    std::string safe;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte >= 0x20 && byte < 0x7F) {
+            safe += c;
+        } else {
+            char escape[5];
+            std::snprintf(escape, sizeof escape, "\\x%02X", static_cast<unsigned>(byte));
+            safe += escape;
+        }
+    }
+    return safe;
+}
 
 Log &Log::setMsgLevel(int level) {
     line.record();
@@ -29,8 +47,8 @@ Log &Log::setMsgLevel(int level) {
 Log &Log::write(std::string_view text) {
     for (std::size_t end; (end = text.find('\n')) != std::string_view::npos;
          text.remove_prefix(end + 1)) {
-        line.text.append(text.substr(0, end + 1));
-        line.record();
+        line.text.append(text.substr(0, end));
+        line.record("\n");
     }
     line.text.append(text);
     return *this;

@@ -32,12 +32,17 @@ void BLLManager::registerThread(const std::string &name) {
 
 int kvbridge::vlanGetInfoId(const char *bridge, std::uint16_t index, vlanInfo &info) const {
     return registry().read([&](const NodeState &node) {
-        const auto vlan =
-            std::find_if(node.vlans.begin(), node.vlans.end(), [&](const auto &entry) {
-                const auto &[name, id] = entry.first;
-                return id == index && (!bridge || !*bridge || name == bridge);
-            });
-        if (vlan == node.vlans.end()) return 1;
+        const bool any = !bridge || !*bridge;
+        auto vlan = node.vlans.lower_bound({any ? "" : bridge, index});
+        while (any && vlan != node.vlans.end() && vlan->first.second != index) {
+            const std::string &name = vlan->first.first;
+            vlan = vlan->first.second < index
+                       ? node.vlans.lower_bound({name, index})
+                       : node.vlans.upper_bound({name, std::uint16_t(0xFFFF)});
+        }
+        if (vlan == node.vlans.end() || vlan->first.second != index ||
+            (!any && vlan->first.first != bridge))
+            return 1;
         info = {vlan->second.id, vlan->second.name};
         return 0;
     });
@@ -69,7 +74,7 @@ int servprofile::servProfileOnPppoeiaPvcCidModeChange(unsigned int ifIndex, unsi
 int servProfileCheckIfInterfaceUplink(unsigned int ifIndex) {
     return registry().read([&](const NodeState &node) {
         const ia::node::Interface *const interface = node.interface(ifIndex);
-        return interface && ia::node::faces_network(interface->type);
+        return interface && ia::node::facts_of(interface->type).faces_network;
     });
 }
 

@@ -11,13 +11,11 @@ constexpr char created_remote_id_format[] = "$PORT_REM_ID";
 constexpr std::int32_t created_log_level = 6;  // of a process that starts
 
 std::uint32_t role_of(const Interface &interface) {
-    return interface.role.value_or(faces_network(interface.type) ? PPPOEIA_PORT_BOTH
-                                                                 : PPPOEIA_PORT_DISABLED);
+    return interface.role.value_or(facts_of(interface.type).role);
 }
 
 std::uint32_t trust_of(const Interface &interface) {
-    return interface.trust.value_or(faces_network(interface.type) ? PPPOEIA_PORT_TRUSTED
-                                                                  : PPPOEIA_PORT_UNTRUSTED);
+    return interface.trust.value_or(facts_of(interface.type).trust);
 }
 
 std::pair<std::uint32_t, std::uint32_t> pvc_of(const Interface &interface) {

@@ -22,7 +22,4 @@ void tell_settings(const Interface &was, const Interface &now, EntityCalls &call
 // where it has none those that everything is created with.
 Settings described_settings(const NodeState &node);
 
-// The bridge that the entity manages; things of other bridges have no settings.
-inline constexpr char managed_bridge[] = "br0";
-
 }  // namespace ia::node

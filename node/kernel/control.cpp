@@ -4,6 +4,7 @@
 #include "platform/frame_hold.h"
 #include "platform/kernel_modules.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -33,6 +34,11 @@ template <std::size_t size>
 std::string field(const char (&text)[size]) {
     const std::size_t length = strnlen(text, size);
     return length < size ? std::string(text, length) : std::string();
+}
+
+// Of a bridge or a device.
+bool is_name(const char *name) {
+    return name && *name && strlen(name) < FILTER_NAME_SIZE;
 }
 
 int put_version(void *argument, std::int32_t version) {
@@ -84,19 +90,56 @@ void Kernel::close(int handle) {
     });
 }
 
-int Kernel::hold(const char *bridge, std::uint32_t port, bool on) {
-    if (!bridge || !*bridge) return -EINVAL;
+template <class Change>
+int Kernel::change(Change change) {
     return on_instance(-ENXIO, [&](Kernel &kernel) {
         const std::lock_guard guard(kernel.lock_);
-        kernel.ports_.hold(bridge, port, on, list_links());
+        kernel.catch_up();
+        change(kernel);
         return 0;
     });
+}
+
+int Kernel::bind(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side) {
+    if (!is_name(bridge) || !is_name(device) || port == 0 || port > UINT16_MAX ||
+        side >= FILTER_ROLES)
+        return -EINVAL;
+    return change([&](Kernel &kernel) { kernel.ports_.bind(bridge, port, device, side); });
+}
+
+int Kernel::unbind(const char *bridge, std::uint32_t port) {
+    if (!is_name(bridge) || port == 0 || port > UINT16_MAX) return -EINVAL;
+    return change([&](Kernel &kernel) { kernel.ports_.unbind(bridge, port); });
+}
+
+int Kernel::describe(const char *name, const char *device, std::uint16_t stag_ethertype,
+                     std::uint32_t max_pdu) {
+    if (!is_name(name) || !device || (*device && !is_name(device))) return -EINVAL;
+    Bridge bridge;
+    bridge.name = name;
+    bridge.device = device;
+    bridge.stag_ethertype = stag_ethertype;
+    bridge.max_pdu = max_pdu;
+    return change([&](Kernel &kernel) {
+        if (*device)
+            kernel.ports_.describe(bridge);
+        else
+            kernel.ports_.forget(bridge.name);
+        kernel.raise_barrier();
+        const auto errors = kernel.ports_.follow_all(false);
+        if (!errors.empty()) throw std::system_error(EIO, std::system_category(), errors.front());
+    });
+}
+
+int Kernel::hold(const char *bridge, std::uint32_t port, bool on) {
+    if (!is_name(bridge)) return -EINVAL;
+    return change([&](Kernel &kernel) { kernel.ports_.hold(bridge, port, on); });
 }
 
 int Kernel::check(const char *name) {
     return on_instance(-ENXIO, [&](Kernel &kernel) {
         const std::lock_guard guard(kernel.lock_);
-        kernel.follow(false);
+        kernel.catch_up();
         const BridgeState *bridge = kernel.ports_.find(name);
         if (!bridge) return -ENOENT;
         if (bridge->device == 0) return 0;
@@ -110,7 +153,7 @@ int Kernel::open_file(const std::string &path) {
     if (path == KVBRIDGE_CONFIG_PATH) {
         file.file = File::bridging;
     } else if (path != KVMNG_CONFIG_PATH) {
-        follow(false);  // the bridge may have come a moment ago
+        catch_up();  // the bridge may have come a moment ago
         file = {File::bridge, bridge_of(path)};
         const BridgeState *bridge = ports_.find(file.bridge);
         if (!bridge || bridge->device == 0) return -ENOENT;
@@ -171,17 +214,18 @@ int Kernel::add_pseudo(const std::string &name) {
     const int error = create_pseudo_device(name);
     if (error != 0 && error != EEXIST) return -error;
     const int prepared = prepare_pseudo_device(name, BridgeState{}.pseudo_mtu());
-    const auto links = list_links();
-    const Link *link = find_link(links, name);
-    if (prepared != 0 || !link) return prepared != 0 ? -prepared : -ENODEV;
-    pseudo_devices_[name] = link->index;
+    if (prepared != 0) return -prepared;
+    catch_up();
+    const Link *link = links_.find(name);
+    if (!link) return -ENODEV;
+    pseudo_devices_[link->index] = name;
     return -error;
 }
 
 int Kernel::delete_pseudo(const std::string &name) {
-    const auto known = pseudo_devices_.find(name);
+    const auto known = find_pseudo(name);
     if (known == pseudo_devices_.end()) return -ENODEV;
-    hold_pseudo(known->second);
+    hold_pseudo(known->first);
     const int error = delete_pseudo_device(name);
     if (error == 0 || error == ENODEV) pseudo_devices_.erase(known);
     return -error;
@@ -190,9 +234,9 @@ int Kernel::delete_pseudo(const std::string &name) {
 // Over an attachment of the same bridge the new one wins; another bridge's
 // pseudo device is refused.
 int Kernel::attach(int handle, BridgeState &bridge, const std::string &device) {
-    const auto known = pseudo_devices_.find(device);
+    const auto known = find_pseudo(device);
     if (known == pseudo_devices_.end()) return -ENODEV;
-    const int pseudo = known->second;
+    const int pseudo = known->first;
     for (const BridgeState &other : ports_.bridges())
         if (&other != &bridge && other.pseudo == pseudo) return -EBUSY;
     if (const int error = prepare_pseudo_device(device, bridge.pseudo_mtu())) return -error;
@@ -201,6 +245,11 @@ int Kernel::attach(int handle, BridgeState &bridge, const std::string &device) {
     ports_.direct(bridge, pseudo);
     bridge.holder = handle;
     return 0;
+}
+
+std::map<int, std::string>::iterator Kernel::find_pseudo(const std::string &name) {
+    return std::ranges::find_if(pseudo_devices_,
+                                [&](const auto &entry) { return entry.second == name; });
 }
 
 }  // namespace ia::node
@@ -234,6 +283,19 @@ int hold_frames(const char *bridge, std::uint32_t port) {
 
 int release_frames(const char *bridge, std::uint32_t port) {
     return node::Kernel::hold(bridge, port, false);
+}
+
+int bind_port(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side) {
+    return node::Kernel::bind(bridge, port, device, side);
+}
+
+int unbind_port(const char *bridge, std::uint32_t port) {
+    return node::Kernel::unbind(bridge, port);
+}
+
+int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
+                    std::uint32_t max_pdu) {
+    return node::Kernel::describe(bridge, device, stag_ethertype, max_pdu);
 }
 
 int check_bridge(const char *bridge) {

@@ -24,6 +24,7 @@
 #include <bpf/bpf_helpers.h>
 
 #define ETH_P_DISCOVERY 0x8863
+#define ETH_P_TAG 0x8100
 #define TAGS_READ 8             // tags looked behind
 #define TAGS_TAKEN 3            // tags that the engine reads
 #define FROM_ENGINE 0x70706F65  // packet mark between leave and guard
@@ -92,23 +93,29 @@ static __always_inline enum finding read_heading(struct __sk_buff *skb, struct h
     return heading->count > TAGS_TAKEN ? TOO_DEEP : DISCOVERY;
 }
 
+// Whether the engine reads every tag of the heading: the bridge's S-Tag or a
+// 0x8100 tag, and further 0x8100 tags; without an S-Tag two at most. It would
+// take what lies behind any other tag for no Discovery frame, and where VLAN 0
+// is not served it would pass it on as it is.
+static __always_inline int engine_reads(const struct heading *heading,
+                                        const struct filter_bridge *bridge) {
+    const __be16 plain = bpf_htons(ETH_P_TAG), service = bpf_htons(bridge->stag_ethertype);
+    __u32 most = TAGS_TAKEN;
+    if (heading->count > 0 && heading->tags[0].type != service) {
+        if (heading->tags[0].type != plain) return 0;
+        most--;
+    }
+    if (heading->count > 1 && heading->tags[1].type != plain) return 0;
+    if (heading->count > 2 && heading->tags[2].type != plain) return 0;
+    return heading->count <= most;
+}
+
 static __always_inline __u16 vlan_id(const struct tag *tag) {
     return bpf_ntohs(tag->control) & 0x0FFF;
 }
 
 static __always_inline __u32 slot_key(__u32 bridge, __u32 role, __u32 slot) {
     return (bridge * FILTER_ROLES + role) * FILTER_SLOTS + slot;
-}
-
-// Whether a port may bring in one more address.
-static __always_inline int newcomer_allowed(const struct filter_port *port, __u64 now) {
-    __u32 key = slot_key(port->bridge, port->role, port->slot);
-    __u64 *due = bpf_map_lookup_elem(&station_clocks, &key);
-    if (!due) return 0;
-    __u64 from = *due > now ? *due : now;
-    if (from - now >= STATION_BURST) return 0;
-    *due = from + STATION_PACE;
-    return 1;
 }
 
 // The port on which a station lives, or null when it is not known on `bridge`.
@@ -119,21 +126,55 @@ static __always_inline struct filter_port *find_port(const struct filter_place *
     return port && port->bridge == bridge ? port : 0;
 }
 
-static __always_inline void learn(const struct filter_station *station, __u32 device,
-                                  const struct filter_port *port, __u64 now) {
-    if (station->address[0] & 1) return;
-    struct filter_place *place = bpf_map_lookup_elem(&stations, station);
-    struct filter_port *owner = place ? find_port(place, now, port->bridge) : 0;
-    if (owner && place->device == device) {
-        if (now - place->seen > SECOND) place->seen = now;
+// The cell of a port's next new address; -1 when the port may not bring one in now.
+static __always_inline __s64 take_cell(const struct filter_port *port, __u64 now) {
+    __u32 key = slot_key(port->bridge, port->role, port->slot);
+    struct filter_newcomers *own = bpf_map_lookup_elem(&newcomers, &key);
+    if (!own) return -1;
+    const int subscriber = port->role == FILTER_SUBSCRIBER;
+    if (subscriber) {
+        __u64 from = own->due > now ? own->due : now;
+        if (from - now >= STATION_BURST) return -1;
+        own->due = from + STATION_PACE;
+    }
+    __u32 share = station_shares[subscriber ? FILTER_SUBSCRIBER : FILTER_NETWORK];
+    own->next = own->next + 1 < share ? own->next + 1 : 0;
+    __u32 first = subscriber ? FILTER_NETWORK_STATIONS : 0;
+    return first + (__u64)port->place * share + own->next;
+}
+
+// Forgets what the cell stood for and puts the station there. Only the thread that
+// sends for the bridge learns, so nobody else touches the port's cells.
+static __always_inline void settle(const struct filter_station *station, __u32 device, __u32 cell,
+                                   __u64 now) {
+    struct filter_station *accounted = bpf_map_lookup_elem(&cells, &cell);
+    if (!accounted) return;
+    struct filter_place *old = bpf_map_lookup_elem(&stations, accounted);
+    if (old && old->cell == cell) bpf_map_delete_elem(&stations, accounted);
+    *accounted = *station;
+    struct filter_place fresh = {.seen = now, .device = device, .cell = cell};
+    bpf_map_update_elem(&stations, station, &fresh, BPF_ANY);
+}
+
+// Of a frame that the engine has passed: what it drops teaches nothing.
+static __always_inline void learn(const __u8 *record, const struct filter_port *port) {
+    struct filter_arrival arrival;
+    struct filter_station station = {.bridge = port->bridge};
+    __builtin_memcpy(&arrival, record + RECORD_ARRIVAL, sizeof arrival);
+    __builtin_memcpy(station.address, record + RECORD_SOURCE, ETH_ALEN);
+    if (station.address[0] & 1) return;
+    station.vlan = record[RECORD_VLAN] << 8 | record[RECORD_VLAN + 1];
+    station.cvlan = record[RECORD_CVLAN] << 8 | record[RECORD_CVLAN + 1];
+    __u64 now = bpf_ktime_get_ns();
+    struct filter_place *place = bpf_map_lookup_elem(&stations, &station);
+    if (place && place->device == arrival.device) {
+        if (now > place->seen && now - place->seen > SECOND) place->seen = now;
         return;
     }
-    if (port->role == FILTER_SUBSCRIBER) {
-        if (owner && owner->role == FILTER_NETWORK) return;
-        if (!newcomer_allowed(port, now)) return;
-    }
-    struct filter_place fresh = {.seen = now, .device = device};
-    bpf_map_update_elem(&stations, station, &fresh, BPF_ANY);
+    struct filter_port *owner = place ? find_port(place, now, port->bridge) : 0;
+    if (owner && owner->role == FILTER_NETWORK && port->role == FILTER_SUBSCRIBER) return;
+    __s64 cell = take_cell(port, now);
+    if (cell >= 0) settle(&station, arrival.device, cell, now);
 }
 
 // Writes the name of the device that a frame for `station` leaves by; the
@@ -142,12 +183,11 @@ static __always_inline void learn(const struct filter_station *station, __u32 de
 // to subscriber.
 static __always_inline int choose_output(const struct filter_station *station, __u32 device,
                                          const struct filter_port *port,
-                                         const struct filter_bridge *bridge, __u64 now,
-                                         char *name) {
+                                         const struct filter_bridge *bridge, char *name) {
     __u32 other = port->role == FILTER_NETWORK ? FILTER_SUBSCRIBER : FILTER_NETWORK;
     struct filter_place *place =
         station->address[0] & 1 ? 0 : bpf_map_lookup_elem(&stations, station);
-    struct filter_port *output = place ? find_port(place, now, port->bridge) : 0;
+    struct filter_port *output = place ? find_port(place, bpf_ktime_get_ns(), port->bridge) : 0;
     if (output && place->device == device && port->role == FILTER_NETWORK) return 0;
     if (output && port->role == FILTER_SUBSCRIBER && output->role == FILTER_SUBSCRIBER) output = 0;
     if (!output && bridge->sole[other]) {
@@ -188,48 +228,48 @@ int pppoeia_enter(struct __sk_buff *skb) {
     struct heading heading = {};
     enum finding finding = read_heading(skb, &heading);
     if (finding == PLAIN) return TC_ACT_UNSPEC;
-    if (finding == TOO_DEEP) return drop(OUTCOME_REFUSED);
+    if (finding == TOO_DEEP) return drop(OUTCOME_TOO_DEEP);
 
     __u32 device = skb->ifindex;
     struct filter_port *port = bpf_map_lookup_elem(&ports, &device);
-    if (!port) return drop(OUTCOME_HELD);
+    if (!port) return drop(OUTCOME_NO_PORT);
     struct filter_bridge *bridge = bpf_map_lookup_elem(&bridges, &port->bridge);
     if (!bridge) return drop(OUTCOME_HELD);
     __u32 pseudo = bridge->pseudo;
     if (!pseudo) return drop(OUTCOME_HELD);
+    if (!engine_reads(&heading, bridge)) return drop(OUTCOME_FOREIGN_TAG);
 
     __u32 length = skb->len + (skb->vlan_present ? sizeof(struct tag) : 0);
-    if (length > bridge->frame_max) return drop(OUTCOME_REFUSED);
+    if (length > bridge->frame_max) return drop(OUTCOME_TOO_LONG);
 
     __u8 addresses[2 * ETH_ALEN];
-    if (bpf_skb_load_bytes(skb, 0, addresses, sizeof addresses)) return drop(OUTCOME_REFUSED);
+    if (bpf_skb_load_bytes(skb, 0, addresses, sizeof addresses)) return drop(OUTCOME_NO_ROOM);
     struct filter_station station = {
         .vlan = heading.count ? vlan_id(&heading.tags[0]) : 0,
         .cvlan = heading.count > 1 ? vlan_id(&heading.tags[1]) : RECORD_NO_CVLAN,
         .bridge = port->bridge,
     };
-    __u64 now = bpf_ktime_get_ns();
-    __builtin_memcpy(station.address, addresses + ETH_ALEN, ETH_ALEN);
-    learn(&station, device, port, now);
     __builtin_memcpy(station.address, addresses, ETH_ALEN);
 
     __u8 record[RECORD_SIZE] = {};
-    if (!choose_output(&station, device, port, bridge, now, (char *)record + RECORD_OUTPUT_DEVICE))
-        return drop(OUTCOME_REFUSED);
+    if (!choose_output(&station, device, port, bridge, (char *)record + RECORD_OUTPUT_DEVICE))
+        return drop(OUTCOME_AT_HOME);
     record[RECORD_VLAN] = station.vlan >> 8;
     record[RECORD_VLAN + 1] = (__u8)station.vlan;
     record[RECORD_CVLAN] = station.cvlan >> 8;
     record[RECORD_CVLAN + 1] = (__u8)station.cvlan;
     record[RECORD_MARK] = RECORD_MARK_ETHERTYPE >> 8;
     record[RECORD_MARK + 1] = RECORD_MARK_ETHERTYPE & 0xFF;
-    record[RECORD_ROLE] = (__u8)port->role;
+    struct filter_arrival arrival = {device, port->epoch, bridge->epoch};
+    __builtin_memcpy(record + RECORD_ARRIVAL, &arrival, sizeof arrival);
+    __builtin_memcpy(record + RECORD_SOURCE, addresses + ETH_ALEN, ETH_ALEN);
     __u32 total = RECORD_SIZE + length;
     __u16 input = (__u16)port->input;
     __builtin_memcpy(record + RECORD_TOTAL_LENGTH, &total, sizeof total);
     __builtin_memcpy(record + RECORD_INPUT_PORT, &input, sizeof input);
     __builtin_memcpy(record + RECORD_INPUT_DEVICE, port->name, FILTER_NAME_SIZE);
 
-    if (put_record(skb, &heading, record, addresses)) return drop(OUTCOME_REFUSED);
+    if (put_record(skb, &heading, record, addresses)) return drop(OUTCOME_NO_ROOM);
     tell(OUTCOME_HANDED);
     return bpf_redirect(pseudo, BPF_F_INGRESS);
 }
@@ -266,6 +306,31 @@ static long spread_one(__u32 index, struct spreading *spreading) {
     return 0;
 }
 
+// The port that a frame came in by, if that still is what it was then and its
+// bridge has not been held since. Whatever the engine's queue held meanwhile is
+// thus not passed on, and no frame bears the ID of another line.
+static __always_inline struct filter_port *port_of_arrival(const __u8 *record,
+                                                           const struct filter_bridge *bridge,
+                                                           __u32 number) {
+    struct filter_arrival arrival;
+    __u16 input;
+    __builtin_memcpy(&arrival, record + RECORD_ARRIVAL, sizeof arrival);
+    __builtin_memcpy(&input, record + RECORD_INPUT_PORT, sizeof input);
+    struct filter_port *port = bpf_map_lookup_elem(&ports, &arrival.device);
+    if (!port || port->bridge != number || port->epoch != arrival.port_epoch) return 0;
+    if (port->input != input) return 0;
+    return bridge->pseudo && bridge->epoch == arrival.bridge_epoch ? port : 0;
+}
+
+static __always_inline struct filter_output *output_of(const __u8 *record) {
+    char name[FILTER_NAME_SIZE] = {};
+    for (int i = 0; i < FILTER_NAME_SIZE - 1; i++) {
+        name[i] = (char)record[RECORD_OUTPUT_DEVICE + i];
+        if (!name[i]) break;
+    }
+    return bpf_map_lookup_elem(&outputs, name);
+}
+
 SEC("tc")
 int pppoeia_leave(struct __sk_buff *skb) {
     __u8 record[RECORD_SIZE];
@@ -275,23 +340,21 @@ int pppoeia_leave(struct __sk_buff *skb) {
         record[RECORD_MARK] != RECORD_MARK_ETHERTYPE >> 8 ||
         record[RECORD_MARK + 1] != (RECORD_MARK_ETHERTYPE & 0xFF))
         return drop(OUTCOME_BAD_RECORD);
+    struct filter_bridge *bridge = bpf_map_lookup_elem(&bridges, number);
+    if (!bridge) return drop(OUTCOME_BAD_RECORD);
+    struct filter_port *port = port_of_arrival(record, bridge, *number);
+    if (!port) return drop(OUTCOME_STALE);
+    struct filter_output *output = output_of(record);
+    if (!output || output->bridge != *number) return drop(OUTCOME_NO_OUTPUT);
+    if (strip_record(skb)) return drop(OUTCOME_BAD_RECORD);
 
-    char name[FILTER_NAME_SIZE] = {};
-    for (int i = 0; i < FILTER_NAME_SIZE - 1; i++) {
-        name[i] = (char)record[RECORD_OUTPUT_DEVICE + i];
-        if (!name[i]) break;
-    }
-    struct filter_output *output = bpf_map_lookup_elem(&outputs, name);
-    if (!output || output->bridge != *number || strip_record(skb)) return drop(OUTCOME_BAD_RECORD);
-
+    learn(record, port);
     skb->mark = FROM_ENGINE;
     if (output->role != FILTER_BRIDGE) {
         tell(OUTCOME_SENT);
         return bpf_redirect(output->device, 0);
     }
-    __u32 role = record[RECORD_ROLE] == FILTER_NETWORK ? FILTER_SUBSCRIBER : FILTER_NETWORK;
-    struct filter_bridge *bridge = bpf_map_lookup_elem(&bridges, number);
-    if (!bridge) return drop(OUTCOME_BAD_RECORD);
+    __u32 role = port->role == FILTER_NETWORK ? FILTER_SUBSCRIBER : FILTER_NETWORK;
     struct spreading spreading = {.skb = skb, .first = slot_key(*number, role, 0)};
     bpf_loop(bridge->slots[role], spread_one, &spreading, 0);
     tell(OUTCOME_SPREAD);

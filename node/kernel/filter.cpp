@@ -1,17 +1,14 @@
 #include "node/kernel/filter.h"
+#include "node/kernel/failure.h"
 
 #include "filter.skel.h"
-#include "node/kernel/links.h"
 #include "platform/kernel_modules.h"
 
 #include <bpf/bpf.h>
 #include <bpf/libbpf.h>
 #include <syslog.h>
-#include <unistd.h>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -20,7 +17,8 @@ static_assert(RECORD_SIZE == sizeof(kvbridge_frame_hdr));
 static_assert(RECORD_VLAN == offsetof(kvbridge_frame_hdr, vlan));
 static_assert(RECORD_CVLAN == offsetof(kvbridge_frame_hdr, cvlan));
 static_assert(RECORD_MARK >= offsetof(kvbridge_frame_hdr, kernel2));
-static_assert(RECORD_ROLE < offsetof(kvbridge_frame_hdr, total_length));
+static_assert(RECORD_ARRIVAL + sizeof(filter_arrival) <= RECORD_SOURCE);
+static_assert(RECORD_SOURCE + 6 <= offsetof(kvbridge_frame_hdr, total_length));
 static_assert(RECORD_TOTAL_LENGTH == offsetof(kvbridge_frame_hdr, total_length));
 static_assert(RECORD_INPUT_PORT == offsetof(kvbridge_frame_hdr, input_port));
 static_assert(RECORD_INPUT_DEVICE == offsetof(kvbridge_frame_hdr, input_device));
@@ -31,30 +29,15 @@ static_assert(int{RECORD_NO_CVLAN} == KVBRIDGE_NO_CVLAN);
 namespace ia::node {
 namespace {
 
-constexpr std::uint32_t filter_handle = 0x8863;
-constexpr std::uint32_t filter_priority = 1;  // before any other filter
 constexpr std::uint16_t usual_tag_types[] = {0x8100, 0x88A8, 0x9100, 0x9200, 0x9300};
 
-[[noreturn]] void fail(int error, const std::string &what) {
-    throw std::system_error(error, std::system_category(), what);
-}
-
-// libbpf also reports what is no fault here, as a qdisc that exists already.
+// Told only to those who look for it: a failure is also the caller's error.
 int note(libbpf_print_level level, const char *format, va_list arguments) {
     if (level == LIBBPF_WARN) vsyslog(LOG_DEBUG, format, arguments);
     return 0;
 }
 
-constexpr const char *program_name(Hook hook) {
-    switch (hook) {
-        case Hook::port_in: return "pppoeia_enter";
-        case Hook::port_out: return "pppoeia_guard";
-        case Hook::pseudo_out: return "pppoeia_leave";
-    }
-    return "";
-}
-
-const bpf_program *program(const filter_bpf &programs, Hook hook) {
+const bpf_program *program_of(const filter_bpf &programs, Hook hook) {
     switch (hook) {
         case Hook::port_in: return programs.progs.pppoeia_enter;
         case Hook::port_out: return programs.progs.pppoeia_guard;
@@ -63,43 +46,12 @@ const bpf_program *program(const filter_bpf &programs, Hook hook) {
     return nullptr;
 }
 
-bpf_tc_hook tc_hook(int device, int attach_point) {
-    bpf_tc_hook hook{};
-    hook.sz = sizeof hook;
-    hook.ifindex = device;
-    hook.attach_point = static_cast<bpf_tc_attach_point>(attach_point);
-    return hook;
-}
-
-bpf_tc_hook tc_hook(Hook hook, int device) {
-    return tc_hook(device, hook == Hook::port_in ? BPF_TC_INGRESS : BPF_TC_EGRESS);
-}
-
-bpf_tc_opts tc_place() {
-    bpf_tc_opts place{};
-    place.sz = sizeof place;
-    place.handle = filter_handle;
-    place.priority = filter_priority;
-    return place;
-}
-
-struct LoadedProgram {
-    std::uint32_t id = 0;  // 0: none there
-    std::string name;
-};
-
-LoadedProgram program_at(Hook hook, int device) {
-    const bpf_tc_hook where = tc_hook(hook, device);
-    bpf_tc_opts place = tc_place();
-    if (bpf_tc_query(&where, &place) != 0) return {};
-    const int descriptor = bpf_prog_get_fd_by_id(place.prog_id);
-    if (descriptor < 0) return {};
+std::uint32_t id_of(const bpf_program *program) {
     bpf_prog_info info{};
     std::uint32_t size = sizeof info;
-    const int result = bpf_obj_get_info_by_fd(descriptor, &info, &size);
-    close(descriptor);
-    if (result != 0) return {};
-    return {info.id, info.name};
+    if (bpf_obj_get_info_by_fd(bpf_program__fd(program), &info, &size) != 0)
+        fail(errno, "the pppoe filter");
+    return info.id;
 }
 
 // Map keys and values go by address and size.
@@ -135,52 +87,23 @@ Filter::Filter() {
     programs_.reset(filter_bpf::open_and_load());
     if (!programs_)
         fail(errno, "the pppoe filter cannot be loaded (needs eBPF and its capabilities)");
+    for (const Hook hook : {Hook::port_in, Hook::port_out, Hook::pseudo_out})
+        ids_.at(static_cast<std::size_t>(hook)) = id_of(program_of(*programs_, hook));
     for (const std::uint16_t type : usual_tag_types) set_tag_type(type);
 }
 
 Filter::~Filter() = default;
 
+Program Filter::program(Hook hook) const {
+    return {descriptor(hook), ids_.at(static_cast<std::size_t>(hook))};
+}
+
 Attachment Filter::attach(Hook hook, int device, const std::string &name) {
-    bpf_tc_hook qdisc = tc_hook(device, BPF_TC_INGRESS | BPF_TC_EGRESS);
-    const int created = bpf_tc_hook_create(&qdisc);
-    if (created != 0 && created != -EEXIST) fail(-created, name + ": clsact qdisc");
-    const bool taken_over = created == -EEXIST && attached_by_anyone(hook, device);
-
-    const bpf_tc_hook where = tc_hook(hook, device);
-    bpf_tc_opts place = tc_place();
-    place.prog_fd = bpf_program__fd(program(*programs_, hook));
-    place.flags = BPF_TC_F_REPLACE;
-    const int attached = bpf_tc_attach(&where, &place);
-    if (attached != 0) fail(-attached, name + ": pppoe filter");
-    return {created == 0, taken_over};
+    return places_.attach(hook, device, name, program(hook));
 }
 
-void Filter::detach(int device, bool with_qdisc) {
-    for (const Hook hook : {Hook::port_in, Hook::port_out, Hook::pseudo_out}) {
-        if (!attached_by_anyone(hook, device)) continue;
-        const bpf_tc_hook where = tc_hook(hook, device);
-        const bpf_tc_opts place = tc_place();
-        bpf_tc_detach(&where, &place);
-    }
-    try {
-        if (!with_qdisc || has_filters(device)) return;
-    } catch (const std::system_error &) {
-        return;  // the device is gone
-    }
-    bpf_tc_hook qdisc = tc_hook(device, BPF_TC_INGRESS | BPF_TC_EGRESS);
-    bpf_tc_hook_destroy(&qdisc);
-}
-
-bool Filter::attached(Hook hook, int device) const {
-    bpf_prog_info info{};
-    std::uint32_t size = sizeof info;
-    if (bpf_obj_get_info_by_fd(bpf_program__fd(program(*programs_, hook)), &info, &size) != 0)
-        return false;
-    return program_at(hook, device).id == info.id;
-}
-
-bool Filter::attached_by_anyone(Hook hook, int device) {
-    return program_at(hook, device).name == program_name(hook);
+bool Filter::attached(Hook hook, int device) {
+    return places_.attached(hook, device, program(hook));
 }
 
 void Filter::set_tag_type(std::uint16_t ethertype) {
@@ -218,7 +141,15 @@ void Filter::clear_output(const std::string &name) {
 void Filter::set_slot(const filter_port &port, int device) {
     const std::uint32_t key = (port.bridge * FILTER_ROLES + port.role) * FILTER_SLOTS + port.slot;
     store(programs_->maps.slots, key, index_key(device));
-    store(programs_->maps.station_clocks, key, std::uint64_t{0});
+    store(programs_->maps.newcomers, key, filter_newcomers{});
+}
+
+void Filter::set_station_share(std::uint32_t role, std::uint32_t cells) {
+    programs_->bss->station_shares[role] = cells;
+}
+
+int Filter::descriptor(Hook hook) const {
+    return bpf_program__fd(program_of(*programs_, hook));
 }
 
 std::array<std::uint64_t, OUTCOME_COUNT> Filter::outcomes() const {

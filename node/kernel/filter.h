@@ -2,6 +2,7 @@
 #pragma once
 
 #include "node/kernel/filter_maps.h"
+#include "node/kernel/places.h"
 
 #include <array>
 #include <cstdint>
@@ -11,18 +12,6 @@
 struct filter_bpf;
 
 namespace ia::node {
-
-// A place for a program: a direction of a device.
-enum class Hook {
-    port_in,     // a frame enters by a bridge port
-    port_out,    // a frame is about to leave by a bridge port
-    pseudo_out,  // the engine sends on the pseudo device
-};
-
-struct Attachment {
-    bool qdisc = false;       // the device's clsact qdisc was made for it
-    bool taken_over = false;  // it took the place of an earlier run's
-};
 
 // Owns the programs and maps. What is attached stays attached when this object
 // goes: frames are then held. Calls may come from any thread, one at a time;
@@ -36,15 +25,10 @@ public:
     // between them.
     Attachment attach(Hook hook, int device, const std::string &name);
 
-    // Takes the programs off; the qdisc too when `with_qdisc` and nobody else
-    // uses it. Silent when the device is gone.
-    static void detach(int device, bool with_qdisc);
+    // Whether the program is in place and the first to run.
+    bool attached(Hook hook, int device);
 
-    // Whether a program of this object is in place there.
-    bool attached(Hook hook, int device) const;
-
-    // Whether a program of ours, of this run or an earlier one, is in place.
-    static bool attached_by_anyone(Hook hook, int device);
+    Places &places() { return places_; }
 
     void set_tag_type(std::uint16_t ethertype);  // read as a VLAN tag from now on
 
@@ -57,6 +41,12 @@ public:
     void clear_output(const std::string &name);
     void set_slot(const filter_port &port, int device);  // 0 frees it
 
+    // How many learnt addresses each port of a role has room for. By place, the
+    // shares of all ports fit into the role's part of FILTER_STATIONS.
+    void set_station_share(std::uint32_t role, std::uint32_t cells);
+
+    int descriptor(Hook hook) const;  // of the program; this object's
+
     // Discovery frames since construction, by outcome.
     std::array<std::uint64_t, OUTCOME_COUNT> outcomes() const;
 
@@ -64,7 +54,11 @@ private:
     struct Unload {
         void operator()(filter_bpf *programs) const;
     };
+    Program program(Hook hook) const;
+
     std::unique_ptr<filter_bpf, Unload> programs_;
+    std::array<std::uint32_t, 3> ids_{};  // of the programs, by hook
+    Places places_;
 };
 
 }  // namespace ia::node

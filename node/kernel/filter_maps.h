@@ -10,19 +10,24 @@ enum {
     FILTER_SLOTS = 4096,      // ports of one bridge
     FILTER_NAME_SIZE = 16,    // as the kernel's device names
     FILTER_FRAME_MAX = 9728,  // largest Ethernet frame that is taken, bytes
-    FILTER_ADDRESSES = 65536,
+    FILTER_STATIONS = 65536,  // learnt addresses, of which so many may be the network's
+    FILTER_NETWORK_STATIONS = 1024,
 };
 
 // The frame record. The first six bytes are read as a destination address by
 // the pseudo device's receive path, bytes 12 and 13 as an EtherType: one of the
 // two meant for local experiments, so that nothing but a packet socket takes
 // the datagram. The same two bytes tell a record from other senders' frames.
+//
+// The engine passes the bytes between CVLAN and TOTAL_LENGTH back unchanged. They
+// say how the frame came in, whatever the engine makes of the rest.
 enum {
     RECORD_SIZE = 107,
     RECORD_VLAN = 4,
     RECORD_CVLAN = 6,
     RECORD_MARK = 12,
-    RECORD_ROLE = 16,  // filter_role of the input port
+    RECORD_ARRIVAL = 16,  // struct filter_arrival
+    RECORD_SOURCE = 28,   // the frame's source address as it came
     RECORD_TOTAL_LENGTH = 48,
     RECORD_INPUT_PORT = 52,
     RECORD_INPUT_DEVICE = 74,
@@ -39,10 +44,20 @@ enum filter_role {
     FILTER_BRIDGE = 2,  // the bridge device itself: stands for several ports
 };
 
+// An epoch changes with every hold of the bridge, and with every change of what
+// the port is to the agent. A frame of an earlier one is not passed on.
+struct filter_arrival {
+    __u32 device;  // interface index of the input port
+    __u32 port_epoch;
+    __u32 bridge_epoch;
+};
+
 // By bridge number.
 struct filter_bridge {
     __u32 pseudo;               // interface index of the pseudo device; 0: frames are held
+    __u32 epoch;                // new with every hold
     __u32 frame_max;            // bytes that pass the pseudo device beside the record
+    __u32 stag_ethertype;       // the outer tag that the engine reads beside 0x8100
     __u32 slots[FILTER_ROLES];  // one past the highest slot in use
     __u32 sole[FILTER_ROLES];   // the only port of a role; 0 when none or several
     char name[FILTER_NAME_SIZE];
@@ -54,6 +69,8 @@ struct filter_port {
     __u32 role;
     __u32 slot;   // place among the bridge's ports of the role
     __u32 input;  // the agent's port id
+    __u32 epoch;  // new whenever one of these changes
+    __u32 place;  // among all ports of the role, for its share of the stations
     char name[FILTER_NAME_SIZE];
 };
 
@@ -74,20 +91,38 @@ struct filter_station {
     __u16 bridge;
 };
 
+// Each address is accounted for in one cell, and each port has a share of the
+// cells of its own: its next new address takes the place of its own oldest one.
 struct filter_place {
     __u64 seen;  // ns of the monotonic clock
     __u32 device;
+    __u32 cell;
+};
+
+// By the same key as a slot.
+struct filter_newcomers {
+    __u64 due;   // when the port's next new address would be on time, ns
+    __u32 next;  // the cell of it, within the port's share
     __u32 reserved;
 };
 
 // What became of Discovery frames, counted by processor.
 enum filter_outcome {
-    OUTCOME_HANDED,      // to the engine
-    OUTCOME_HELD,        // no engine attached, or the port is not described
-    OUTCOME_REFUSED,     // too long, too many tags, nowhere to go
-    OUTCOME_UNMARKED,    // stopped at a port's exit: did not come from the engine
-    OUTCOME_SENT,        // from the engine to one port
-    OUTCOME_SPREAD,      // from the engine to several ports
-    OUTCOME_BAD_RECORD,  // from the engine, without a usable record
+    OUTCOME_HANDED,  // to the engine
+    OUTCOME_SENT,    // from the engine to one port
+    OUTCOME_SPREAD,  // from the engine to several ports
+    // Dropped before the engine:
+    OUTCOME_NO_PORT,      // the device is no described port, or the port is held
+    OUTCOME_HELD,         // the bridge is held, or no engine is attached to it
+    OUTCOME_TOO_DEEP,     // more VLAN tags than the engine reads
+    OUTCOME_FOREIGN_TAG,  // a VLAN tag that the engine does not read as one
+    OUTCOME_TOO_LONG,     // longer than the pseudo device takes
+    OUTCOME_AT_HOME,      // meant for a station on the network port that it came from
+    OUTCOME_NO_ROOM,      // no memory for the record
+    // Dropped behind the engine:
+    OUTCOME_BAD_RECORD,  // not a frame of this filter, or made unusable
+    OUTCOME_STALE,       // came in before a hold or a change of its port or bridge
+    OUTCOME_NO_OUTPUT,   // the output device is no port of the bridge, nor the bridge
+    OUTCOME_UNMARKED,    // at a port's exit: did not come from the engine
     OUTCOME_COUNT,
 };

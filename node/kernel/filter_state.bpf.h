@@ -1,5 +1,5 @@
 // The maps of the filter programs. Their owner in user space writes all but the
-// stations, the clocks and the counts.
+// stations, their cells, the newcomers and the counts.
 #pragma once
 
 #include "node/kernel/filter_maps.h"
@@ -51,20 +51,32 @@ struct {
     __type(value, __u32);
 } slots SEC(".maps");
 
-// By the same key: when the port's next new address would be on time.
+// By the same key.
 struct {
     __uint(type, BPF_MAP_TYPE_ARRAY);
     __uint(max_entries, FILTER_BRIDGES *FILTER_ROLES *FILTER_SLOTS);
     __type(key, __u32);
-    __type(value, __u64);
-} station_clocks SEC(".maps");
+    __type(value, struct filter_newcomers);
+} newcomers SEC(".maps");
 
+// Never full: there are as many cells.
 struct {
-    __uint(type, BPF_MAP_TYPE_LRU_HASH);
-    __uint(max_entries, FILTER_ADDRESSES);
+    __uint(type, BPF_MAP_TYPE_HASH);
+    __uint(max_entries, FILTER_STATIONS);
     __type(key, struct filter_station);
     __type(value, struct filter_place);
 } stations SEC(".maps");
+
+// The station that a cell accounts for, unless that has moved to another cell.
+struct {
+    __uint(type, BPF_MAP_TYPE_ARRAY);
+    __uint(max_entries, FILTER_STATIONS);
+    __type(key, __u32);
+    __type(value, struct filter_station);
+} cells SEC(".maps");
+
+// Cells of a port, by role. The owner makes them fewer when the ports become more.
+__u32 station_shares[FILTER_ROLES];
 
 struct {
     __uint(type, BPF_MAP_TYPE_PERCPU_ARRAY);

@@ -2,11 +2,10 @@
 
 #include "node/kernel/pseudo_device.h"
 
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <syslog.h>
-#include <unistd.h>
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <stdexcept>
 #include <system_error>
@@ -14,9 +13,7 @@
 namespace ia::node {
 namespace {
 
-[[noreturn]] void fail(const char *what) {
-    throw std::system_error(errno, std::system_category(), what);
-}
+constexpr std::uint16_t usual_tags[] = {0x8100, 0x88A8, 0x9100, 0x9200, 0x9300};
 
 std::string joined(const std::vector<std::string> &lines) {
     std::string text;
@@ -24,55 +21,43 @@ std::string joined(const std::vector<std::string> &lines) {
     return text;
 }
 
-}  // namespace
-
-Kernel::Claim::Claim() : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    if (!socket_) fail("socket");
-    static constexpr char name[] = "pppoeia-kernel";
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, name, sizeof name - 1);
-    const auto *generic = static_cast<const sockaddr *>(static_cast<const void *>(&address));
-    if (bind(socket_.get(), generic, offsetof(sockaddr_un, sun_path) + sizeof name) == 0) return;
-    if (errno == EADDRINUSE)
-        throw std::runtime_error("another forwarding engine runs on this machine");
-    fail("socket");
+std::optional<Barrier> make_barrier() {
+    try {
+        return std::optional<Barrier>(std::in_place);
+    } catch (const std::system_error &error) {
+        syslog(LOG_WARNING, "no netfilter here, the filter at the ports stands alone: %s",
+               error.what());
+        return std::nullopt;
+    }
 }
 
-Kernel::Kernel(const Description &description) {
+}  // namespace
+
+Kernel::Kernel(const Description &description) : barrier_(make_barrier()) {
     ports_.describe(description);
-    try {
-        const auto links = list_links();
-        if (const auto errors = ports_.reconcile(links, false); !errors.empty())
-            throw std::runtime_error(joined(errors));
-        take_over(links);
-        watcher_ = std::thread(&Kernel::watch, this);
-    } catch (...) {
-        ports_.release(Ports::Release::new_ones);
-        throw;
-    }
+    links_.replace(list_links());
+    raise_barrier();
+    if (const auto errors = ports_.follow_all(false); !errors.empty())
+        throw std::runtime_error(joined(errors));
+    take_over();
+    watcher_ = std::thread(&Kernel::watch, this);
     enlist();
 }
 
+// The hold stays.
 Kernel::~Kernel() {
     delist();
     events_.stop();
     watcher_.join();
-    for (const auto &[name, device] : pseudo_devices_) {
-        hold_pseudo(device);
-        if (const int error = delete_pseudo_device(name); error != 0 && error != ENODEV) {
-            syslog(LOG_ERR, "%s: pseudo device not deleted: %s", name.c_str(), strerror(error));
-            Filter::detach(device, true);
-        }
-    }
-    ports_.release(Ports::Release::all);
 }
 
 void Kernel::update(const Description &description) {
     const std::lock_guard guard(lock_);
+    catch_up();
     ports_.describe(description);
-    const auto errors = ports_.reconcile(list_links(), false);
-    if (!errors.empty()) throw std::runtime_error(joined(errors));
+    raise_barrier();
+    if (const auto errors = ports_.follow_all(false); !errors.empty())
+        throw std::runtime_error(joined(errors));
 }
 
 std::vector<PortStatus> Kernel::ports() const {
@@ -84,17 +69,18 @@ std::array<std::uint64_t, OUTCOME_COUNT> Kernel::outcomes() const {
     return filter_.outcomes();
 }
 
-// What a killed process left: pseudo devices wait for their bridge, programs on
+// What an earlier engine left: pseudo devices wait for their bridge, programs on
 // devices that are no ports any more go.
-void Kernel::take_over(const std::vector<Link> &links) {
-    for (const Link &link : links) {
-        if (link.is_tap() && Filter::attached_by_anyone(Hook::pseudo_out, link.index)) {
-            pseudo_devices_[link.name] = link.index;
-        } else if (!ports_.carries(link.index) &&
-                   (Filter::attached_by_anyone(Hook::port_in, link.index) ||
-                    Filter::attached_by_anyone(Hook::port_out, link.index))) {
-            Filter::detach(link.index, true);
-        }
+void Kernel::take_over() {
+    for (const int device : filter_.places().devices()) {
+        const Link *link = links_.find(device);
+        if (!link) continue;
+        if (link->is_tap() && filter_.places().attached_by_anyone(Hook::pseudo_out, device))
+            pseudo_devices_[device] = link->name;
+        else if (!ports_.carries(device) &&
+                 (filter_.places().attached_by_anyone(Hook::port_in, device) ||
+                  filter_.places().attached_by_anyone(Hook::port_out, device)))
+            filter_.places().detach(device, true);
     }
 }
 
@@ -103,56 +89,145 @@ void Kernel::hold_pseudo(int device) {
         if (bridge.pseudo == device) ports_.direct(bridge, 0);
 }
 
-// Says what is wrong, once, until something else is. Whether nothing is.
-bool Kernel::tell(const std::string &trouble) {
-    if (trouble != trouble_ && !trouble.empty()) syslog(LOG_ERR, "%s", trouble.c_str());
-    trouble_ = trouble;
-    return trouble.empty();
+// Closes the described bridges, wherever that differs from before.
+void Kernel::raise_barrier() {
+    if (!barrier_) return;
+    Barrier::Rules rules;
+    std::set<int> ours;
+    for (const std::uint16_t type : usual_tags) rules.tag_types.insert(type);
+    for (const BridgeState &bridge : ports_.bridges()) {
+        rules.bridges.insert(device_of(bridge.description));
+        rules.tag_types.insert(bridge.description.stag_ethertype);
+        if (const Link *link = links_.find(device_of(bridge.description))) ours.insert(link->index);
+    }
+    if (!barrier_->knows_bridges()) {
+        for (const auto &[index, link] : links_.all()) {
+            const Link *master = link.master == 0 ? nullptr : links_.find(link.master);
+            if (master && master->is_bridge() && !ours.contains(master->index))
+                rules.open_ports.insert(static_cast<std::uint32_t>(index));
+        }
+    }
+    if (rules == rules_) return;
+    const bool knew = barrier_->knows_bridges();
+    try {
+        barrier_->put(rules);
+        rules_ = rules;
+    } catch (const std::system_error &error) {
+        if (error.code().value() != EOPNOTSUPP && error.code().value() != ENOENT) throw;
+        syslog(LOG_WARNING, "no netfilter for bridges, the filter at the ports stands alone: %s",
+               error.what());
+        barrier_.reset();
+        return;
+    }
+    if (!knew || barrier_->knows_bridges()) return;
+    syslog(LOG_NOTICE,
+           "the kernel does not tell bridges apart (nft_meta_bridge is missing): new "
+           "ports of other bridges are closed to Discovery until they are seen");
+    raise_barrier();
 }
 
-// Looks at the devices anew. With the lock held. False when not all could be
-// put in order.
-bool Kernel::follow(bool verify) {
-    const auto links = list_links();
-    const bool in_order = tell(joined(ports_.reconcile(links, verify)));
-    check_pseudo_devices(links, verify);
-    return in_order;
+// Says what is wrong, once, until something else is.
+void Kernel::tell(const std::vector<std::string> &errors) {
+    const std::string trouble = joined(errors);
+    if (trouble != trouble_ && !trouble.empty()) syslog(LOG_ERR, "%s", trouble.c_str());
+    trouble_ = trouble;
+    if (in_order_ && !trouble.empty()) events_.wake();  // the watcher waits for longer
+    in_order_ = trouble.empty();
 }
 
 // A pseudo device that somebody deletes takes the engine's socket with it; its
-// bridge holds until the engine adds the bridge anew.
-void Kernel::check_pseudo_devices(const std::vector<Link> &links, bool verify) {
-    for (auto at = pseudo_devices_.begin(); at != pseudo_devices_.end();) {
-        const auto &[name, device] = *at;
-        if (!find_link(links, device)) {
-            syslog(LOG_ERR, "%s: pseudo device is gone, its bridge holds", name.c_str());
-            hold_pseudo(device);
-            at = pseudo_devices_.erase(at);
-            continue;
+// bridge holds until the engine adds the bridge anew. One that is set down
+// swallows every frame; it is set up again while it serves a bridge.
+void Kernel::follow_pseudo(int device) {
+    const auto known = pseudo_devices_.find(device);
+    if (known == pseudo_devices_.end()) return;
+    const Link *link = links_.find(device);
+    if (!link) {
+        syslog(LOG_ERR, "%s: pseudo device is gone, its bridge holds", known->second.c_str());
+        hold_pseudo(device);
+        pseudo_devices_.erase(known);
+        return;
+    }
+    known->second = link->name;
+    const bool serves = std::ranges::any_of(
+        ports_.bridges(), [&](const BridgeState &bridge) { return bridge.pseudo == device; });
+    if (link->up || !serves) return;
+    syslog(LOG_ERR, "%s: pseudo device was set down, it is set up again", link->name.c_str());
+    if (const int error = set_device_up(device); error != 0 && error != ENODEV)
+        throw std::system_error(error, std::system_category(), link->name);
+}
+
+void Kernel::check_pseudo_devices(bool verify) {
+    std::vector<int> devices;
+    for (const auto &[device, name] : pseudo_devices_) devices.push_back(device);
+    for (const int device : devices) {
+        follow_pseudo(device);
+        if (verify && pseudo_devices_.contains(device) &&
+            !filter_.attached(Hook::pseudo_out, device))
+            filter_.attach(Hook::pseudo_out, device, pseudo_devices_.at(device));
+    }
+}
+
+void Kernel::look_at_all() {
+    links_.replace(list_links());
+    auto errors = ports_.follow_all(true);
+    check_pseudo_devices(true);
+    raise_barrier();
+    tell(errors);
+}
+
+void Kernel::follow(const LinkEvents::Change &change, std::vector<std::string> &errors) {
+    const auto attempt = [&](auto act) {
+        try {
+            act();
+        } catch (const std::system_error &error) {
+            if (error.code().value() != ENODEV) errors.emplace_back(error.what());
         }
-        if (verify && !filter_.attached(Hook::pseudo_out, device))
-            filter_.attach(Hook::pseudo_out, device, name);
-        ++at;
+    };
+    for (const LinkNotice &notice : change.links) {
+        links_.apply(notice);
+        attempt([&] { ports_.follow(notice.link.index); });
+        attempt([&] { follow_pseudo(notice.link.index); });
     }
+    for (const int device : std::set(change.filters.begin(), change.filters.end())) {
+        attempt([&] { ports_.verify(device); });
+        const auto pseudo = pseudo_devices_.find(device);
+        if (pseudo == pseudo_devices_.end()) continue;
+        attempt([&] {
+            if (!filter_.attached(Hook::pseudo_out, device))
+                filter_.attach(Hook::pseudo_out, device, pseudo->second);
+        });
+    }
+    if (barrier_ && !barrier_->knows_bridges() && !change.links.empty())
+        attempt([&] { raise_barrier(); });
 }
 
-bool Kernel::follow_notice(bool verify) {
-    const std::lock_guard guard(lock_);
-    try {
-        return follow(verify);
-    } catch (const std::exception &error) {
-        return tell(std::string("bridge ports: ") + error.what());
-    }
+// Takes the notices there are, with the lock held.
+void Kernel::catch_up() {
+    const LinkEvents::Change change = events_.take();
+    if (change.lost) return look_at_all();
+    if (change.links.empty() && change.filters.empty()) return;
+    std::vector<std::string> errors;
+    follow(change, errors);
+    if (in_order_ || !errors.empty()) tell(errors);  // it is the look at all that clears
 }
 
-// What could not be done, for want of descriptors say, is tried again: there may
-// be no other notice of it.
+// What could not be done, for want of memory say, is tried again: there may be no
+// other notice of it.
 void Kernel::watch() {
     using namespace std::chrono_literals;
     bool in_order = true;
-    while (const auto change = in_order ? events_.wait() : events_.wait(1s)) {
-        if (!in_order || change->links || change->filters)
-            in_order = follow_notice(!in_order || change->filters);
+    while (events_.wait(in_order ? std::nullopt : std::optional(1000ms))) {
+        const std::lock_guard guard(lock_);
+        try {
+            if (in_order_)
+                catch_up();
+            else
+                look_at_all();
+        } catch (const std::exception &error) {
+            tell({std::string("bridge ports: ") + error.what()});
+        }
+        in_order = in_order_;
     }
 }
 

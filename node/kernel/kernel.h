@@ -2,15 +2,17 @@
 // "pppoe" filter of the Linux bridges, behind the control requests of
 // platform/kernel_modules.h.
 //
-// From construction to destruction no Discovery frame passes a described bridge
-// but through the engine: frames are held, which is to say dropped, until the
-// filter is attached, and again when the bridge's control file is closed. A
-// killed process leaves the programs in place and with them the hold; the next
-// one takes all of it over. Only destruction takes everything away.
+// From construction on no Discovery frame passes a described bridge but through
+// the engine: frames are held, which is to say dropped, until the filter is
+// attached, and again when the bridge's control file is closed. The hold outlives
+// the process: one that ends, however it ends, leaves its programs and netfilter
+// rules in place, and the next one takes all of it over. Only release_node() makes
+// plain bridges again.
 #pragma once
 
 #include "node/description/description.h"
-#include "node/descriptor.h"
+#include "node/kernel/barrier.h"
+#include "node/kernel/engine_lock.h"
 #include "node/kernel/filter.h"
 #include "node/kernel/links.h"
 #include "node/kernel/ports.h"
@@ -30,7 +32,8 @@ namespace ia::node {
 class Kernel {
 public:
     // Throws std::system_error or std::runtime_error, naming the device or the
-    // place in the description, when the filter cannot be put in place.
+    // place in the description, when the filter cannot be put in place. Then too,
+    // what is in place holds.
     explicit Kernel(const Description &description);
     ~Kernel();
     Kernel(const Kernel &) = delete;
@@ -57,6 +60,12 @@ public:
     // (platform/frame_hold.h).
     static int hold(const char *bridge, std::uint32_t port, bool on);
 
+    // A bridge's ports and the bridge itself (platform/frame_hold.h).
+    static int bind(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side);
+    static int unbind(const char *bridge, std::uint32_t port);
+    static int describe(const char *bridge, const char *device, std::uint16_t stag_ethertype,
+                        std::uint32_t max_pdu);
+
     // Whether a bridge's frames come to the engine (platform/frame_hold.h).
     static int check(const char *name);
 
@@ -75,35 +84,43 @@ private:
     int delete_pseudo(const std::string &name);
     int attach(int handle, BridgeState &bridge, const std::string &device);
 
+    // Changes the bridges or their ports, and tells the caller of a failure.
+    template <class Change>
+    static int change(Change change);
+
     void enlist();
     void delist();
-    bool follow(bool verify);
-    bool follow_notice(bool verify);
-    bool tell(const std::string &trouble);
-    void check_pseudo_devices(const std::vector<Link> &links, bool verify);
-    void take_over(const std::vector<Link> &links);
+    std::map<int, std::string>::iterator find_pseudo(const std::string &name);
+
+    void catch_up();
+    void look_at_all();
+    void follow(const LinkEvents::Change &change, std::vector<std::string> &errors);
+    void follow_pseudo(int device);
+    void check_pseudo_devices(bool verify);
+    void raise_barrier();
+    void tell(const std::vector<std::string> &errors);
+    void take_over();
     void hold_pseudo(int device);
     void watch();
 
-    // An abstract address: seen in this network namespace alone, and gone with
-    // the process however it ends.
-    class Claim {
-    public:
-        Claim();
-
-    private:
-        Descriptor socket_;
-    };
-
-    Claim claim_;
+    EngineLock claim_;
     LinkEvents events_;
     mutable std::mutex lock_;  // guards all below; the watcher takes it too
+    Links links_;
     Filter filter_;
-    Ports ports_{filter_};
-    std::map<std::string, int> pseudo_devices_;  // interface indexes
+    Ports ports_{filter_, links_};
+    std::optional<Barrier> barrier_;             // none where the kernel has no netfilter
+    Barrier::Rules rules_;                       // in force
+    std::map<int, std::string> pseudo_devices_;  // by interface index
     std::map<int, Handle> handles_;
-    std::string trouble_;  // with the ports or devices, as last told
+    std::string trouble_;   // with the ports or devices, as last told
+    bool in_order_ = true;  // otherwise all is looked at again soon
     std::thread watcher_;
 };
+
+// Takes away all that engines have left on this machine: programs, their clsact
+// qdiscs where nothing else hangs there, pseudo devices, netfilter rules. Returns
+// a line for each. Throws std::runtime_error while an engine runs.
+std::vector<std::string> release_node();
 
 }  // namespace ia::node

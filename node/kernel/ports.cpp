@@ -9,13 +9,16 @@
 namespace ia::node {
 namespace {
 
-constexpr std::uint32_t full_frame = ETHER_HDR_LEN + 3 * 4 + ETHERMTU;
+constexpr std::uint32_t heading_max = ETHER_HDR_LEN + 3 * 4;  // with the tags that the engine reads
 constexpr std::uint16_t lowest_ethertype = 0x0600;
 constexpr std::uint16_t ethertype_discovery = 0x8863;
 
-// Types that stand in a bridge. One of the others may still be put into it.
-bool is_bridged(InterfaceType type) {
-    return type != InterfaceType::mng && type != InterfaceType::olt && type != InterfaceType::onu;
+// Null for a bridge that the filter can serve.
+const char *fault_of(const Bridge &bridge) {
+    if (bridge.max_pdu > FILTER_FRAME_MAX) return "max_pdu is above 9728";
+    if (bridge.stag_ethertype < lowest_ethertype || bridge.stag_ethertype == ethertype_discovery)
+        return "stag_ethertype is not that of a VLAN tag";
+    return nullptr;
 }
 
 void check(const Description &description) {
@@ -23,19 +26,15 @@ void check(const Description &description) {
         throw std::runtime_error(description.file + ": " + place + ": " + why);
     };
     if (description.bridges.size() > FILTER_BRIDGES) refuse("bridges", "more than 16");
-    for (const Bridge &bridge : description.bridges) {
-        if (bridge.max_pdu > FILTER_FRAME_MAX) refuse(bridge.name, "max_pdu is above 9728");
-        if (bridge.stag_ethertype < lowest_ethertype ||
-            bridge.stag_ethertype == ethertype_discovery)
-            refuse(bridge.name, "stag_ethertype is not that of a VLAN tag");
-    }
+    for (const Bridge &bridge : description.bridges)
+        if (const char *fault = fault_of(bridge)) refuse(bridge.name, fault);
     for (const Interface &interface : description.interfaces)
         if (interface.id == 0 || interface.id > UINT16_MAX)
             refuse(interface.name, "id is not between 1 and 65535");
 }
 
 std::uint32_t role_of(const Interface &interface) {
-    return faces_network(interface.type) ? FILTER_NETWORK : FILTER_SUBSCRIBER;
+    return facts_of(interface.type).faces_network ? FILTER_NETWORK : FILTER_SUBSCRIBER;
 }
 
 template <std::size_t size>
@@ -48,21 +47,23 @@ bool same(const filter_port &a, const filter_port &b) {
            std::equal(a.name, a.name + sizeof a.name, b.name);
 }
 
-std::uint32_t lowest_free(const std::set<std::uint32_t> &used) {
+// Of a set of numbers, or a map from them.
+template <class Used>
+std::uint32_t lowest_free(const Used &used) {
     std::uint32_t free = 0;
-    for (const std::uint32_t slot : used) {
-        if (slot != free) break;
-        ++free;
-    }
+    while (used.contains(free)) ++free;
     return free;
 }
 
 }  // namespace
 
+const std::string &device_of(const Bridge &bridge) {
+    return bridge.device.empty() ? bridge.name : bridge.device;
+}
+
 std::uint32_t BridgeState::frame_max() const {
-    const auto of_device = static_cast<std::uint32_t>(ETHER_HDR_LEN + mtu);
-    return std::min<std::uint32_t>(std::max({full_frame, of_device, description.max_pdu}),
-                                   FILTER_FRAME_MAX);
+    const auto full_frame = heading_max + static_cast<std::uint32_t>(std::max(mtu, ETHERMTU));
+    return std::min<std::uint32_t>(std::max(full_frame, description.max_pdu), FILTER_FRAME_MAX);
 }
 
 int BridgeState::pseudo_mtu() const {
@@ -71,37 +72,76 @@ int BridgeState::pseudo_mtu() const {
 
 void Ports::describe(const Description &description) {
     check(description);
-    interfaces_.clear();
-    for (Interface interface : description.interfaces) {
+    awaited_.clear();
+    if (!bound_) bindings_.clear();
+    for (const Interface &interface : description.interfaces) {
         if (interface.device.empty()) continue;
-        if (interface.bridge.empty() && !description.bridges.empty())
-            interface.bridge = description.bridges.front().name;
-        interfaces_.emplace(interface.device, std::move(interface));
+        if (facts_of(interface.type).stands_in_bridge) awaited_.insert(interface.device);
+        const std::string bridge = interface.bridge.empty() && !description.bridges.empty()
+                                       ? description.bridges.front().name
+                                       : interface.bridge;
+        if (!bound_)
+            bindings_.emplace(interface.device, Binding{bridge, interface.id, role_of(interface)});
     }
 
-    const auto described = [&](const BridgeState &state) {
-        return std::any_of(
-            description.bridges.begin(), description.bridges.end(),
-            [&](const Bridge &bridge) { return bridge.name == state.description.name; });
-    };
-    for (BridgeState &state : bridges_)
-        if (!described(state)) withdraw_bridge(state);
-    std::erase_if(bridges_, [&](const BridgeState &state) { return !described(state); });
+    std::set<std::string> gone;
+    for (const BridgeState &state : bridges_) gone.insert(state.description.name);
+    for (const Bridge &bridge : description.bridges) gone.erase(bridge.name);
+    for (const std::string &name : gone) forget(name);
+    for (const Bridge &bridge : description.bridges) add_bridge(bridge);
+}
 
+void Ports::describe(const Bridge &bridge) {
+    if (const char *fault = fault_of(bridge))
+        throw std::system_error(EINVAL, std::system_category(), bridge.name + ": " + fault);
+    if (!find(bridge.name) && bridges_.size() == FILTER_BRIDGES)
+        throw std::system_error(ENOSPC, std::system_category(), bridge.name);
+    add_bridge(bridge);
+}
+
+void Ports::add_bridge(const Bridge &bridge) {
+    filter_.set_tag_type(bridge.stag_ethertype);
+    if (BridgeState *state = find(bridge.name)) {
+        state->description = bridge;
+        return;
+    }
     std::set<std::uint32_t> numbers;
     for (const BridgeState &state : bridges_) numbers.insert(state.number);
-    for (const Bridge &bridge : description.bridges) {
-        filter_.set_tag_type(bridge.stag_ethertype);
-        if (BridgeState *state = find(bridge.name)) {
-            state->description = bridge;
-            continue;
-        }
-        BridgeState state;
-        state.description = bridge;
-        state.number = lowest_free(numbers);
-        numbers.insert(state.number);
-        bridges_.push_back(std::move(state));
+    BridgeState state;
+    state.description = bridge;
+    state.number = lowest_free(numbers);
+    bridges_.push_back(std::move(state));
+}
+
+void Ports::forget(const std::string &bridge) {
+    BridgeState *const state = find(bridge);
+    if (!state) return;
+    withdraw_bridge(*state);
+    bridges_.erase(bridges_.begin() + (state - bridges_.data()));
+}
+
+void Ports::bind(const std::string &bridge, std::uint32_t port, const std::string &device,
+                 std::uint32_t role) {
+    unbind(bridge, port);
+    bindings_[device] = {bridge, port, role};
+    awaited_.insert(device);
+    follow(device);
+}
+
+void Ports::unbind(const std::string &bridge, std::uint32_t port) {
+    if (!bound_) {
+        bound_ = true;
+        bindings_.clear();
+        follow_all(false);
     }
+    const auto found = std::find_if(bindings_.begin(), bindings_.end(), [&](const auto &entry) {
+        return entry.second.bridge == bridge && entry.second.port == port;
+    });
+    if (found == bindings_.end()) return;
+    const std::string device = found->first;
+    awaited_.erase(device);
+    bindings_.erase(found);
+    follow(device);
 }
 
 BridgeState *Ports::find(const std::string &name) {
@@ -119,15 +159,26 @@ void Ports::direct(BridgeState &bridge, int pseudo) {
     if (old != 0 && old != pseudo) filter_.clear_pseudo(old);
 }
 
-void Ports::hold(const std::string &bridge, std::uint32_t port, bool on,
-                 const std::vector<Link> &links) {
+void Ports::hold(const std::string &bridge, std::uint32_t port, bool on) {
+    auto &held = holds_[bridge];
+    const std::set<std::uint32_t> touched = port == 0 ? held : std::set{port};
     if (on)
-        holds_[bridge].insert(port);
+        held.insert(port);
     else if (port == 0)
-        holds_.erase(bridge);
+        held.clear();
     else
-        holds_[bridge].erase(port);
-    reconcile(links, false);
+        held.erase(port);
+    if (held.empty()) holds_.erase(bridge);
+    for (const std::uint32_t each : touched)
+        for (const std::string &device : devices_of(bridge, each)) follow(device);
+    if (BridgeState *state = port == 0 ? find(bridge) : nullptr) store_bridge(*state);
+}
+
+std::vector<std::string> Ports::devices_of(const std::string &bridge, std::uint32_t port) const {
+    std::vector<std::string> devices;
+    for (const auto &[device, binding] : bindings_)
+        if (binding.bridge == bridge && binding.port == port) devices.push_back(device);
+    return devices;
 }
 
 bool Ports::is_held(const std::string &bridge, std::uint32_t port) const {
@@ -135,41 +186,88 @@ bool Ports::is_held(const std::string &bridge, std::uint32_t port) const {
     return held != holds_.end() && held->second.contains(port);
 }
 
+bool Ports::is_agent_bridge(const Link &link) const {
+    return std::any_of(bridges_.begin(), bridges_.end(), [&](const BridgeState &state) {
+        return state.device == link.index || device_of(state.description) == link.name;
+    });
+}
+
 std::optional<Ports::Wish> Ports::wish(const Link &link) {
-    const auto found = interfaces_.find(link.name);
-    const Interface *interface = found == interfaces_.end() ? nullptr : &found->second;
     if (link.master == 0) {
-        if (interface && is_bridged(interface->type) && !find(link.name)) return Wish{};
+        if (awaited_.contains(link.name) && !is_agent_bridge(link)) return Wish{};
         return std::nullopt;
     }
+    const auto found = bindings_.find(link.name);
+    const Binding *binding = found == bindings_.end() ? nullptr : &found->second;
     for (BridgeState &bridge : bridges_) {
         if (bridge.device != link.master) continue;
-        if (!interface || interface->bridge != bridge.description.name || !link.forwarding ||
-            is_held(interface->bridge, interface->id))
+        if (!binding || binding->bridge != bridge.description.name || !link.forwarding ||
+            is_held(binding->bridge, binding->port))
             return Wish{};
-        return Wish{&bridge, interface};
+        return Wish{&bridge, binding};
     }
     return std::nullopt;
 }
 
-std::vector<std::string> Ports::reconcile(const std::vector<Link> &links, bool verify) {
-    locate_bridges(links);
-    drop_unwanted(links);
+std::vector<std::string> Ports::follow_all(bool verify) {
+    locate_bridges();
+    drop_unwanted();
     std::vector<std::string> errors;
-    for (const Link &link : links) {
+    for (const auto &[index, link] : links_.all()) {
         try {
             secure(link, verify);
         } catch (const std::system_error &error) {
             if (error.code().value() != ENODEV) errors.emplace_back(error.what());
         }
     }
-    for (const BridgeState &bridge : bridges_) store_bridge(bridge);
+    for (BridgeState &bridge : bridges_) store_bridge(bridge);
     return errors;
 }
 
-void Ports::locate_bridges(const std::vector<Link> &links) {
+void Ports::follow(const std::string &device) {
+    if (const Link *link = links_.find(device)) follow(link->index);
+}
+
+void Ports::follow(int device) {
+    const Link *link = links_.find(device);
+    const bool was_bridge =
+        std::any_of(bridges_.begin(), bridges_.end(),
+                    [&](const BridgeState &state) { return state.device == device; });
+    if (was_bridge || (link && is_agent_bridge(*link))) {
+        const auto errors = follow_all(false);
+        if (!errors.empty()) throw std::system_error(EIO, std::system_category(), errors.front());
+        return;
+    }
+    const auto known = ports_.find(device);
+    const std::optional<filter_port> before =
+        known == ports_.end() ? std::nullopt : known->second.known;
+    if (!link || !wish(*link)) {
+        drop(device);
+    } else {
+        // Its old name may by now be another port's.
+        if (known != ports_.end() && link->name != known->second.name)
+            withdraw(device, known->second);
+        secure(*link, false);
+    }
+    const auto now = ports_.find(device);
+    if (before) store_bridge(before->bridge);
+    if (now != ports_.end() && now->second.known &&
+        !(before && before->bridge == now->second.known->bridge))
+        store_bridge(now->second.known->bridge);
+}
+
+void Ports::verify(int device) {
+    if (const Link *link = links_.find(device)) secure(*link, true);
+}
+
+void Ports::store_bridge(std::uint32_t number) {
+    for (BridgeState &bridge : bridges_)
+        if (bridge.number == number) store_bridge(bridge);
+}
+
+void Ports::locate_bridges() {
     for (BridgeState &bridge : bridges_) {
-        const Link *link = find_link(links, bridge.description.name);
+        const Link *link = links_.find(device_of(bridge.description));
         bridge.device = link && link->is_bridge() ? link->index : 0;
         if (bridge.device != 0) bridge.mtu = link->mtu;
         if (bridge.device == 0) {
@@ -184,19 +282,24 @@ void Ports::locate_bridges(const std::vector<Link> &links) {
     }
 }
 
-void Ports::drop_unwanted(const std::vector<Link> &links) {
-    for (auto at = ports_.begin(); at != ports_.end();) {
-        const Link *link = find_link(links, at->first);
-        if (link && wish(*link)) {
-            // Its old name may by now be another port's.
-            if (link->name != at->second.name) withdraw(at->first, at->second);
-            ++at;
-            continue;
-        }
-        withdraw(at->first, at->second);
-        if (link) Filter::detach(at->first, at->second.with_qdisc);
-        at = ports_.erase(at);
+void Ports::drop(int device) {
+    const auto known = ports_.find(device);
+    if (known == ports_.end()) return;
+    withdraw(device, known->second);
+    if (links_.find(device)) filter_.places().detach(device, known->second.with_qdisc);
+    ports_.erase(known);
+}
+
+void Ports::drop_unwanted() {
+    std::vector<int> unwanted;
+    for (auto &[device, port] : ports_) {
+        const Link *link = links_.find(device);
+        if (!link || !wish(*link))
+            unwanted.push_back(device);
+        else if (link->name != port.name)  // by now perhaps another port's name
+            withdraw(device, port);
     }
+    for (const int device : unwanted) drop(device);
 }
 
 // The programs come first: until the filter knows the port, it holds.
@@ -219,8 +322,8 @@ void Ports::publish(int device, Port &port, const Wish &wanted) {
     if (!wanted.bridge) return withdraw(device, port);
     filter_port record{};
     record.bridge = wanted.bridge->number;
-    record.role = role_of(*wanted.interface);
-    record.input = wanted.interface->id;
+    record.role = wanted.binding->role;
+    record.input = wanted.binding->port;
     copy_name(port.name, record.name);
     if (port.known && same(*port.known, record)) return;
     withdraw(device, port);
@@ -229,7 +332,9 @@ void Ports::publish(int device, Port &port, const Wish &wanted) {
     record.slot = lowest_free(slots);
     if (record.slot >= FILTER_SLOTS)
         throw std::system_error(ENOSPC, std::system_category(), port.name + ": bridge port");
-    slots.insert(record.slot);
+    slots.emplace(record.slot, device);
+    record.epoch = ++epochs_;
+    record.place = take_place(record.role);
     port.known = record;
     const auto index = static_cast<std::uint32_t>(device);
     filter_.set_port(device, record);
@@ -237,8 +342,19 @@ void Ports::publish(int device, Port &port, const Wish &wanted) {
     filter_.set_output(port.name, {index, record.bridge, record.role, 0});
 }
 
+// Shares become smaller as ports come, and do not grow again as they go. An address
+// whose cell has become another port's is forgotten when that port needs it.
+std::uint32_t Ports::take_place(std::uint32_t role) {
+    const std::uint32_t place = lowest_free(places_[role]);
+    places_[role].insert(place);
+    most_[role] = std::max(most_[role], place + 1);
+    filter_.set_station_share(role, station_share(role, most_[role]));
+    return place;
+}
+
 void Ports::withdraw(int device, Port &port) {
     if (!port.known) return;
+    places_[port.known->role].erase(port.known->place);
     filter_.clear_port(device);
     filter_.clear_output(port.known->name);
     filter_.set_slot(*port.known, 0);
@@ -255,33 +371,26 @@ void Ports::withdraw_bridge(BridgeState &bridge) {
     filter_.clear_output(bridge.description.name);
 }
 
-void Ports::store_bridge(const BridgeState &bridge) {
+void Ports::store_bridge(BridgeState &bridge) {
     filter_bridge record{};
     const bool held = is_held(bridge.description.name, 0);
     record.pseudo = held ? 0 : static_cast<std::uint32_t>(bridge.pseudo);
+    if (record.pseudo == 0) bridge.epoch = ++epochs_;
+    record.epoch = bridge.epoch;
+    record.stag_ethertype = bridge.description.stag_ethertype;
     // Until the engine has made room for larger ones, those of before pass.
     const int room = bridge.attached_mtu + ETHER_HDR_LEN - RECORD_SIZE;
     record.frame_max = bridge.pseudo == 0
                            ? bridge.frame_max()
                            : std::min(bridge.frame_max(), static_cast<std::uint32_t>(room));
     copy_name(bridge.description.name, record.name);
-    for (std::size_t role = 0; role < FILTER_ROLES; ++role)
-        record.slots[role] = bridge.slots[role].empty() ? 0 : *bridge.slots[role].rbegin() + 1;
-    unsigned count[FILTER_ROLES] = {};
-    for (const auto &[device, port] : ports_) {
-        if (!port.known || port.known->bridge != bridge.number) continue;
-        const std::uint32_t role = port.known->role;
-        record.sole[role] = ++count[role] == 1 ? static_cast<std::uint32_t>(device) : 0;
+    for (std::size_t role = 0; role < FILTER_ROLES; ++role) {
+        const auto &slots = bridge.slots[role];
+        record.slots[role] = slots.empty() ? 0 : slots.rbegin()->first + 1;
+        record.sole[role] =
+            slots.size() == 1 ? static_cast<std::uint32_t>(slots.begin()->second) : 0;
     }
     filter_.set_bridge(bridge.number, record);
-}
-
-void Ports::release(Release which) {
-    for (auto &[device, port] : ports_) {
-        withdraw(device, port);
-        if (which == Release::all || !port.taken_over) Filter::detach(device, port.with_qdisc);
-    }
-    ports_.clear();
 }
 
 std::vector<PortStatus> Ports::status() const {

@@ -6,7 +6,9 @@
 #include "node/kernel/filter.h"
 #include "node/kernel/links.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
@@ -20,20 +22,34 @@ namespace ia::node {
 struct BridgeState {
     Bridge description;
     std::uint32_t number = 0;
-    int device = 0;        // of the Linux bridge, 0 while there is none
-    int mtu = 0;           // the device's
-    int pseudo = 0;        // where its frames go, 0 while they are held
-    int holder = -1;       // the control handle that attached it
-    int attached_mtu = 0;  // the pseudo device's, since then
-    std::array<std::set<std::uint32_t>, FILTER_ROLES> slots;  // in use
+    int device = 0;           // of the Linux bridge, 0 while there is none
+    int mtu = 0;              // the device's
+    int pseudo = 0;           // where its frames go, 0 while they are held
+    int holder = -1;          // the control handle that attached it
+    int attached_mtu = 0;     // the pseudo device's, since then
+    std::uint32_t epoch = 0;  // of the frames that pass, from the last hold on
+    // Of its ports by role: slots in use, with the device's interface index.
+    std::array<std::map<std::uint32_t, int>, FILTER_ROLES> slots;
 
-    // Largest frame that passes: a full one behind three tags, or what the bridge
-    // device takes or the description allows.
+    // Largest frame that passes: a full one of the bridge device behind three tags,
+    // or what the description allows.
     std::uint32_t frame_max() const;
 
     // A packet socket sends as much as the MTU and an Ethernet header.
     int pseudo_mtu() const;
 };
+
+// How many learnt addresses a port of a role has room for where there are so many
+// of them. In steps, as each change moves cells from one port to another.
+constexpr std::uint32_t station_share(std::uint32_t role, std::uint32_t ports) {
+    constexpr std::uint32_t step = 8, share_max = 1024;
+    const std::uint32_t cells = role == FILTER_NETWORK ? FILTER_NETWORK_STATIONS
+                                                       : FILTER_STATIONS - FILTER_NETWORK_STATIONS;
+    return std::min(cells / ((std::max(ports, 1U) + step - 1) / step * step), share_max);
+}
+
+// The Linux bridge.
+const std::string &device_of(const Bridge &bridge);
 
 struct PortStatus {
     std::string device;
@@ -46,10 +62,11 @@ struct PortStatus {
 // Not locked: the owner calls from one thread at a time.
 class Ports {
 public:
-    explicit Ports(Filter &filter) : filter_(filter) {}
+    // The devices are the owner's, who tells of every change.
+    Ports(Filter &filter, const Links &links) : filter_(filter), links_(links) {}
 
     // Takes over a description. Bridges that are no longer in it lose their
-    // filter with the next reconcile(). Throws std::runtime_error, with nothing
+    // filter with the next follow_all(). Throws std::runtime_error, with nothing
     // changed, when the filter cannot serve it.
     void describe(const Description &description);
 
@@ -57,12 +74,24 @@ public:
     // described bridge carries it, and every described device that waits to
     // join one. `verify` also looks whether it is still in place. Returns what
     // went wrong, a line for each device.
-    std::vector<std::string> reconcile(const std::vector<Link> &links, bool verify);
+    std::vector<std::string> follow_all(bool verify);
 
-    // Takes the filter off every device; but not where it was found in place
-    // when only the new ones are meant: those go on holding.
-    enum class Release { all, new_ones };
-    void release(Release which);
+    // The same for one device that came, changed or went, and for what hangs on
+    // it; for all of them when it is a bridge. Throws std::system_error.
+    void follow(int device);
+    void verify(int device);
+
+    // A bridge, added or with other values. Throws std::system_error: EINVAL for
+    // values that the filter cannot serve, ENOSPC for one too many.
+    void describe(const Bridge &bridge);
+    void forget(const std::string &bridge);
+
+    // The device that is a bridge's port, and the port that has none any more.
+    // What either was bound to before ends, and is held. The first call ends what
+    // the description says of ports.
+    void bind(const std::string &bridge, std::uint32_t port, const std::string &device,
+              std::uint32_t role);
+    void unbind(const std::string &bridge, std::uint32_t port);
 
     bool carries(int device) const { return ports_.contains(device); }
 
@@ -74,8 +103,8 @@ public:
 
     // Holds the frames of a bridge's port, of the whole bridge for port 0, until
     // they are released; releasing port 0 releases all. Neither need be there.
-    void hold(const std::string &bridge, std::uint32_t port, bool on,
-              const std::vector<Link> &links);
+    // Throws std::system_error when the filter could not be told.
+    void hold(const std::string &bridge, std::uint32_t port, bool on);
 
     std::vector<PortStatus> status() const;
 
@@ -87,26 +116,44 @@ private:
         bool taken_over = false;           // an earlier run had hung there
         std::optional<filter_port> known;  // what the filter was told
     };
+    struct Binding {
+        std::string bridge;
+        std::uint32_t port = 0;
+        std::uint32_t role = FILTER_SUBSCRIBER;
+    };
     struct Wish {
         BridgeState *bridge = nullptr;  // null: the frames are held
-        const Interface *interface = nullptr;
+        const Binding *binding = nullptr;
     };
 
+    std::vector<std::string> devices_of(const std::string &bridge, std::uint32_t port) const;
+    void follow(const std::string &device);
     bool is_held(const std::string &bridge, std::uint32_t port) const;
     std::optional<Wish> wish(const Link &link);
-    void locate_bridges(const std::vector<Link> &links);
-    void drop_unwanted(const std::vector<Link> &links);
+    void add_bridge(const Bridge &bridge);
+    bool is_agent_bridge(const Link &link) const;
+    void locate_bridges();
+    void drop(int device);
+    void drop_unwanted();
+    void store_bridge(std::uint32_t number);
     void secure(const Link &link, bool verify);
     void publish(int device, Port &port, const Wish &wanted);
     void withdraw(int device, Port &port);
     void withdraw_bridge(BridgeState &bridge);
-    void store_bridge(const BridgeState &bridge);
+    std::uint32_t take_place(std::uint32_t role);
+    void store_bridge(BridgeState &bridge);
 
     Filter &filter_;
+    const Links &links_;
     std::vector<BridgeState> bridges_;
-    std::map<std::string, Interface> interfaces_;           // by device
-    std::map<int, Port> ports_;                             // by interface index
-    std::map<std::string, std::set<std::uint32_t>> holds_;  // by bridge; port 0: all of it
+    std::map<std::string, Binding> bindings_;  // by device
+    bool bound_ = false;                       // by calls, not the description
+    std::set<std::string> awaited_;            // devices that carry it before they join
+    std::map<int, Port> ports_;                // by interface index
+    std::map<std::string, std::set<std::uint32_t>> holds_;      // by bridge; port 0: all of it
+    std::array<std::set<std::uint32_t>, FILTER_ROLES> places_;  // in use, over all bridges
+    std::array<std::uint32_t, FILTER_ROLES> most_{};            // there have been of each
+    std::uint32_t epochs_ = 0;                                  // given out so far
 };
 
 }  // namespace ia::node

@@ -2,14 +2,17 @@
 
 #include "node/descriptor.h"
 #include "node/kernel/links.h"
+#include "node/kernel/netlink.h"
 
 #include <fcntl.h>
 #include <linux/if_tun.h>
+#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <cerrno>
 #include <fstream>
+#include <optional>
 
 namespace ia::node {
 namespace {
@@ -30,19 +33,23 @@ int set_persistent(const std::string &name, short flags, unsigned long persisten
     return ioctl(tun.get(), TUNSETPERSIST, persistent) < 0 ? errno : 0;
 }
 
+// Whether the device of that name is a TAP device; nothing when there is none.
+std::optional<bool> tap_named(const std::string &name) {
+    const auto links = list_links();
+    if (const Link *link = find_link(links, name)) return link->is_tap();
+    return std::nullopt;
+}
+
 }  // namespace
 
 int create_pseudo_device(const std::string &name) {
     if (name.empty() || name.size() >= IFNAMSIZ) return EINVAL;
-    const auto links = list_links();
-    if (const Link *link = find_link(links, name)) return link->is_tap() ? EEXIST : EBUSY;
+    if (const auto known = tap_named(name)) return *known ? EEXIST : EBUSY;
     return set_persistent(name, static_cast<short>(IFF_TUN_EXCL), 1);
 }
 
 int delete_pseudo_device(const std::string &name) {
-    const auto links = list_links();
-    const Link *link = find_link(links, name);
-    if (!link || !link->is_tap()) return ENODEV;
+    if (!tap_named(name).value_or(false)) return ENODEV;
     return set_persistent(name, 0, 0);
 }
 
@@ -56,6 +63,16 @@ int prepare_pseudo_device(const std::string &name, int mtu) {
     ifreq request = request_for(name);
     request.ifr_mtu = mtu;
     return ioctl(socket.get(), SIOCSIFMTU, &request) < 0 ? errno : 0;
+}
+
+int set_device_up(int device) {
+    Netlink kernel;
+    Netlink::Request request;
+    ifinfomsg link{};
+    link.ifi_index = device;
+    link.ifi_flags = link.ifi_change = IFF_UP;
+    Netlink::begin(request, RTM_NEWLINK, 0, link);
+    return kernel.ask(request);
 }
 
 }  // namespace ia::node

@@ -14,4 +14,7 @@ int delete_pseudo_device(const std::string &name);  // ENODEV: there is none
 // Sets the MTU and keeps IPv6 off the device. 0 or an errno value.
 int prepare_pseudo_device(const std::string &name, int mtu);
 
+// 0 or an errno value.
+int set_device_up(int device);
+
 }  // namespace ia::node

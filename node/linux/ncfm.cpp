@@ -7,8 +7,11 @@
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <netinet/in.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -22,6 +25,9 @@ namespace {
 
 using ia::node::AddressEvents;
 using Ipv4 = std::array<std::uint8_t, 4>;
+using Mac = std::array<std::uint8_t, 6>;
+
+constexpr std::string_view management_name = "mng0";  // as the agent calls it
 
 // What the node is, and its addresses as far as they were asked for. Addresses
 // are asked for with each frame of some formats, and reading them all takes
@@ -31,6 +37,7 @@ struct Node {
     std::uint8_t board = 0;
     std::string management_device;
     AddressEvents events;
+    std::map<std::string, std::optional<Mac>, std::less<>> mac;    // by device; none without it
     std::map<std::string, std::optional<Ipv4>, std::less<>> ipv4;  // by the name asked for
     std::optional<std::optional<std::string>> ipv6;                // of the management device
 };
@@ -41,6 +48,7 @@ std::optional<Node> this_node;
 // To be called under the lock.
 void forget_what_changed() {
     if (!this_node->events.any()) return;
+    this_node->mac.clear();
     this_node->ipv4.clear();
     this_node->ipv6.reset();
 }
@@ -74,6 +82,17 @@ bool each_address(const std::string &device, int family, Take take) {
     return true;
 }
 
+// errno, or 0 with the address.
+int read_mac(std::string_view device, Mac &mac) {
+    ifreq request{};
+    if (device.size() >= sizeof request.ifr_name) return ENODEV;
+    device.copy(request.ifr_name, sizeof request.ifr_name - 1);
+    const ia::node::Descriptor any{socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
+    if (!any || ioctl(any.get(), SIOCGIFHWADDR, &request) < 0) return errno;
+    std::memcpy(mac.data(), request.ifr_hwaddr.sa_data, mac.size());
+    return 0;
+}
+
 std::optional<Ipv4> read_ipv4(const char *name) {
     const std::string device = device_name(name);
     std::optional<Ipv4> found;
@@ -100,6 +119,29 @@ std::optional<std::string> read_ipv6(const std::string &name) {
 }  // namespace
 
 namespace ia::node {
+
+// The absence of a device is kept too: its coming is a change.
+int device_address(std::string_view device, std::uint8_t *to) {
+    const std::lock_guard guard(node_lock);
+    Mac mac;
+    if (!this_node) {
+        const int error = read_mac(device, mac);
+        if (error == 0) std::ranges::copy(mac, to);
+        return error;
+    }
+    if (device == management_name) device = this_node->management_device;
+    forget_what_changed();
+    auto known = this_node->mac.find(device);
+    if (known == this_node->mac.end()) {
+        const int error = read_mac(device, mac);
+        if (error != 0 && error != ENODEV) return error;
+        known =
+            this_node->mac.emplace(device, error == 0 ? std::optional(mac) : std::nullopt).first;
+    }
+    if (!known->second) return ENODEV;
+    std::ranges::copy(*known->second, to);
+    return 0;
+}
 
 void describe_node(const Description &description) {
     const std::lock_guard guard(node_lock);

@@ -1,10 +1,13 @@
 #include "platform/net_device.h"
 
+#include "node/linux/ncfm.h"
+
 #include <arpa/inet.h>
 #include <linux/if_packet.h>
 #include <net/ethernet.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <cerrno>
 
 namespace ia::platform {
 
@@ -23,6 +26,12 @@ int net_bind(int socket, int interface_index) {
     address.sll_ifindex = interface_index;
     const auto *generic = static_cast<const sockaddr *>(static_cast<const void *>(&address));
     return bind(socket, generic, sizeof address);
+}
+
+int net_device_address(const char *device, std::uint8_t *mac) {
+    const int error = node::device_address(device, mac);
+    if (error != 0) errno = error;
+    return error == 0 ? 0 : -1;
 }
 
 }  // namespace ia::platform

@@ -1,18 +1,24 @@
-#include "node/settings/settings_text.h"
+#include "node/settings/replace_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
-#include <libgen.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <memory>
 #include <system_error>
 #include <utility>
 
 namespace ia::node {
 
+DiskCalls disk_calls{fsync, renameat};
+
 namespace {
+
+constexpr char unfinished[] = ".new";
 
 [[noreturn]] void fail(int error, const std::string &what) {
     throw std::system_error(error, std::generic_category(), what);
@@ -20,15 +26,17 @@ namespace {
 
 class File {
 public:
-    File(const std::string &path, int flags, mode_t mode = 0)
-        : path_(path), number_(open(path.c_str(), flags | O_CLOEXEC, mode)) {
-        if (number_ < 0) fail(errno, path + ": cannot be opened");
+    File(int folder, const std::string &name, int flags, const std::string &path, mode_t mode = 0)
+        : path_(path), number_(openat(folder, name.c_str(), flags | O_CLOEXEC, mode)) {
+        if (number_ < 0) fail(errno, path_ + ": cannot be opened");
     }
     ~File() {
         if (number_ >= 0) close(number_);
     }
     File(const File &) = delete;
     File &operator=(const File &) = delete;
+
+    int number() const { return number_; }
 
     void write(std::string_view text) {
         while (!text.empty()) {
@@ -44,7 +52,7 @@ public:
 
     // On the disk, not only on its way there.
     void sync() {
-        if (fsync(number_) != 0) fail(errno, path_ + ": cannot be stored");
+        if (disk_calls.sync(number_) != 0) fail(errno, path_ + ": cannot be stored");
     }
 
     void finish() {
@@ -56,40 +64,78 @@ private:
     int number_;
 };
 
-// A symbolic link goes on pointing at the file.
-std::string target_of(const std::string &file) {
-    char *const resolved = realpath(file.c_str(), nullptr);
-    if (!resolved) return file;
-    std::string target = resolved;
-    std::free(resolved);
-    return target;
+struct Place {
+    std::string folder;
+    std::string name;
+};
+
+Place place_of(const std::string &file) {
+    const std::size_t slash = file.rfind('/');
+    if (slash == std::string::npos) return {".", file};
+    return {file.substr(0, slash + 1), file.substr(slash + 1)};
 }
 
-std::string folder_of(std::string file) {
-    return dirname(file.data());
+// Fresh files are hidden ones: "settings.toml" is written as ".settings.toml.*.new".
+std::string fresh_prefix(const Place &place) {
+    return '.' + place.name + '.';
+}
+
+std::string fresh_name(const Place &place) {
+    std::uint64_t number = 0;
+    if (getrandom(&number, sizeof number, 0) != sizeof number) fail(errno, "getrandom");
+    char digits[17];
+    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(number));
+    return fresh_prefix(place) + digits + unfinished;
+}
+
+void expect_regular(int folder, const Place &place, const std::string &file) {
+    struct stat info {};
+    if (fstatat(folder, place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (errno == ENOENT) return;
+        fail(errno, file + ": cannot be looked at");
+    }
+    if (S_ISLNK(info.st_mode))
+        fail(ELOOP, file + ": is a symbolic link, expected a regular file or none");
+    if (!S_ISREG(info.st_mode)) fail(EINVAL, file + ": is not a regular file");
 }
 
 }  // namespace
 
 void replace_file(const std::string &file, std::string_view text, Purpose purpose) {
     const bool keep = purpose == Purpose::keep;
-    const std::string target = target_of(file);
-    const std::string fresh = target + ".new";  // one that a crash left is overwritten
+    const Place place = place_of(file);
+    // All is done within this folder, whatever its path comes to mean.
+    File folder(AT_FDCWD, place.folder, O_RDONLY | O_DIRECTORY, file);
+    expect_regular(folder.number(), place, file);
+    const std::string fresh = fresh_name(place);
+    File written(folder.number(), fresh, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, file, 0644);
     try {
-        File written(fresh, O_WRONLY | O_CREAT | O_TRUNC, 0644);
         written.write(text);
         if (keep)
             written.sync();
         else
             written.show_to_all();
         written.finish();
-        if (rename(fresh.c_str(), target.c_str()) != 0)
-            fail(errno, target + ": cannot be replaced");
+        if (disk_calls.rename(folder.number(), fresh.c_str(), folder.number(),
+                              place.name.c_str()) != 0)
+            fail(errno, file + ": cannot be replaced");
     } catch (...) {
-        unlink(fresh.c_str());
+        unlinkat(folder.number(), fresh.c_str(), 0);
         throw;
     }
-    if (keep) File(folder_of(target), O_RDONLY | O_DIRECTORY).sync();
+    if (keep) folder.sync();
+}
+
+void remove_unfinished(const std::string &file) {
+    const Place place = place_of(file);
+    const auto close = [](DIR *folder) { closedir(folder); };
+    const std::unique_ptr<DIR, decltype(close)> folder{opendir(place.folder.c_str()), close};
+    if (!folder) return;
+    while (const dirent *entry = readdir(folder.get())) {
+        const std::string_view name = entry->d_name;
+        if (name.starts_with(fresh_prefix(place)) && name.ends_with(unfinished))
+            unlinkat(dirfd(folder.get()), entry->d_name, 0);
+    }
 }
 
 }  // namespace ia::node

@@ -6,8 +6,8 @@ namespace {
 
 template <class Record>
 void overlay_record(Record &below, const Record &above) {
-    each_field<Record>([&](auto field) {
-        if (above.*field) below.*field = above.*field;
+    each_setting<Record>([&](const auto &setting) {
+        if (above.*setting.field) below.*setting.field = above.*setting.field;
     });
 }
 
@@ -19,7 +19,8 @@ void overlay_each(Map &below, const Map &above) {
 template <class Record>
 Record record_difference(const Record &now, const Record &base) {
     Record left;
-    each_field<Record>([&](auto field) {
+    each_setting<Record>([&](const auto &setting) {
+        const auto field = setting.field;
         if (now.*field && now.*field != base.*field) left.*field = now.*field;
     });
     return left;
@@ -63,6 +64,14 @@ Settings waiting(const Settings &wanted, const Settings &running) {
     for (const auto &[key, line] : wanted.lines)
         if (!running.ports.contains(key.first)) left.lines[key] = line;
     return left;
+}
+
+unsigned count(const Settings &settings) {
+    unsigned all = count(settings.agent);
+    for (const auto &[id, port] : settings.ports) all += count(port);
+    for (const auto &[id, vlan] : settings.vlans) all += count(vlan);
+    for (const auto &[key, line] : settings.lines) all += count(line);
+    return all;
 }
 
 }  // namespace ia::node

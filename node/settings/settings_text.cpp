@@ -1,295 +1,290 @@
-// One table a section says how each setting is called, read and written.
 #include "node/settings/settings_text.h"
 
 #include "node/description/read_description.h"
+#include "node/description/setting_values.h"
 #include "node/description/text_file.h"
-#include "node/description/toml_records.h"
-#include "node/description/words.h"
-#include "pppoeia/records.h"
 
 #include <unistd.h>
-#include <array>
 #include <cerrno>
-#include <cstdio>
-#include <limits>
+#include <set>
 
 namespace ia::node {
 
 namespace {
 
-// A section as it is read: what it is about, and its settings.
-template <class Record>
-struct Row {
-    std::uint32_t id = 0;  // of a port or VLAN
-    std::uint16_t vlan = 0;
-    Record settings;
-};
+// --- writing -----------------------------------------------------------------------------
 
 template <class Record>
-struct Setting {
-    std::string_view name;
-    bool (*take)(const Value &, Row<Record> &);
-    std::optional<std::string> (*put)(const Record &);  // nothing when it is absent
-};
-
-// --- one value, both ways ------------------------------------------------------------
-
-// TOML is UTF-8 and an operator's text any bytes: one that is not plain travels
-// as { hex = "..." }.
-std::string put_text(const std::string &text) {
-    const bool plain = std::all_of(text.begin(), text.end(),
-                                   [](unsigned char c) { return c >= 0x20 && c < 0x7F; });
-    std::string written = plain ? "\"" : "{ hex = \"";
-    for (const char c : text) {
-        if (plain) {
-            if (c == '"' || c == '\\') written += '\\';
-            written += c;
-        } else {
-            char digits[3];
-            std::snprintf(digits, sizeof digits, "%02x",
-                          static_cast<unsigned>(static_cast<unsigned char>(c)));
-            written += digits;
-        }
-    }
-    return written + (plain ? "\"" : "\" }");
+std::string lines_of(const Record &record) {
+    std::string text;
+    each_setting<Record>([&](const auto &setting) {
+        if (const auto &value = record.*setting.field)
+            text += std::string(setting.name) + " = " + put(*value, setting) + '\n';
+    });
+    return text;
 }
 
-std::optional<std::string> bytes_of(const std::string &digits) {
-    const auto value = [](char c) {
-        constexpr std::string_view all = "0123456789abcdef";
-        return all.find(c);
-    };
-    if (digits.size() % 2 != 0) return std::nullopt;
-    std::string bytes;
-    for (std::size_t i = 0; i < digits.size(); i += 2) {
-        const std::size_t high = value(digits[i]), low = value(digits[i + 1]);
-        if (high > 15 || low > 15 || high + low == 0) return std::nullopt;
-        bytes += static_cast<char>(high * 16 + low);
-    }
-    return bytes;
+// Each section: name, keys that say what it is about, record.
+template <class Visit>
+void each_section(const Settings &settings, Visit visit) {
+    using Keys = std::vector<std::pair<const char *, unsigned>>;
+    visit("[agent]", Keys{}, settings.agent);
+    for (const auto &[id, port] : settings.ports) visit("[[port]]", Keys{{"id", id}}, port);
+    for (const auto &[id, vlan] : settings.vlans) visit("[[vlan]]", Keys{{"id", id}}, vlan);
+    for (const auto &[key, line] : settings.lines)
+        visit("[[port_vlan]]", Keys{{"port", key.first}, {"vlan", key.second}}, line);
 }
-
-template <auto Member, std::size_t Most>
-bool take_text(const Value &value, Row<RecordOf<Member>> &row) {
-    const toml::table *table = value.node.as_table();
-    if (!table) return text<Member, 0, Most>(value, row.settings);
-    const auto digits = (*table)["hex"].value_exact<std::string>();
-    const auto bytes = digits && table->size() == 1 ? bytes_of(*digits) : std::nullopt;
-    if (!bytes || bytes->size() > Most)
-        return value.refuse("is a table, expected a text or { hex = \"...\" } of at most " +
-                            std::to_string(Most) + " bytes, none of them 00");
-    row.settings.*Member = *bytes;
-    return true;
-}
-
-template <auto Member, std::size_t Size>
-constexpr Setting<RecordOf<Member>> text_setting(std::string_view name) {
-    return {name, take_text<Member, length_for<Size>>,
-            [](const RecordOf<Member> &record) -> std::optional<std::string> {
-                if (!(record.*Member)) return std::nullopt;
-                return put_text(*(record.*Member));
-            }};
-}
-
-template <auto Member>
-constexpr Setting<RecordOf<Member>> flag_setting(std::string_view name) {
-    return {name,
-            [](const Value &value, Row<RecordOf<Member>> &row) {
-                return flag<Member>(value, row.settings);
-            },
-            [](const RecordOf<Member> &record) -> std::optional<std::string> {
-                if (!(record.*Member)) return std::nullopt;
-                return *(record.*Member) ? "true" : "false";
-            }};
-}
-
-template <auto Member>
-constexpr Setting<RecordOf<Member>> number_setting(std::string_view name) {
-    using Limits = std::numeric_limits<HeldBy<Member>>;
-    return {name,
-            [](const Value &value, Row<RecordOf<Member>> &row) {
-                return number<Member, Limits::min(), Limits::max()>(value, row.settings);
-            },
-            [](const RecordOf<Member> &record) -> std::optional<std::string> {
-                if (!(record.*Member)) return std::nullopt;
-                return std::to_string(*(record.*Member));
-            }};
-}
-
-// A word; an operator may also have set a number that has none.
-template <auto Member, const auto &Words>
-constexpr Setting<RecordOf<Member>> word_setting(std::string_view name) {
-    return {name,
-            [](const Value &value, Row<RecordOf<Member>> &row) {
-                return value.node.is_integer() ? number<Member, 0, any_u32>(value, row.settings)
-                                               : word<Member, Words>(value, row.settings);
-            },
-            [](const RecordOf<Member> &record) -> std::optional<std::string> {
-                if (!(record.*Member)) return std::nullopt;
-                for (const auto &[word, meaning] : Words)
-                    if (meaning == *(record.*Member)) return '"' + std::string(word) + '"';
-                return std::to_string(*(record.*Member));
-            }};
-}
-
-// --- the settings of each section ------------------------------------------------------
-
-constexpr std::array<Word<std::uint32_t>, 3> circuit_id_mode_words{{
-    {"default", PPPOEIA_CID_DEFAULT},
-    {"atm", PPPOEIA_CID_ATM},
-    {"custom", PPPOEIA_CID_CUSTOM},
-}};
-
-constexpr std::array agent_settings{
-    flag_setting<&AgentSettings::enabled>("enabled"),
-    word_setting<&AgentSettings::vsa_mode, vsa_mode_words>("vsa_mode"),
-    flag_setting<&AgentSettings::insert_circuit_id>("insert_circuit_id"),
-    flag_setting<&AgentSettings::insert_remote_id>("insert_remote_id"),
-    flag_setting<&AgentSettings::circuit_id_cvlan>("circuit_id_cvlan"),
-    text_setting<&AgentSettings::shelf, PPPOEIA_SHELF_ID_SIZE>("shelf"),
-    text_setting<&AgentSettings::circuit_id_format, PPPOEIA_FORMAT_SIZE>("circuit_id_format"),
-    text_setting<&AgentSettings::remote_id_format, PPPOEIA_FORMAT_SIZE>("remote_id_format"),
-    number_setting<&AgentSettings::log_level>("log_level"),
-};
-
-constexpr std::array port_settings{
-    word_setting<&PortSettings::role, role_words>("role"),
-    word_setting<&PortSettings::trust, trust_words>("trust"),
-    text_setting<&PortSettings::remote_id, PPPOEIA_REMOTE_ID_SIZE>("remote_id"),
-    word_setting<&PortSettings::circuit_id_mode, circuit_id_mode_words>("circuit_id_mode"),
-};
-
-constexpr std::array vlan_settings{
-    flag_setting<&VlanSettings::enabled>("enabled"),
-};
-
-constexpr std::array line_settings{
-    word_setting<&LineSettings::circuit_id_mode, circuit_id_mode_words>("circuit_id_mode"),
-    text_setting<&LineSettings::circuit_id_format, PPPOEIA_FORMAT_SIZE - 1>("circuit_id_format"),
-    text_setting<&LineSettings::remote_id_format, PPPOEIA_FORMAT_SIZE - 1>("remote_id_format"),
-};
 
 // --- reading -----------------------------------------------------------------------------
 
-constexpr std::int64_t last_port = 65535;
-constexpr std::int64_t last_vlan = 4095;
+constexpr std::uint32_t last_port = 65535;
+constexpr std::uint32_t last_vlan = 4095;
+constexpr std::size_t longest_line = 4096;  // bytes; a text of ours has 300 at most
+constexpr std::size_t largest_file = 1U << 30;
 
-// A section's settings behind the keys that say what it is about.
-template <class Record, std::size_t Size, std::size_t Keys>
-constexpr auto keys_of(const std::array<Key<Row<Record>>, Keys> &about,
-                       const std::array<Setting<Record>, Size> &settings) {
-    std::array<Key<Row<Record>>, Keys + Size> keys{};
-    std::ranges::copy(about, keys.begin());
-    for (std::size_t i = 0; i < Size; ++i)
-        keys[Keys + i] = {settings[i].name, optional, settings[i].take};
-    return keys;
-}
+// A section's kind: its header and the keys that say what it is about.
+struct Kind {
+    std::string_view header;
+    std::string_view port_key, vlan_key;
+};
+constexpr Kind agent_kind{"[agent]", "", ""};
+constexpr Kind port_kind{"[[port]]", "id", ""};
+constexpr Kind vlan_kind{"[[vlan]]", "", "id"};
+constexpr Kind line_kind{"[[port_vlan]]", "port", "vlan"};
+constexpr const Kind *kinds[] = {&agent_kind, &port_kind, &vlan_kind, &line_kind};
 
-template <class Record, std::int64_t Least, std::int64_t Most>
-constexpr Key<Row<Record>> id_key(std::string_view name) {
-    return {name, required, number<&Row<Record>::id, Least, Most>};
-}
+class Reader {
+public:
+    explicit Reader(Settings &settings) : settings_(settings) {}
 
-constexpr auto agent_keys = keys_of(std::array<Key<Row<AgentSettings>>, 0>{}, agent_settings);
-constexpr auto port_keys =
-    keys_of(std::array{id_key<PortSettings, 1, last_port>("id")}, port_settings);
-constexpr auto vlan_keys =
-    keys_of(std::array{id_key<VlanSettings, 0, last_vlan>("id")}, vlan_settings);
-constexpr auto line_keys = keys_of(
-    std::array{
-        id_key<LineSettings, 1, last_port>("port"),
-        Key<Row<LineSettings>>{"vlan", required, number<&Row<LineSettings>::vlan, 0, last_vlan>}},
-    line_settings);
-
-void read_agent(const toml::node &node, Settings &settings, Problems &problems) {
-    const toml::table *table = node.as_table();
-    if (!table) return problems.add(line_of(node), "agent is not a section, expected [agent]");
-    Row<AgentSettings> row;
-    read_record<Row<AgentSettings>>(*table, "[agent]", agent_keys, row, problems);
-    settings.agent = row.settings;
-}
-
-// Every section of a list; `put` says which record of the settings it is.
-template <class Record, class Put>
-void read_each(const toml::node &node, std::string_view section,
-               std::span<const Key<Row<Record>>> keys, Problems &problems, Put put) {
-    const toml::array *tables = node.as_array();
-    if (!tables || !tables->is_homogeneous(toml::node_type::table))
-        return problems.add(line_of(node),
-                            "this is not a list of sections, expected " + std::string(section));
-    for (const toml::node &element : *tables) {
-        Row<Record> row;
-        read_record(*element.as_table(), section, keys, row, problems);
-        if (!put(row))
-            problems.add(line_of(element), std::string(section) + " is here a second time");
+    void read(std::string_view text) {
+        while (!text.empty()) {
+            const std::size_t end = std::min(text.find('\n'), text.size());
+            ++number_;
+            line(trimmed(text.substr(0, end)));
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+        finish();
     }
-}
 
-void read_section(std::string_view name, unsigned line, const toml::node &node, Settings &settings,
-                  Problems &problems) {
-    if (name == "agent") return read_agent(node, settings, problems);
-    if (name == "port")
-        return read_each<PortSettings>(node, "[[port]]", port_keys, problems, [&](auto &row) {
-            return settings.ports.emplace(row.id, row.settings).second;
-        });
-    if (name == "vlan")
-        return read_each<VlanSettings>(node, "[[vlan]]", vlan_keys, problems, [&](auto &row) {
-            return settings.vlans.emplace(row.id, row.settings).second;
-        });
-    if (name == "port_vlan")
-        return read_each<LineSettings>(node, "[[port_vlan]]", line_keys, problems, [&](auto &row) {
-            return settings.lines.emplace(LineKey{row.id, row.vlan}, row.settings).second;
-        });
-    problems.add(line, "unknown section " + quoted(name) + ", expected " +
-                           any_of({"agent", "port", "vlan", "port_vlan"}));
-}
+    Problems problems;
 
-// --- writing -----------------------------------------------------------------------------
+private:
+    static std::string_view trimmed(std::string_view line) {
+        const std::size_t begin = std::min(line.find_first_not_of(" \t\r"), line.size());
+        line.remove_prefix(begin);
+        return line.substr(0, line.find_last_not_of(" \t\r") + 1);
+    }
 
-template <class Record, std::size_t Size>
-std::string lines_of(const Record &record, const std::array<Setting<Record>, Size> &settings) {
-    std::string text;
-    for (const Setting<Record> &setting : settings)
-        if (const auto value = setting.put(record))
-            text += std::string(setting.name) + " = " + *value + '\n';
-    return text;
-}
+    void line(std::string_view line) {
+        if (line.empty() || line.front() == '#') return;
+        if (line.size() > longest_line)
+            return problems.add(number_, "this line has " + std::to_string(line.size()) +
+                                             " bytes, expected at most 4096");
+        if (line.front() == '[') return begin(line);
+        if (kind_ || number_of_header_ == 0) setting(line);
+    }
+
+    // The lines of a section that is not known are passed over.
+    void begin(std::string_view header) {
+        finish();
+        header = trimmed(header.substr(0, header.find('#')));
+        number_of_header_ = number_;
+        entry_ = {};
+        kind_ = nullptr;
+        std::vector<std::string_view> headers;
+        for (const Kind *kind : kinds) {
+            headers.push_back(kind->header);
+            if (kind->header == header) kind_ = kind;
+        }
+        if (!kind_)
+            problems.add(number_,
+                         "unknown section " + quoted(header) + ", expected " + any_of(headers));
+    }
+
+    void setting(std::string_view line) {
+        Problems of_line;
+        if (const auto table = parse(line, of_line))
+            for (const auto &[name, node] : *table) take_key(name.str(), node, of_line);
+        problems.add_all(of_line, number_);
+    }
+
+    void take_key(std::string_view name, const toml::node &node, Problems &of_line) {
+        if (!kind_) return of_line.add(1, quoted(name) + " stands before any section");
+        const Value value{node, kind_->header, name, of_line};
+        if (!entry_.keys.emplace(name).second) {
+            value.refuse("is here a second time");
+            return;
+        }
+        if (name == kind_->port_key) return number(value, 1, last_port, entry_.port);
+        if (name == kind_->vlan_key) return number(value, 0, last_vlan, entry_.vlan);
+        if (kind_ == &agent_kind) return take_setting(value, entry_.agent);
+        if (kind_ == &port_kind) return take_setting(value, entry_.of_port);
+        if (kind_ == &vlan_kind) return take_setting(value, entry_.of_vlan);
+        take_setting(value, entry_.of_line);
+    }
+
+    static void number(const Value &value, std::uint32_t least, std::uint32_t most,
+                       std::optional<std::uint32_t> &to) {
+        const auto given = value.node.value_exact<std::int64_t>();
+        if (!given)
+            refuse_kind(value, "an integer, " + range_text(least, most));
+        else if (*given < least || *given > most)
+            value.refuse("is " + std::to_string(*given) + ", expected " + range_text(least, most));
+        else
+            to = static_cast<std::uint32_t>(*given);
+    }
+
+    template <class Record>
+    void take_setting(const Value &value, Record &record) {
+        bool known = false;
+        std::vector<std::string_view> names;
+        each_setting<Record>([&](const auto &setting) {
+            names.push_back(setting.name);
+            if (setting.name != value.key) return;
+            known = true;
+            take(value, setting, record);
+        });
+        if (known) return;
+        const std::string_view near = nearest(value.key, names);
+        value.problems.add(1, std::string(value.section) + " unknown key " + quoted(value.key) +
+                                  ", expected " + (near.empty() ? any_of(names) : quoted(near)));
+    }
+
+    // Each of the keys that say what the section is about, unless it was refused.
+    bool is_about(std::string_view key, const std::optional<std::uint32_t> &number) {
+        if (key.empty() || number) return true;
+        if (!entry_.keys.contains(std::string(key)))
+            problems.add(number_of_header_, std::string(kind_->header) + " has no " +
+                                                std::string(key) + ", expected one");
+        return false;
+    }
+
+    void finish() {
+        if (!kind_) return;
+        if (!is_about(kind_->port_key, entry_.port) || !is_about(kind_->vlan_key, entry_.vlan))
+            return;
+        const std::uint32_t port = entry_.port.value_or(0);
+        const auto vlan = static_cast<std::uint16_t>(entry_.vlan.value_or(0));
+        const auto put = [&](auto &map, const auto &key, const auto &record) {
+            return record == std::remove_cvref_t<decltype(record)>{} ||
+                   map.emplace(key, record).second;
+        };
+        bool first = true;
+        if (kind_ == &agent_kind)
+            first = std::exchange(agent_is_read_, true) ? false
+                                                        : (settings_.agent = entry_.agent, true);
+        else if (kind_ == &port_kind)
+            first = put(settings_.ports, port, entry_.of_port);
+        else if (kind_ == &vlan_kind)
+            first = put(settings_.vlans, vlan, entry_.of_vlan);
+        else
+            first = put(settings_.lines, LineKey{port, vlan}, entry_.of_line);
+        if (!first)
+            problems.add(number_of_header_, std::string(kind_->header) + " is here a second time");
+    }
+
+    // The section that is being read.
+    struct Entry {
+        std::set<std::string> keys;
+        std::optional<std::uint32_t> port, vlan;
+        AgentSettings agent;
+        PortSettings of_port;
+        VlanSettings of_vlan;
+        LineSettings of_line;
+    };
+
+    Settings &settings_;
+    const Kind *kind_ = nullptr;  // null: none, or one that is not known
+    Entry entry_;
+    unsigned number_ = 0;
+    unsigned number_of_header_ = 0;
+    bool agent_is_read_ = false;
+};
 
 }  // namespace
 
 std::string write_settings(const Settings &settings) {
     std::string text;
-    const auto section = [&](const char *name, const std::string &about, const std::string &lines) {
+    each_section(settings, [&](const char *name, const auto &keys, const auto &record) {
+        const std::string lines = lines_of(record);
         if (lines.empty()) return;
-        text += (text.empty() ? "" : "\n") + std::string(name) + '\n' + about + lines;
-    };
-    const auto line = [](const char *name, unsigned number) {
-        return std::string(name) + " = " + std::to_string(number) + '\n';
-    };
-    section("[agent]", "", lines_of(settings.agent, agent_settings));
-    for (const auto &[id, port] : settings.ports)
-        section("[[port]]", line("id", id), lines_of(port, port_settings));
-    for (const auto &[id, vlan] : settings.vlans)
-        section("[[vlan]]", line("id", id), lines_of(vlan, vlan_settings));
-    for (const auto &[key, settings_of_line] : settings.lines)
-        section("[[port_vlan]]", line("port", key.first) + line("vlan", key.second),
-                lines_of(settings_of_line, line_settings));
+        text += (text.empty() ? "" : "\n") + std::string(name) + '\n';
+        for (const auto &[key, number] : keys)
+            text += std::string(key) + " = " + std::to_string(number) + '\n';
+        text += lines;
+    });
     return text;
 }
 
-Settings read_settings(std::string_view text, const std::string &file) {
-    Problems problems;
-    Settings settings;
-    if (const auto root = parse(text, problems))
-        for (const auto &[name, node] : *root)
-            read_section(name.str(), name.source().begin.line, node, settings, problems);
-    if (problems.any()) throw DescriptionError(problems.report(file));
-    return settings;
+ReadSettings read_settings(std::string_view text, const std::string &file) {
+    ReadSettings read;
+    Reader reader(read.settings);
+    reader.read(text);
+    read.problems = reader.problems.report(file);
+    return read;
 }
 
-Settings read_settings_file(const std::string &file) {
+ReadSettings read_settings_file(const std::string &file) {
     if (access(file.c_str(), F_OK) != 0 && errno == ENOENT) return {};
-    return read_settings(read_text_file(file), file);
+    return read_settings(read_text_file(file, Links::refused, largest_file), file);
+}
+
+Keepable keepable(const Settings &settings) {
+    Keepable kept;
+    kept.text = write_settings(settings);
+    ReadSettings back = read_settings(kept.text, "settings");
+    kept.settings = std::move(back.settings);
+    if (back.problems.empty()) return kept;
+    const unsigned lost = count(settings) - count(kept.settings);
+    kept.left_out =
+        std::to_string(lost) + (lost == 1 ? " setting" : " settings") +
+        " in force cannot be kept in a file: " + back.problems.substr(0, back.problems.find('\n'));
+    kept.text = write_settings(kept.settings);
+    return kept;
+}
+
+std::string difference_text(const Settings &from, const Settings &to) {
+    const auto lines = [](char sign, const auto &record, const auto &other) {
+        std::string text;
+        each_setting<std::remove_cvref_t<decltype(record)>>([&](const auto &setting) {
+            const auto &value = record.*setting.field;
+            if (value && value != other.*setting.field)
+                text += std::string(1, sign) + ' ' + std::string(setting.name) + " = " +
+                        put(*value, setting) + '\n';
+        });
+        return text;
+    };
+    const auto same = [](const auto &map, const auto &key) {
+        const auto found = map.find(key);
+        return found == map.end() ? typename std::remove_cvref_t<decltype(map)>::mapped_type{}
+                                  : found->second;
+    };
+    std::string text;
+    each_section(overlay(from, to), [&](const char *name, const auto &keys, const auto &record) {
+        using Record = std::remove_cvref_t<decltype(record)>;
+        Record was, is;
+        const auto both = [&](const auto &key, auto member) {
+            was = same(from.*member, key);
+            is = same(to.*member, key);
+        };
+        if constexpr (std::is_same_v<Record, AgentSettings>)
+            was = from.agent, is = to.agent;
+        else if constexpr (std::is_same_v<Record, PortSettings>)
+            both(keys[0].second, &Settings::ports);
+        else if constexpr (std::is_same_v<Record, VlanSettings>)
+            both(static_cast<std::uint16_t>(keys[0].second), &Settings::vlans);
+        else
+            both(LineKey(keys[0].second, static_cast<std::uint16_t>(keys[1].second)),
+                 &Settings::lines);
+        const std::string said = lines('-', was, is) + lines('+', is, was);
+        if (said.empty()) return;
+        text += name;
+        for (const auto &[key, number] : keys)
+            text += ' ' + std::string(key) + " = " + std::to_string(number);
+        text += '\n' + said;
+    });
+    return text;
 }
 
 }  // namespace ia::node

@@ -1,5 +1,5 @@
-// The operator's settings as the management process keeps them: in force, and
-// in a file.
+// The management process as operators ask it: the settings that it keeps, the
+// node description, and how the node is.
 #pragma once
 
 #include "platform/bll/singleton.h"
@@ -7,6 +7,7 @@
 #include <boost/function.hpp>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #pragma GCC visibility push(default)
 
@@ -21,6 +22,17 @@ public:
         std::string problem;         // of the file or the last save; empty: none
     };
 
+    struct finding_t {
+        enum severity_t { note = 0, warning = 1, critical = 2 };
+        severity_t severity;
+        std::string code;     // the same from release to release
+        std::string subject;  // "bridge br0", "port 3"
+        std::string text;     // what is wrong
+        std::string remedy;   // what to do
+
+        bool operator==(const finding_t &) const = default;
+    };
+
     // Made by the management process while it serves; empty otherwise. Any
     // thread, but none that holds the framework's lock. The text is what there is
     // to show, or why it did not succeed. 0 success, 1 failure, 2 no file is
@@ -30,6 +42,13 @@ public:
     boost::function<int(std::string &text)> show;  // all settings in force, as TOML
     boost::function<int(std::string &text)> diff;  // lines with "-" saved, "+" in force
     boost::function<int(status_t &status)> status;
+
+    // Reads the node description again and applies what differs; a dry run only
+    // says what would be. 0: the text says what changes, a line each; 1: what is
+    // wrong, and nothing is changed.
+    boost::function<int(bool dryRun, std::string &text)> reload;
+    // What is not as it should be, the worst first.
+    boost::function<int(std::vector<finding_t> &findings)> health;
 };
 
 #pragma GCC visibility pop

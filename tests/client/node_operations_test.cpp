@@ -35,6 +35,26 @@ TEST_F(NodeOperations, TheirRequests) {
                                                   "0400 0000 04000000 2c010000")));
 }
 
+TEST_F(NodeOperations, RequestsOfBridgesAndPorts) {
+    Recorder recorder(path_);
+    EXPECT_EQ(ia::bind_port("br0", 300, "gem300", ia::side_network), 1);
+    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0400 eb030000"
+                                                  "0000 0000 04000000 'br0' 00"
+                                                  "0400 0000 04000000 2c010000"
+                                                  "0000 0000 07000000 'gem300' 00"
+                                                  "0400 0000 04000000 01000000")));
+    EXPECT_EQ(ia::unbind_port("br0", 300), 1);
+    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0200 ec030000"
+                                                  "0000 0000 04000000 'br0' 00"
+                                                  "0400 0000 04000000 2c010000")));
+    EXPECT_EQ(ia::describe_bridge("br0", "lan", 0x88A8, 1500), 1);
+    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0400 ed030000"
+                                                  "0000 0000 04000000 'br0' 00"
+                                                  "0000 0000 04000000 'lan' 00"
+                                                  "0200 0000 02000000 a888"
+                                                  "0400 0000 04000000 dc050000")));
+}
+
 TEST_F(NodeOperations, RequestsOfThoseWhoWatch) {
     Recorder recorder(path_);
     const pppoeia_mac client = {{0x02, 0x00, 0x5E, 0x10, 0x00, 0x01}};
@@ -48,6 +68,15 @@ TEST_F(NodeOperations, RequestsOfThoseWhoWatch) {
                                                   "0200 0000 02000000 ff0f"
                                                   "0600 0000 06000000 02005e100001"
                                                   "8000 0100 00000000")));
+    ia::line_ids_block ids{};
+    EXPECT_NE(ia::line_ids("br0", 1, 100, 5, &client, &ids), 0);
+    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0600 f5030000"
+                                                  "0000 0000 04000000 'br0' 00"
+                                                  "0400 0000 04000000 01000000"
+                                                  "0200 0000 02000000 6400"
+                                                  "0200 0000 02000000 0500"
+                                                  "0600 0000 06000000 02005e100001"
+                                                  "1001 0100 00000000")));
     std::uint64_t next = 0;
     EXPECT_NE(ia::watch_frames(&next), 0);
     EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0100 f3030000"
@@ -82,6 +111,21 @@ TEST_F(NodeOperations, HoldAndRelease) {
     EXPECT_EQ(ia::release_frames("br0", 0), 0);
     EXPECT_EQ(engine.look(held), "br07 ");
     EXPECT_EQ(ia::release_frames("br1", 0), -22) << "the engine's result comes back";
+}
+
+TEST_F(NodeOperations, BridgesAndPorts) {
+    EngineProcess engine(path_);
+    const auto known = [] {
+        std::string all;
+        for (const auto &[device, place] : node().bound) all += device + ": " + place + "; ";
+        for (const auto &[bridge, values] : node().described) all += bridge + ": " + values;
+        return all;
+    };
+    EXPECT_EQ(ia::describe_bridge("br0", "lan", 0x9100, 1600), 0);
+    EXPECT_EQ(ia::bind_port("br0", 1, "sub1", ia::side_subscriber), 0);
+    EXPECT_EQ(ia::bind_port("br0", 7, "net0", ia::side_network), 0);
+    EXPECT_EQ(ia::unbind_port("br0", 1), 0);
+    EXPECT_EQ(engine.look(known), "net0: br0 7 1; br0: lan 37120 1600");
 }
 
 }  // namespace

@@ -50,13 +50,13 @@ TEST_F(TestCommands, ChangesOneValue) {
         {"pppoeiaTestSetCustomRidStr", "", "Setting customRidStr: ''\n", " customRidStr: ''\n"},
         {"pppoeiaTestSetClntMac", "0a-bC:00.01 02:fF", "Setting clntMac: 0A:BC:00:01:02:FF",
          " clntMac: 0A:BC:00:01:02:FF\n"},
-        {"pppoeiaTestSetClntMac", "11:22:33:44:55", "Invalid clntMac: '11:22:33:44:55'\n",
+        {"pppoeiaTestSetClntMac", "11:22:33:44:55", "Invalid clntMac: '11:22:33:44:55'",
          " clntMac: 0A:BC:00:01:02:FF\n"},
-        {"pppoeiaTestSetClntMac", "1:22:33:44:55:666", "Invalid clntMac: '1:22:33:44:55:666'\n",
+        {"pppoeiaTestSetClntMac", "1:22:33:44:55:666", "Invalid clntMac: '1:22:33:44:55:666'",
          " clntMac: 0A:BC:00:01:02:FF\n"},
-        {"pppoeiaTestSetClntMac", "11:22:33:44:55:66:", "Invalid clntMac: '11:22:33:44:55:66:'\n",
+        {"pppoeiaTestSetClntMac", "11:22:33:44:55:66:", "Invalid clntMac: '11:22:33:44:55:66:'",
          " clntMac: 0A:BC:00:01:02:FF\n"},
-        {"pppoeiaTestSetClntMac", "", "Invalid clntMac: ''\n", " clntMac: 0A:BC:00:01:02:FF\n"},
+        {"pppoeiaTestSetClntMac", "", "Invalid clntMac: ''", " clntMac: 0A:BC:00:01:02:FF\n"},
         {"pppoeiaTestSetNothing", "1", "", " vlan: 4464\n"},
     };
     for (const Change &change : changes) {

@@ -192,6 +192,7 @@ TEST_F(Gpon, OnuSerials) {
         {"414243441234ABCD", "ABCD1234ABCD 1", {}},
         {"4b4F525612345678", "KORV12345678 1", {}},
         {"4142434", "KORV12345678 1", {line + "invalid serial for intf 11.\n"}},
+        {"410043441234ABCD", "KORV12345678 1", {line + "invalid serial for intf 11.\n"}},
         {"414243G41234ABCD", "KORV12345678 1", {line + "invalid serial for intf 11.\n"}},
         {"", "KORV12345678 1", {line + "invalid serial for intf 11.\n"}},
         {"41424344", "ABCD 1", {}},

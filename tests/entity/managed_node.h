@@ -4,11 +4,11 @@
 
 #include "client/request.h"
 #include "entity/pppoeia.h"
+#include "management/agent_calls.h"
 #include "node/framework/changes.h"
 #include "platform/bll/Log.h"
 #include "pppoeia/client.h"
 #include "pppoeia/store.h"
-#include "programs/agent_calls.h"
 #include "store/bridge_list.h"
 #include "tests/client/engine_process.h"
 #include "tests/rpc/private_node.h"

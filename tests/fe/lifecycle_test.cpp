@@ -3,6 +3,7 @@
 #include "store/bridge_list.h"
 #include "tests/fe/running_bridge.h"
 #include "tests/support/captured_syslog.h"
+#include "tests/support/failing_memory.h"
 
 #include <sys/ioctl.h>
 #include <algorithm>
@@ -29,22 +30,33 @@ protected:
     void TearDown() override { fe_pppoeia_fini(); }
 };
 
-TEST_F(Module, WithoutKvmngThereIsNoStart) {
-    node().kvmng = false;
-    EXPECT_EQ(fe_pppoeia_init(), ENOENT);
-    EXPECT_EQ(traces(), std::vector<std::string>{"Unable to contact kernel module 'kvmng'."});
-    EXPECT_EQ(fe_pppoeia_fini(), -2);
-}
-
-TEST_F(Module, WithoutKvbridgeAnEarlierStartEnds) {
-    ASSERT_EQ(fe_pppoeia_init(), 0);
-    ASSERT_EQ(fe_pppoeia_bridge_add("br0", 4), 0);
-    node().kvbridge = false;
-    EXPECT_EQ(fe_pppoeia_init(), -1);
-    EXPECT_EQ(fe_pppoeia_bridge_add("br0", 4), -6);
-    EXPECT_EQ(fe_pppoeia_bridge_del("br0"), -6);
-    EXPECT_TRUE(node().pseudo_devices.empty());
-    EXPECT_EQ(node().open_control_files, 0);
+// A second one that fails ends what the first began.
+TEST_F(Module, AFailedStartLeavesNothingStarted) {
+    const struct {
+        bool ScriptedNode::*module;
+        int result;
+        const char *message;
+    } rows[] = {{&ScriptedNode::kvmng, ENOENT, "Unable to contact kernel module 'kvmng'."},
+                {&ScriptedNode::kvbridge, -1, "Unable to contact kernel module 'kvbridge'."}};
+    for (const bool second : {false, true})
+        for (const auto &row : rows) {
+            SCOPED_TRACE(row.message);
+            reset_node();
+            clear_syslog();
+            if (second) {
+                ASSERT_EQ(fe_pppoeia_init(), 0);
+                ASSERT_EQ(fe_pppoeia_bridge_add("br0", 4), 0);
+            }
+            node().*row.module = false;
+            EXPECT_EQ(fe_pppoeia_init(), row.result);
+            EXPECT_EQ(std::ranges::count(traces(), row.message), 1);
+            EXPECT_EQ(fe_pppoeia_bridge_add("br0", 4), -6);
+            EXPECT_EQ(fe_pppoeia_bridge_del("br0"), -6);
+            EXPECT_EQ(fe_pppoeia_fini(), -2);
+            // Without kvmng a pseudo device cannot go.
+            EXPECT_EQ(node().pseudo_devices.size(), second && !node().kvmng);
+            EXPECT_EQ(node().open_control_files, 0);
+        }
 }
 
 TEST_F(Module, OtherVersionsAreReportedNotRefused) {
@@ -89,6 +101,14 @@ protected:
         Module::SetUp();
         ASSERT_EQ(fe_pppoeia_init(), 0);
         clear_syslog();
+    }
+
+    static void expect_nothing_left(std::size_t descriptors_before) {
+        EXPECT_FALSE(ia::bridge_list_find("br0"));
+        EXPECT_TRUE(node().pseudo_devices.empty());
+        EXPECT_EQ(node().open_control_files, 0);
+        // The test keeps the far end of a packet socket that was opened.
+        EXPECT_LE(open_descriptors(), descriptors_before + 1);
     }
 };
 
@@ -135,7 +155,7 @@ TEST_F(Bridge, WithoutAnMtuItTakes1500) {
     ASSERT_EQ(fe_pppoeia_bridge_add("br0", 4), 0);
     const ia::LockedBridge made("br0");
     EXPECT_EQ(made->mtu, 1500U);
-    EXPECT_EQ(made->buf_size, 1606U);
+    EXPECT_EQ(made->runtime->buf_size, 1606U);
 }
 
 struct Failure {
@@ -147,11 +167,14 @@ struct Failure {
 };
 
 TEST_F(Bridge, AFailedStartLeavesNothingBehind) {
+    const std::string no_memory =
+        "<br0> Cannot allocate memory (" +
+        std::to_string(sizeof(pppoeia_bridge) + 0xFFFFFFFFULL * sizeof(pppoeia_port)) + " bytes).";
     const Failure failures[] = {
         {"no such kernel bridge", [] { node().bridges.clear(); }, -24, "<br0> Cannot open bridge."},
         {"no information", [] { node().failing[KVBRIDGE_IOC_GET_INFO] = EIO; }, -1,
          "<br0> Unable to get bridge information."},
-        {"no memory", [] {}, -12, nullptr, 0xFFFFFFFF},
+        {"no memory", [] {}, -12, no_memory.c_str(), 0xFFFFFFFF},
         {"no pseudo device", [] { node().failing[KVMNG_IOC_PSEUDO_ADD] = EPERM; }, -1,
          "<br0> Unable to create pseudo device 'br0_pppoe'."},
         {"device flags", [] { node().failing[SIOCGIFFLAGS] = ENODEV; }, -1,
@@ -175,14 +198,44 @@ TEST_F(Bridge, AFailedStartLeavesNothingBehind) {
         failure.prepare();
         EXPECT_EQ(fe_pppoeia_bridge_add("br0", failure.ports), failure.result);
         const std::vector<std::string> written = traces();
-        if (failure.message) {
-            EXPECT_NE(std::ranges::find(written, failure.message), written.end());
-        }
-        EXPECT_FALSE(ia::bridge_list_find("br0"));
-        EXPECT_TRUE(node().pseudo_devices.empty());
-        EXPECT_EQ(node().open_control_files, 0);
-        // The test keeps the far end of a packet socket that was opened.
-        EXPECT_LE(open_descriptors(), before + 1);
+        EXPECT_NE(std::ranges::find(written, failure.message), written.end());
+        expect_nothing_left(before);
+    }
+}
+
+TEST_F(Bridge, WithoutMemoryAStartLeavesNothingBehind) {
+    const std::size_t before = open_descriptors();
+    const LogLevel silent(-1);  // the captured log is not to need memory
+    std::size_t failed = 0;
+    with_each_allocation_failing([] { return fe_pppoeia_bridge_add("br0", 4); },
+                                 [&](std::size_t nth, int result) {
+                                     SCOPED_TRACE(nth);
+                                     ++failed;
+                                     EXPECT_TRUE(result == -12 || result == -24) << result;
+                                     expect_nothing_left(before);
+                                     fe_pppoeia_fini();
+                                     reset_node();
+                                     ASSERT_EQ(fe_pppoeia_init(), 0);
+                                 });
+    EXPECT_GT(failed, 35U);  // a buffer for each of a batch, and more
+    EXPECT_TRUE(ia::bridge_list_find("br0"));
+}
+
+// A 16-bit port index names no more of them, but a table may have more.
+TEST_F(Bridge, TakesMoreSlotsThanAFrameCanName) {
+    ASSERT_EQ(fe_pppoeia_bridge_add("br0", 70000), 0);
+    pppoeia_port_info info{};
+    EXPECT_EQ(cache_pppoeia_port_add("br0", 69999, "sub1", "1/1/1", &info), 0);
+}
+
+// The store's operations that the management process has of its own.
+TEST_F(Bridge, EndsAlsoWhenTheStoreDropsIt) {
+    const std::size_t before = open_descriptors();
+    for (int (*drop)() : {+[] { return pppoeia_cache_on_bridge_del("br0"); },
+                          +[] { return pppoeia_cache_init(); }}) {
+        ASSERT_EQ(fe_pppoeia_bridge_add("br0", 4), 0);
+        EXPECT_EQ(drop(), 0);
+        expect_nothing_left(before);
     }
 }
 

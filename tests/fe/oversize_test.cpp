@@ -1,7 +1,14 @@
 // Requests that their tag would make too large for the bridge.
+#include "fe/base/notice.h"
 #include "tests/fe/running_bridge.h"
+#include "tests/support/captured_syslog.h"
 
+#include <gmock/gmock.h>
 #include <sys/ioctl.h>
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
 
 using namespace ia::test;
 
@@ -56,8 +63,23 @@ TEST_F(Oversize, TheLimitItselfStillFits) {
 
 TEST_F(Oversize, WithoutALocalAddressTheFrameIsDropped) {
     node().failing[SIOCGIFHWADDR] = ENODEV;
-    EXPECT_TRUE(exchange(datagram({}, large("09", 1460))).empty());
-    EXPECT_EQ(port_stats(sub).padi, 1U);
+    clear_syslog();
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(exchange(datagram({}, large("09", 1460))).empty());
+    EXPECT_EQ(port_stats(sub).padi, 3U);
+    EXPECT_THAT(traces(), ::testing::ElementsAre("pppoeia_get_local_mac: error: No such device\n",
+                                                 "<br0>    Error getting local MAC."));
+}
+
+TEST(Notice, OnceAMinuteWithTheNumberLeftOut) {
+    using std::chrono::milliseconds;
+    const ia::Notice::Clock::time_point start = ia::Notice::Clock::now();
+    ia::Notice notice;
+    EXPECT_EQ(notice.due(start), 0U);
+    for (const int ms : {0, 1, 30000, 59999})
+        EXPECT_EQ(notice.due(start + milliseconds(ms)), std::nullopt) << ms;
+    EXPECT_EQ(notice.due(start + milliseconds(60000)), 4U);
+    EXPECT_EQ(notice.due(start + milliseconds(119999)), std::nullopt);
+    EXPECT_EQ(notice.due(start + milliseconds(300000)), 1U);
 }
 
 TEST_F(Oversize, AFrameShorterThanTheReplyStaysInsideIt) {

@@ -13,8 +13,11 @@ using testing::ElementsAre;
 
 class Follower : public ia::test::Recorder {
 public:
-    void hold(const std::string &bridge, std::uint32_t port) override {
+    bool can_hold = true;
+
+    bool hold(const std::string &bridge, std::uint32_t port) override {
         note("hold", bridge, port);
+        return can_hold;
     }
     void arrived(const Arrivals &arrivals) override {
         for (const std::string &bridge : arrivals.bridges) note("arrived", bridge);
@@ -64,6 +67,13 @@ TEST(Arrivals, HeldFirstAndToldLast) {
     node.interfaces[0].role = 3;
     node.interfaces.pop_back();
     EXPECT_THAT(announce(node), ElementsAre("-port br0 2 p2", "role 1 3", "all"));
+    // Frames that cannot be held would pass unmarked: the port waits outside.
+    node.interfaces.push_back(port(2));
+    follower().can_hold = false;
+    EXPECT_THAT(announce(node), ElementsAre("hold br0 2", "all"));
+    follower().can_hold = true;
+    EXPECT_THAT(announce(node), ElementsAre("hold br0 2", "+port br0 2 p2", "role 2 1",
+                                            "arrived br0 port 2", "all"));
 }
 
 }  // namespace

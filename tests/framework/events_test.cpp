@@ -110,12 +110,13 @@ TEST(Log, RecordsWholeLinesAsWritten) {
     log.setMsgLevel(0).write("pppoeia: Error adding port ").write(4294967295U);
     EXPECT_TRUE(recorded.empty()) << "the line has not ended";
     log.write(" to pppoeia module").write("\n");
-    log.setMsgLevel(1).write("result ").write(-19).write(".\nunfinished");
+    log.setMsgLevel(1).write("result ").write(-19).write(".\n\x1b[2J unfinished");
     log.setMsgLevel(0);
     EXPECT_THAT(
         recorded,
         ElementsAre(std::pair(LOG_ERR, "pppoeia: Error adding port 4294967295 to pppoeia module\n"),
-                    std::pair(LOG_WARNING, "result -19.\n"), std::pair(LOG_WARNING, "unfinished")));
+                    std::pair(LOG_WARNING, "result -19.\n"),
+                    std::pair(LOG_WARNING, "\\x1B[2J unfinished")));
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 // Whole custom IDs, from format to text or bytes.
 #include "diag/test_data.h"
 #include "idgen/assembly.h"
-#include "idgen/plan.h"
+#include "idgen/id_memory.h"
+#include "idgen/selection.h"
 #include "tests/idgen/custom_id_rows.h"
 #include "tests/idgen/scenario.h"
 
 #include <algorithm>
+#include <cstring>
 #include <ctime>
 #include <limits>
 
@@ -18,7 +20,7 @@ protected:
     CustomId() {
         fill(bridge_);
         receive_frame(bridge_, 100, 5);
-        bridge_.visits = 1;
+        bridge_.revision = 1;
     }
 
     std::string make(const std::string &format, std::uint32_t port = GEM, std::uint16_t vid = 100,
@@ -34,10 +36,10 @@ protected:
     // the rule gave.
     void expect_planned(const std::string &format, const std::string &id, std::uint32_t port,
                         std::uint16_t vid) {
-        ia::plan_slot slot;
+        ia::IdMemory memory;
         ia::line_slot line;
         const ia::subscriber who = ia::subscriber_of(bridge_, port, vid, 5, ID_GEN_FRAME);
-        const ia::format_plan *plan = ia::plan_of(slot, format.c_str());
+        const ia::format_plan *plan = ia::plan_of(memory, format.c_str());
         begin_line(line, who, plan);
         for (const ia::format_plan *run :
              {plan, plan, folded_plan(*current_line(line, who), who)}) {
@@ -62,6 +64,26 @@ TEST_F(CustomId, IsAsTabled) {
         EXPECT_TRUE(was_traced("<br0> >> genCustomId"));
         if (row.gen == ID_GEN_FRAME) expect_planned(row.format, row.text, row.port, row.vid);
     }
+}
+
+// Whatever else of a line is kept from frame to frame.
+TEST_F(CustomId, AsksThePlatformForEachFrame) {
+    const LogLevel quiet(6);
+    bridge_.ports[DSL - 1].vsa_circuit_id_mode = PPPOEIA_CID_CUSTOM;
+    std::strcpy(bridge_.cid_format, "$AGENT_BOARD $AGENT_IPV4 $AGENT_IPV6 $AGENT_MAC $PORT");
+    const auto frame = [this] {
+        char out[64] = "";
+        pppoeia_build_circuit_id(out, &bridge_, &bridge_.ports[DSL - 1], 100, binary_,
+                                 ID_GEN_FRAME);
+        return std::string(out);
+    };
+    for (int round = 0; round < 3; ++round)
+        EXPECT_EQ(frame(), "3 10.1.2.3 2001:DB8::1 0A:0B:0C:0D:0E:0F 12345");
+    platform().board_position = 4;
+    platform().ipv4 = {{10, 9, 8, 7}};
+    platform().ipv6 = "::2";
+    platform().mac = pppoeia_mac{{2, 2, 2, 2, 2, 2}};
+    EXPECT_EQ(frame(), "4 10.9.8.7 ::2 02:02:02:02:02:02 12345");
 }
 
 TEST_F(CustomId, OfTextIsCutAt63Characters) {

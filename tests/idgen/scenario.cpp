@@ -1,7 +1,6 @@
 #include "tests/idgen/scenario.h"
 
 #include "diag/test_data.h"
-#include "platform/kernel_modules.h"
 
 #include <algorithm>
 #include <cstring>
@@ -71,15 +70,7 @@ void fill(pppoeia_bridge &bridge) {
 }
 
 void receive_frame(pppoeia_bridge &bridge, std::uint16_t vlan, std::uint16_t cvlan) {
-    bridge.frame_buf.assign(107 + 60, 0);
-    const auto field = [&](std::size_t at, std::uint16_t value) {
-        bridge.frame_buf[at] = static_cast<std::uint8_t>(value >> 8);
-        bridge.frame_buf[at + 1] = static_cast<std::uint8_t>(value);
-    };
-    field(4, vlan);
-    field(6, cvlan);
-    const std::uint8_t source[] = {0x02, 0x00, 0x5E, 0x10, 0x00, 0x01};
-    std::ranges::copy(source, bridge.frame_buf.begin() + 113);
+    bridge.frame = {vlan, cvlan, {{0x02, 0x00, 0x5E, 0x10, 0x00, 0x01}}};
 }
 
 IdTest::IdTest() {

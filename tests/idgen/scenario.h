@@ -34,8 +34,8 @@ enum port_id : std::uint32_t {
 
 void fill(pppoeia_bridge &bridge);
 
-// Puts a frame from 02:00:5E:10:00:01 into the bridge's buffer. The VLAN fields
-// are given whole, priority bits and all.
+// The engine has read a frame from 02:00:5E:10:00:01. The VLAN fields are given
+// whole, priority bits and all.
 void receive_frame(pppoeia_bridge &bridge, std::uint16_t vlan, std::uint16_t cvlan);
 
 // Everything is traced; platform and test data are afresh.

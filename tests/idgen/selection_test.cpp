@@ -2,6 +2,7 @@
 #include "idgen/selection.h"
 
 #include "pppoeia/fe.h"
+#include "pppoeia/node.h"
 #include "pppoeia/store.h"
 #include "store/bridge_list.h"
 #include "tests/idgen/scenario.h"
@@ -67,10 +68,10 @@ const selection_row circuit_ids[] = {
      [](B &b) { dsl(b).vlan_member.reset().set(100); }},
     {"default shows the frame's VLAN", "KORVALEN:R2-S4 eth 3/2/1:200", DSL, 100,
      [](B &b) { receive_frame(b, 0xE0C8, 5); }},
-    {"default of a query shows what was asked", "KORVALEN:R2-S4 eth 3/2/1:100:3999", DSL, 100,
+    {"default of a query shows what was asked", "KORVALEN:R2-S4 eth 3/2/1:100:<cvid>", DSL, 100,
      [](B &b) { b.vsa_circuit_id_cvlan = 1, receive_frame(b, 200, 5); }, "", "", ID_GEN_QUERY},
-    {"default without a frame", "KORVALEN:R2-S4 eth 3/2/1:100", DSL, 100,
-     [](B &b) { b.vsa_circuit_id_cvlan = 1, b.frame_buf.clear(); }},
+    {"default without a frame", "KORVALEN:R2-S4 eth 3/2/1:100:<cvid>", DSL, 100,
+     [](B &b) { b.vsa_circuit_id_cvlan = 1, b.frame.reset(); }},
     {"default of 63 characters", "KORVALEN:SSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSS eth 3/2/1:<vid>",
      DSL, NONE, [](B &b) { put(b.shelf_id, std::string(38, 'S')); }},
     {"default of 64 characters is cut",
@@ -124,7 +125,7 @@ const selection_row circuit_ids[] = {
     {"custom without a frame", "<|>", DSL, 100,
      [](B &b) {
          custom(b, "<$CVID|$CLNT_MAC>");
-         b.frame_buf.clear();
+         b.frame.reset();
      }},
     {"custom of bytes", "A64", DSL, 100, [](B &b) { custom(b, "A$hVLAN"); },
      "<br0> >> Generated custom CID='A64'\n", "41 64"},
@@ -287,6 +288,40 @@ TEST_F(Query, OfAPortsCustomCircuitIdHasTheFramesMac) {
     EXPECT_STREQ(out_, "02:00:5E:10:00:01|");
 }
 
+// The IDs that a frame would have, with the customer VLAN asked for or left open.
+TEST_F(Query, OfALineAnswersAsAFrameWould) {
+    const pppoeia_mac mac = {{2, 0, 0, 0, 0, 9}};
+    put(bridge_->rid_format, "$hVLAN$hCLNT_MAC");
+    const struct {
+        const char *format;  // null: the default form
+        std::uint16_t vid, cvid;
+        const char *circuit_id;
+    } rows[] = {
+        {nullptr, 100, 0x0FFF, "KORVALEN:R2-S4 eth 3/2/1:100:<cvid>"},
+        {nullptr, 100, 7, "KORVALEN:R2-S4 eth 3/2/1:100:7"},
+        {nullptr, NONE, 7, "KORVALEN:R2-S4 eth 3/2/1:<vid>:<cvid>"},
+        {"$VLAN/$CVID/$CLNT_MAC", 100, 7, "100/7/02:00:00:00:00:09"},
+        {"$VLAN/$CVID/$CLNT_MAC", NONE, 0x0FFF, "//02:00:00:00:00:09"},
+    };
+    bridge_->vsa_circuit_id_cvlan = 1;
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.circuit_id);
+        dsl(*bridge_).vsa_circuit_id_mode = row.format ? PPPOEIA_CID_CUSTOM : PPPOEIA_CID_DEFAULT;
+        put(bridge_->cid_format, row.format ? row.format : "");
+        ia::line_ids_block ids{};
+        EXPECT_EQ(ia::fe_line_ids("br0", DSL, row.vid, row.cvid, &mac, &ids), 0);
+        EXPECT_STREQ(ids.circuit_id.text, row.circuit_id);
+        EXPECT_EQ(ids.circuit_id.size, std::strlen(row.circuit_id));
+        EXPECT_EQ(std::memcmp(ids.circuit_id.bytes, row.circuit_id, ids.circuit_id.size), 0);
+        EXPECT_EQ(ids.circuit_id.binary, 0U);
+        EXPECT_EQ(ids.remote_id.binary, 1U);
+        const std::vector<std::uint8_t> sent(ids.remote_id.bytes,
+                                             ids.remote_id.bytes + ids.remote_id.size);
+        EXPECT_EQ(hex_dump(sent), row.vid == 100 ? "64 02 00 00 00 00 09" : "00 02 00 00 00 00 09");
+        EXPECT_EQ(bridge_->frame->vlan, 200) << "the frame in hand is as it was";
+    }
+}
+
 TEST_F(Query, OfBytesAnswersWithTheText) {
     put(bridge_->rid_format, "$hVLAN");
     EXPECT_EQ(fe_gen_remote_id_by_intf_vlan("br0", DSL, 100, out_), 0);
@@ -302,6 +337,9 @@ TEST_F(Query, RefusesUnknownBridgesAndAbsentPorts) {
         EXPECT_TRUE(was_traced("fe_gen_remote_id_by_intf_vlan" + suffix));
         EXPECT_EQ(cache_pppoeia_port_circuit_id_get(bridge, port, out_), result);
         EXPECT_TRUE(was_traced("cache_pppoeia_port_circuit_id_get" + suffix));
+        ia::line_ids_block ids{};
+        const pppoeia_mac mac{};
+        EXPECT_EQ(ia::fe_line_ids(bridge, port, 100, 7, &mac, &ids), result);
         EXPECT_STREQ(out_, "before");
     };
     refused("br1", DSL, -2, "()=-ENOENT");

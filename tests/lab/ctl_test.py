@@ -8,7 +8,7 @@ import shutil
 import subprocess
 import unittest
 
-from lab import frames, node, testing
+from lab import frames, netns, node, testing
 from lab.processes import Process
 from lab.topology import REPOSITORY, mac_of, programs
 
@@ -26,6 +26,7 @@ ANSWERS = [
     (["show", "settings"], "show settings"),
     (["show", "bridge"], "show bridge"),
     (["show", "ports"], "show ports"),
+    (["show", "ports", "1/1/*", "--vlan", "100"], "show ports"),
     (["show", "port", "1/1/1"], "show port"),
     (["show", "vlans"], "show vlans"),
     (["show", "vlan", "100"], "show vlan"),
@@ -36,6 +37,9 @@ ANSWERS = [
     (["stats", "--all", "--watch", "--count", "1"], "stats --watch"),
     (["preview", "1", "100"], "preview"),
     (["preview", "--port", "1/1/2"], "preview"),
+    (["preview", "1", "999", "--cvid", "7"], "preview"),
+    (["reload", "--dry-run"], "reload"),
+    (["reload"], "reload"),
     (FORMAT, "format check"),
     (FORMAT + LINE, "format check"),
     (["format", "macros"], "format macros"),
@@ -54,23 +58,31 @@ ANSWERS = [
     (["config", "save"], "config save"),
     (["status"], "status"),
     (["config", "show"], "config show"),
-    (["config", "clear"], "config clear"),
+    (["set", "cid-mode", "1/1/*", "custom"], "set"),
+    (["config", "clear", "--yes"], "config clear"),
     (["reset"], "reset"),
     (["reset", "1/1/1"], "reset"),
 ]
 
 STATUSES = [
-    (["status"], 0, "version"),
+    (["status"], 0, "health                 good"),
+    (["preview", "1", "999"], 0, "VLAN 999 is not served"),
+    (["preview", "10"], 0, "requests of clients are dropped there"),
+    (["show", "ports", "--vlan", "999"], 0, "VLAN 999 is not served"),
+    (["show", "ports"], 0, "VLANs served           0, 100, 200"),
     (["show", "port", "nowhere"], 1, "'pppoeiactl show ports' lists them"),
     (["preview", "9"], 1, "port 9"),
     (["unset", "line", "1", "4000"], 1, "not found"),
     (["trace", "--count", "1", "--pcap", "/nowhere/file"], 1, "/nowhere/file"),
     (["metrics", "--file", "/nowhere/file"], 1, "/nowhere/file: No such file or directory"),
+    (["set", "cid-mode", "2/*", "custom"], 1, "no port has a name like '2/*'"),
+    (["set", "trust", "1/1/11", "trusted"], 1, "did you mean '1/1/1'?"),
+    (["config", "clear"], 1, "say --yes"),
+    (["-f", "/nowhere/commands"], 1, "/nowhere/commands: No such file or directory"),
     (["nonsense"], 2, "'nonsense' is not known here"),
-    (["set", "role", "1", "boss"], 2, "disabled,client,server,both"),
-    (["set", "vlan", "4096", "on"], 2, "4095"),
+    (["set", "role", "1", "boss"], 2, "disabled, client, server or both"),
     (["format", "check", "x", "--mac", "02:00"], 2, "not an address"),
-    (["stats", "--count"], 2, "--count"),
+    (["stats", "--count"], 2, "--count takes COUNT"),
 ]
 
 # What is typed, and candidates that must be among those offered.
@@ -135,14 +147,83 @@ class Control(testing.LabTest):
                 self.assertIn(expected, self.control(*words, status=status))
         self.lab.stop_management()
         said = self.control("status", "--json", status=3)
-        self.assertIn("are rpcbind and pppoeia-mgmt running?", said)
+        self.assertIn("pppoeia-mgmt is not running", said)
         self.assertEqual(json.loads(said[said.index("{"):])["error"]["status"], 3)
+
+    def test_without_an_engine(self):
+        self.lab.kill_engine()
+        for words in (["stats"], ["stats", "--all", "--watch", "--count", "1"], ["preview", "1", "100"],
+                      ["set", "shelf", "x"], ["set", "cid-mode", "1/1/*", "custom"], ["status"],
+                      ["show", "ports", "--vlan", "100"], ["reset"]):
+            with self.subTest(" ".join(words)):
+                self.assertIn("pppoeia-fe", self.control(*words, status=3))
+        self.assertIn("1/1/1", self.control("show", "ports"))
+
+    def test_health(self):
+        """What is wrong with the node is found, and the status tells how bad it is."""
+        netns.run("ip", "link", "set", "sub2", "nomaster")
+        said = self.control("status", status=1)
+        self.assertIn("its device \"sub2\" is not in the bridge br0", said)
+        self.assertIn("ip link set sub2 master br0", said)
+        found = json.loads(self.control("status", "--json", status=1))["status"]
+        self.assertEqual(found["health"], "warning")
+        self.assertEqual([finding["code"] for finding in found["findings"]], ["port-not-in-bridge"])
+        netns.run("ip", "link", "set", "sub2", "master", "br0")
+        self.control("status")
+
+    def test_reload(self):
+        description = self.lab.folder / "node.toml"
+        text = description.read_text(encoding="utf-8")
+        description.write_text(text.replace('"line-0001"', '"line-9"'), encoding="utf-8")
+        self.assertIn("1 line would change", self.control("reload", "--dry-run"))
+        remote_id = lambda: json.loads(self.control("show", "port", "1", "--json"))["port"]["remote_id"]
+        self.assertEqual(remote_id(), "line-0001")
+        self.assertIn("1 line changed", self.control("reload"))
+        self.assertEqual(remote_id(), "line-9")
+        description.write_text(text.replace('"client"', '"clint"', 1), encoding="utf-8")
+        said = self.control("reload", status=1)
+        self.assertIn("nothing is changed", said)
+        self.assertIn(f"{description}:", said)
+        self.assertEqual(remote_id(), "line-9")
+
+    def test_customer_vlan(self):
+        """`preview --cvid` says what a frame with that customer VLAN gets."""
+        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
+        self.control("set", "cvlan", "on")
+        for mode in ("default", "custom"):
+            self.control("set", "cid-format", "$VLAN/$CVID")
+            self.control("set", "cid-mode", "1", mode)
+            client.send(frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI,
+                                         frames.tag(frames.SERVICE_NAME),
+                                         [(0x8100, 100), (0x8100, 7)]))
+            frame, _ = server.wait(lambda frame: frame.code == frames.PADI, "the PADI")
+            said = json.loads(self.control("preview", "1", "100", "--cvid", "7", "--json"))
+            self.assertEqual(said["circuit_id"]["text"].encode(), frame.marks[0][frames.CIRCUIT_ID])
 
     def test_only_root_changes(self):
         tool = Process(["setpriv", "--reuid=65534", "--clear-groups", TOOL, "set", "vlan-cid-format",
                         "1", "100", "x"])
         self.assertEqual(tool.wait(), 1)
         self.assertIn("needs root", tool.output())
+
+    def test_a_batch(self):
+        """A pattern and a file of commands; the server's side tells nothing new."""
+        commands = self.lab.folder / "commands"
+        commands.write_text("# two lines\n"
+                            "set cid-mode '1/1/*' custom\n"
+                            "set vlan-cid-format 1/1/1 100 'a \"b\" $VLAN'  # quoted\n"
+                            "set role 9 client\n"
+                            "set shelf after\n", encoding="ascii")
+        modes = lambda: [port["circuit_id_mode"] for port in
+                         json.loads(self.control("show", "ports", "--json"))["ports"]]
+        said = self.control("-f", commands, status=1)
+        self.assertIn(f"{commands}:4: port 9", said)
+        self.assertIn("done for 2 ports", said)
+        self.assertEqual(modes(), ["custom", "custom", "default"])
+        self.assertIn('a "b" $VLAN', self.control("show", "port", "1"))
+        self.assertIn("shelf                  shelf1", self.control("show"))
+        self.control("-k", "-f", commands, status=1)
+        self.assertIn("shelf                  after", self.control("show"))
 
     def test_a_line_of_its_own(self):
         """A first format keeps the port's mode; the tag at the server tells."""

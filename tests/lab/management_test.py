@@ -3,13 +3,15 @@
 import re
 import signal
 import subprocess
+import time
 
 from lab import frames, netns, node, testing
 from lab.syslog import Syslog
-from lab.topology import PROGRAM, programs
+from lab.topology import PROGRAM, mac_of, programs, tool
 from lab.traffic import Traffic, padi
 
 CLIENT = programs().parent / "tests" / "rpc" / "procedures_client"
+CONFIG_CALL = tool("config_call")
 TRANSPORTS = ("tcp", "udp")
 
 
@@ -50,11 +52,8 @@ class Procedures(ManagementTest):
         self.lab.start_engine()
         self.scene("all", range(33), padis=3)
         self.scene("malformed", [33, 3])
-        self.scene("cut-short", [12, 32], transports=["tcp"])
+        self.scene("cut-short", [12, 32])
         self.scene("not-root", [10, 1, 21])
-        # The management's own bridge goes, and its settings cannot be read.
-        self.change_description(node.description({"name": "br1"}))
-        self.scene("without-bridge", [10, 14])
 
     def test_profile_mode(self):
         self.lab.start_engine("[node]\nprofile_mode = true\n"
@@ -69,19 +68,42 @@ class Procedures(ManagementTest):
                            if line.split()[:2] == [str(program), "1"])
             self.assertEqual(found, sorted(TRANSPORTS), "known before it is ready")
 
+    def test_changes_are_written_down_and_refusals_named(self):
+        log = Syslog()
+        self.addCleanup(log.close)
+        self.lab.start_engine()
+        for words, status, said, logged in (
+                (["shelf", "a\x1b[2Jb"], 0, "", r'shelf "a\\x1B\[2Jb": done'),
+                (["role", "99999", "client"], 1, "port 99999: 1 to 31 on br0",
+                 "port 99999, role 1: refused with 1: port 99999: 1 to 31 on br0"),
+                (["role", "9", "client"], 1, "port 9 is not described", "refused with 1: port 9"),
+                (["cid-mode", "1", "atm"], 1, "port 1 is no ATM port", "refused with 2"),
+                (["vlan", "4000", "on"], 1, "VLAN 4000 is not described on br0", "refused with 2")):
+            with self.subTest(words):
+                got, text = self.lab.control("set", *words)
+                self.assertIn(said, text)
+                self.assertEqual(got, status, text)
+                log.wait(rf"pppoeia-mgmt.*uid 0 \(process \d+\): set .*{logged}")
+        # Who sends what pppoeiactl would not.
+        subprocess.run([CLIENT, "tcp", "all", "0"], capture_output=True, timeout=60, check=False)
+        for said in ("format has 129 bytes, at most 128", "remote ID has 64 bytes, at most 63"):
+            log.wait(rf"uid 0 from port \d+ \(TCP\): set .*{said}")
+
     def test_port_mapper_comes_later(self):
         log = Syslog()
         self.addCleanup(log.close)
         self.lab.mapper.stop(signal.SIGKILL)
         self.lab.start_engine()
-        log.wait("remote calls and pppoeiactl fail until rpcbind runs")
-        status, said = self.lab.control("show", "ports")
-        self.assertEqual(status, 3, said)
-        self.assertIn("are rpcbind and pppoeia-mgmt running?", said)
+        log.wait("other programs fail until rpcbind runs")
+        self.assertIn("1/1/1", self.control("show", "ports"), "without a port mapper")
         self.pass_padis(1)
         self.lab.start_port_mapper()
         log.wait("the port mapper knows the RPC programs of this node again")
-        self.assertIn("1/1/1", self.control("show", "ports"))
+        listed = netns.run("rpcinfo", "-p", "127.0.0.1")
+        self.assertIn(str(PROGRAM), listed)
+        self.lab.stop_management()
+        listed = netns.run("rpcinfo", "-p", "127.0.0.1")
+        self.assertNotIn(str(PROGRAM), listed, "entries stay after a clean stop")
 
 
 class ChangedDescription(ManagementTest):
@@ -156,6 +178,78 @@ class ChangedDescription(ManagementTest):
                            re.M)
         self.assertEqual(calls, [f"cache_pppoeia_port_remote_id_set(br0, {port})"
                                  for port in self.CHANGED])
+
+    def test_a_new_port_needs_one_signal(self):
+        text = node.description()
+        second = text[text.index('[[interface]]\ndevice = "sub2"'):text.index(
+            '[[interface]]\ndevice = "net0"')]
+        self.lab.start_engine(text.replace(second, ""))
+        self.lab.start_server()
+        self.assertNotEqual(self.lab.discover("sub2")[0], 0, "a port that nobody described")
+        begin, server = time.monotonic(), self.lab.wire("bng")
+        self.change_description(text)
+        self.lab.wire("sub2").send(padi(7, "sub2"))
+        server.wait(lambda frame: frame.host_uniq == b"%08d" % 7 and frame.marks, "the PADI")
+        self.assertLess(time.monotonic() - begin, 1.0)
+        status, said = self.lab.discover("sub2")
+        self.assertEqual(status, 0, said)
+        self.change_description(text.replace(second, ""))
+        self.assertNotEqual(self.lab.discover("sub2")[0], 0, "a port that has left")
+
+    def test_exchanged_lines_keep_their_own_ids(self):
+        """Each frame has the IDs that its device had or has, and no others."""
+        self.lab.start_engine()
+        exchanged = node.description(ports={"sub1": {"id": 2}, "sub2": {"id": 1}})
+        server = self.lab.wire("bng")
+        traffic = [Traffic(self.lab.wire(peer), peer) for peer in ("sub1", "sub2")]
+        for text in (exchanged, node.description()) * 3:
+            self.change_description(text)
+        for sender in traffic:
+            sender.stop()
+        server.waiting()
+        seen = {}
+        for frame in map(frames.parse, server.recorded()):
+            if frame.code == frames.PADI:
+                marks = [mark.get(frames.REMOTE_ID) for mark in frame.marks]
+                seen.setdefault((frame.source, *marks), 0)
+                seen[frame.source, *marks] += 1
+        print(" ", seen)
+        self.assertEqual(set(seen), {(mac_of("sub1"), b"line-0001"), (mac_of("sub2"), b"line-0002")})
+
+    def test_reload_says_what_it_does(self):
+        self.lab.start_engine()
+        here = self.lab.folder / "node.toml"
+        for text, result, said in (
+                (node.description(), 0, ""),
+                (node.description(ports={"sub2": {"remote_id": "other", "device": "sbu2"}}), 0,
+                 "port 2 (1/1/2, sbu2) changes: device, remote_id\n"),
+                (node.description().replace("id = 10", "di = 10"), 1, f"{here}:")):
+            here.write_text(text, encoding="utf-8")
+            before = self.call("show")
+            dry, real = self.call("dry-run", result), None
+            self.assertEqual(self.call("show"), before, "a dry run changes something")
+            real = self.call("reload", result)
+            self.assertEqual(real, dry)
+            self.assertTrue(real.startswith(said) and bool(real) == bool(said), real)
+        # The refused one is not in force; the one before it is, and has a wrong device.
+        self.assertEqual([line.split(":")[0] for line in self.call("health").splitlines()],
+                         ["1 device-missing", "1 member-not-described", "1 reload-refused"])
+        self.assertIn('the description may mean "sub2"', self.call("health"))
+        here.write_text(node.description(), encoding="utf-8")
+        self.call("reload")
+        self.assertEqual(self.call("health"), "")
+        netns.run("ip", "link", "set", "sub1", "nomaster")
+        netns.run("ip", "link", "set", "mng0", "name", "mng9")
+        self.addCleanup(netns.run, "ip", "link", "set", "mng9", "name", "mng0")
+        self.lab.kill_engine()
+        self.assertEqual([line.split(":")[0] for line in self.call("health").splitlines()],
+                         ["2 engine-away", "1 port-not-in-bridge", "1 management-device-missing"])
+
+    def call(self, what, result=0):
+        call = subprocess.run([CONFIG_CALL, what], capture_output=True, text=True, timeout=30,
+                              check=False)
+        self.assertEqual(call.returncode, result, call.stdout + call.stderr)
+        return call.stdout
 
     def test_a_broken_description_changes_nothing(self):
         self.start()

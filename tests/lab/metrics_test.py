@@ -2,18 +2,20 @@
 that does not answer."""
 
 import os
+import re
 import shutil
+import signal
 import stat
 import subprocess
+import time
 from pathlib import Path
 
 from lab import frames, node, testing
-from lab.processes import wait_until
+from lab.processes import Process, wait_until
 from lab.traffic import padi
 
 FOLDER = Path("/run/node-exporter")
 FILE = FOLDER / "pppoeia.prom"
-FRESH = FOLDER / "pppoeia.prom.new"
 
 
 def description(file=FILE):
@@ -56,13 +58,21 @@ class MetricsFile(testing.LabTest):
         text = self.wait_sample(
             'pppoeia_port_frames_total{bridge="br0",port="1",name="1/1/1",kind="padi"} 1')
         self.check(text)
-        wait_until(lambda: FILE.read_text().rstrip("\n") == self.control("metrics"),
+        def untimed(said):
+            return re.sub(r"^pppoeia_metrics_time_seconds .*$", "", said.rstrip("\n"), flags=re.M)
+
+        written = int(re.search(r"^pppoeia_metrics_time_seconds (\d+)$", text, re.M)[1])
+        self.assertLess(abs(time.time() - written), 60)
+        self.assertIn("\npppoeia_findings 0\n", text)
+        wait_until(lambda: untimed(FILE.read_text()) == untimed(self.control("metrics")),
                    "the file to say what the agent says")  # one may have been made amid the frame
         self.assertEqual(stat.S_IMODE(FILE.stat().st_mode), 0o644, "a collector is another user")
 
         self.lab.kill_engine()
         down = self.wait_sample("pppoeia_up 0")
         self.check(down)
+        self.assertIn('pppoeia_finding{severity="critical",code="engine-away",subject="engine"} 1',
+                      down)
         self.assertNotIn("frames_total", down)
         failures = [line for line in down.splitlines()
                     if line.startswith("pppoeia_ippc_failures_total")]
@@ -88,20 +98,20 @@ class MetricsFile(testing.LabTest):
         self.assertEqual(list(FOLDER.iterdir()), [], "nothing is left by a clean stop")
 
     def test_a_disk_that_does_not_answer(self):
-        os.mkfifo(FRESH)  # waits for ever for a reader
         self.lab.start_engine(description())
-
-        def waits(task):
-            return (task / "wchan").read_text() == "wait_for_partner"
-
-        tasks = Path(f"/proc/{self.lab.management.pid}/task")
-        wait_until(lambda: any(map(waits, tasks.iterdir())), "the writer to be stuck")
+        wait_until(FILE.is_file, "the first file")
+        disk = Process(["strace", "-f", "-p", str(self.lab.management.pid), "-e", "trace=fchmod",
+                        "-e", "inject=fchmod:delay_enter=3600s"])
+        self.addCleanup(lambda: disk.running() and disk.stop())
+        disk.wait_line("attached")
+        wait_until(lambda: any(FOLDER.glob(".*.new")), "the writer to be stuck")
         self.control("set", "remote-id", "1", "meanwhile")
         self.assertEqual(self.send_padi()[0][frames.REMOTE_ID], b"meanwhile")
         self.lab.kill_engine()
         self.lab.start_engine(description())
         self.assertEqual(self.send_padi()[0][frames.REMOTE_ID], b"meanwhile")
-        self.check(FRESH.read_text())
+        FILE.unlink()
+        disk.stop(signal.SIGINT)
         wait_until(FILE.is_file, "a file once the disk answers")
 
 

@@ -44,7 +44,7 @@ class Recovery(Rounds):
     def test_settings_stay_when_a_clear_fails(self):
         def kill_and_clear():
             self.lab.kill_engine()
-            status, said = self.lab.control("config", "clear", seconds=30)
+            status, said = self.lab.control("config", "clear", "--yes", seconds=30)
             self.assertEqual(status, 1, said)
             self.assertIn("nothing is cleared", said)
 

@@ -1,12 +1,14 @@
-"""The engine killed under traffic, started again, and stopped cleanly."""
+"""The engine ended under traffic, started again, and released."""
 
 import os
+import signal
 import time
 
-from lab import frames, netns, testing
+from lab import confined, frames, netns, testing
 from lab.processes import wait_until
-from lab.topology import mac_of
+from lab.topology import Lab, mac_of
 from lab.traffic import Traffic
+from lab.wire import Wire
 
 
 def traces():
@@ -43,20 +45,96 @@ class Restart(testing.LabTest):
         self.assertLess(time.monotonic() - begin, 2.0)
         self.assertEqual(self.passed_unmarked(other), [])
 
-    def test_clean_stop_leaves_nothing(self):
-        for crashed_before in (False, True):
-            with self.subTest(crashed_before=crashed_before):
-                before = traces()
+
+class Holds(testing.LabTest):
+    """The engine as its unit has it: however it ends, nothing of Discovery passes."""
+
+    def setUp(self):
+        self.lab = self.enterContext(Lab(confined=True))
+        self.before = traces()
+        self.lab.start_engine()
+        self.lab.start_server()
+
+    def release(self):
+        tool = self.lab._process(confined.command("pppoeia-fe", ["pppoeia-fe", "--release"]))
+        return tool.wait(10), tool.output()
+
+    def unmarked(self, wire):
+        return [f for f in wire.waiting() if f.ethertype == frames.DISCOVERY and not f.marks]
+
+    def test_until_the_release(self):
+        client, other, server = map(self.lab.wire, ("sub1", "sub2", "bng"))
+        traffic = Traffic(client)
+        for number in (signal.SIGTERM, signal.SIGKILL, signal.SIGTERM):
+            with self.subTest(number.name):
+                self.assertEqual(self.release()[0], 1, "while an engine runs")
+                self.lab.stop_management()
+                self.lab.engine.stop(number)
+                sent = traffic.sent
+                wait_until(lambda: traffic.sent > sent + 500, "traffic to go on")
                 self.lab.start_engine()
-                if crashed_before:
-                    self.lab.kill_engine()
-                    self.lab.start_engine()
-                status, seconds = self.lab.stop_engine()
-                self.assertEqual(status, 0, self.lab.engine.output())
-                self.assertLess(seconds, 5.0)  # two turns of the RPC loop, of a second each, are in it
-                devices, files = traces()
-                self.assertEqual(devices, before[0])
-                self.assertEqual(files - before[1] - {str(self.lab.folder / "node.toml")}, set())
+                self.assertEqual(self.lab.discover("sub2")[0], 0)
+        self.lab.stop_engine()
+        traffic.stop()
+        self.assertEqual(self.unmarked(server), [])
+        self.assertEqual([f for f in other.waiting() if f.code == frames.PADI], [])
+        self.assertNotEqual(self.lab.discover()[0], 0)
+
+        status, said = self.release()
+        self.assertEqual(status, 0, said)
+        self.assertIn("sub1: filter removed", said)
+        self.assertEqual(self.release(), (0, "nothing to release"))
+        self.assertEqual(self.lab.discover()[0], 0, "through a plain bridge")
+        self.assertNotEqual(self.unmarked(server), [])
+        self.assertEqual(traces()[0], self.before[0])
+
+    def test_filters_taken_from_all_ports(self):
+        client, other, server = map(self.lab.wire, ("sub1", "sub2", "bng"))
+        traffic = Traffic(client)
+        for stopped in (False, True) * 5:
+            if stopped:
+                self.lab.engine.send(signal.SIGSTOP)
+            for device in ("sub1", "sub2", "net0"):
+                netns.run("tc", "qdisc", "del", "dev", device, "clsact")
+            sent = traffic.sent
+            wait_until(lambda: traffic.sent > sent + 100, "traffic to go on")
+            if stopped:
+                self.lab.engine.send(signal.SIGCONT)
+            wait_until(lambda: self.lab.discover("sub2")[0] == 0, "discovery through the engine")
+        traffic.stop()
+        self.assertEqual(self.unmarked(server), [])
+        self.assertEqual([f for f in other.waiting() if f.code == frames.PADI], [])
+
+    def test_both_ends_plugged_at_once(self):
+        """Of devices that nobody described, on a machine with 2,000 others."""
+        self.lab.add_idle_devices([f"idle{number}" for number in range(2000)])
+        for name, peer in (("x1", "sub1"), ("x2", "bng")):
+            netns.run("ip", "link", "add", name, "up", "type", "veth", "peer", "name", f"y{name}",
+                      "netns", peer)
+            netns.run("ip", "link", "set", f"y{name}", "up", namespace=peer)
+        source, sink = Wire("yx1", "sub1"), Wire("yx2", "bng")
+        self.addCleanup(source.close)
+        self.addCleanup(sink.close)
+        traffic = Traffic(source)
+        delays = []
+        for number in range(20):
+            if number % 2:
+                self.lab.engine.send(signal.SIGSTOP)
+            begin = time.monotonic()
+            self.lab._batch(["link set x1 master br0", "link set x2 master br0"])
+            if not number % 2:
+                wait_until(lambda: "pppoeia_enter" in netns.run(
+                    "tc", "filter", "show", "dev", "x2", "ingress"), "the filter")
+                delays.append(time.monotonic() - begin)
+            sent = traffic.sent
+            wait_until(lambda: traffic.sent > sent + 50, "traffic to go on")
+            self.lab._batch(["link set x1 nomaster", "link set x2 nomaster"])
+            self.lab.engine.send(signal.SIGCONT)
+            wait_until(lambda: "pppoeia" not in netns.run(
+                "tc", "filter", "show", "dev", "x1", "ingress"), "the filter to go")
+        traffic.stop()
+        self.assertEqual([f for f in sink.waiting() if f.code == frames.PADI], [])
+        print(f"  filter in place after {max(delays):.3f} s at most", flush=True)
 
 
 if __name__ == "__main__":

@@ -14,7 +14,6 @@ from lab.rounds import Rounds
 
 FOLDER = Path("/run/settings")
 FILE = FOLDER / "settings.toml"
-FRESH = FOLDER / "settings.toml.new"  # what a save writes before it replaces the file
 RPC_THREAD = "BLLManager_mng\n"
 
 
@@ -62,9 +61,9 @@ class Saving(Rounds):
                 fill()
             status, said = self.lab.control("config", "save")
             self.assertEqual((status, said), (
-                1, f"pppoeiactl: {FRESH}: cannot be {not_done}: No space left on device"))
+                1, f"pppoeiactl: {FILE}: cannot be {not_done}: No space left on device"))
             self.assertEqual(FILE.read_text(encoding="ascii"), old)
-            self.assertFalse(FRESH.exists())
+            self.assertEqual(list(FOLDER.glob(".*")), [])
             # What could not be saved is in force still, whoever goes.
             self.lab.kill_management()
 
@@ -82,32 +81,37 @@ class Saving(Rounds):
 
     @contextlib.contextmanager
     def tracing(self, *options):
-        """strace at the thread that saves, for its calls about the file alone."""
+        """strace at the thread that saves."""
         tasks = Path(f"/proc/{self.lab.management.pid}/task")
         thread = next(task.name for task in tasks.iterdir()
                       if (task / "comm").read_text() == RPC_THREAD)
-        paths = itertools.chain(*(("-P", path) for path in (FOLDER, FILE, FRESH)))
-        trace = Process(["strace", "-p", thread, *paths, *options])
+        trace = Process(["strace", "-p", thread, *options])
         self.addCleanup(lambda: trace.running() and trace.stop())
         trace.wait_line("attached")
         yield trace
         trace.stop(signal.SIGINT)
 
     def steps_of_a_save(self):
-        """Each of its system calls, as a name and which call of that name it is."""
+        """Each of its system calls from the folder's opening until that is on the disk, as
+        a name and which call of that name it is."""
         self.control("set", "shelf", "anew")
-        with self.tracing() as trace:
+        with self.tracing("-e", "trace=openat,write,fsync,close,renameat") as trace:
             self.control("config", "save")
-        names = [line.split("(")[0] for line in trace.lines if "(" in line]
         seen = Counter()
-        for name in names:
+        begun = False
+        for line in trace.lines:
+            name = line.split("(")[0]
             seen[name] += 1
-            yield name, seen[name]
+            begun = begun or str(FOLDER) in line
+            if begun:
+                yield name, seen[name]
+            if name == "fsync" and seen["renameat"]:
+                return
 
     def test_killed_at_each_step(self):
         steps = list(self.steps_of_a_save())
-        for name in ("openat", "write", "fsync", "close", "rename"):
-            self.assertIn((name, 1), steps)
+        for name in ("openat", "write", "fsync", "close", "renameat"):
+            self.assertIn(name, [step[0] for step in steps])
         coming = itertools.cycle(steps)
         old, replaced = "", {}
         step = None
@@ -131,7 +135,7 @@ class Saving(Rounds):
 
         self.rounds(die_saving, restart, at_least=len(steps))
         # Old until the one step that replaces it, new from then on.
-        at = steps.index(("rename", 1))
+        at = steps.index(("renameat", 1))
         self.assertEqual([replaced[step] for step in steps],
                          [number > at for number in range(len(steps))])
 

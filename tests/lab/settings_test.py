@@ -82,11 +82,10 @@ class Settings(testing.LabTest):
         self.assertEqual(self.remote_id(), b'of an "operator" \\')
 
         self.config("clear")
-        self.assertEqual(self.config("diff"), '[[port]] id = 1\n'
-                         '- remote_id = "of an \\"operator\\" \\\\"\n'
-                         '[[port_vlan]] port = 2 vlan = 100\n- circuit_id_mode = "custom"\n'
+        self.assertEqual(self.config("diff"), '[agent]\n- shelf = { hex = "730939" }\n'
+                         '[[port]] id = 1\n- remote_id = "of an \\"operator\\" \\\\"\n'
                          '[[vlan]] id = 200\n- enabled = false\n'
-                         '[agent]\n- shelf = { hex = "730939" }\n')
+                         '[[port_vlan]] port = 2 vlan = 100\n- circuit_id_mode = "custom"\n')
         self.assertEqual(self.remote_id(), b"line-0001")
         self.assertEqual(FILE.read_text(), expected, "only a save changes the file")
 
@@ -128,7 +127,7 @@ class Settings(testing.LabTest):
         self.lab.start_engine(description(auto=True))
         self.assertIn(f"{FILE}:2: [agent] shelf is an integer, expected a text",
                       self.status()["problem"])
-        self.assertEqual(self.remote_id(), b"line-0001", "the description's settings hold")
+        self.assertEqual(self.remote_id(), b"by hand", "the lines that are right hold")
         self.control("set", "remote-id", 1, "new")
         self.config("save")
         self.assertEqual((FOLDER / "settings.toml.bad").read_text(), bad)
@@ -147,6 +146,15 @@ class Settings(testing.LabTest):
         wait_until(lambda: self.status()["waiting"] == "2", "port 1 to join")
         self.assertEqual(self.remote_id(), b"waited")
 
+    def test_a_refused_format_leaves_nothing_behind(self):
+        self.lab.start_engine(description())
+        self.config("save")
+        for what in ("vlan-cid-format", "vlan-rid-format"):
+            self.assertNotEqual(self.lab.control("set", what, "1", "100", "x" * 128)[0], 0)
+        self.assertEqual(self.config("diff"), "")
+        self.control("set", "vlan-cid-format", 1, 100, "x" * 127)
+        self.assertIn(127 * "x", self.config("diff"))
+
     def test_a_larger_mtu_is_followed(self):
         self.lab.start_engine(description())
         self.control("set", "remote-id", 1, "large")
@@ -163,7 +171,7 @@ class Settings(testing.LabTest):
                                   ("wan", "sub1"), ("wan", "sub2"), ("net", "bng")):
             netns.run("ip", "link", "set", device, "mtu", 4000, namespace=namespace)
         netns.run("ip", "link", "set", "br0", "mtu", 4000)
-        wait_until(lambda: mtu() == 4107, "the engine to take larger frames")
+        wait_until(lambda: mtu() == 4119, "the engine to take larger frames")
         wait_until(lambda: self.status()["restores"] == "1", "the settings")
         self.assertEqual(self.remote_id(), b"large")
 

@@ -130,7 +130,26 @@ class Trace(testing.LabTest):
         self.assertEqual(tracer.wait(), 0, tracer.output())
         self.assertRegex(tracer.lines[-1], (
             r"^\d\d:\d\d:\d\d\.\d{6} 1/1/1 up PADI vlan 100 02:00:00:00:01:01 > ff:ff:ff:ff:ff:ff "
-            r"tags Service-Name: forwarded cid 'KORVALEN:shelf1 eth 3/1/1/1:100' rid 'line-0001'$"))
+            r"tags Service-Name: forwarded to 1/2/1 cid 'KORVALEN:shelf1 eth 3/1/1/1:100' rid 'line-0001'$"))
+
+    def test_what_goes_to_a_port(self):
+        """The answers to a subscriber too, with the texts in them."""
+        for peer in ("sub1", "sub2"):
+            self.lab.discover(peer)
+        tracer = Process([programs() / "pppoeiactl", "trace", "--port", "1/1/1", "--count", "3"])
+        tracer.wait_line("watching")
+        refusal = frames.tag(frames.SERVICE_NAME) + frames.tag(0x0203, b"line \x1b[31mbarred")
+        for session, peer in ((0, "sub2"), (7, "sub1")):  # the first is of another port
+            self.lab.wire("bng").send(frames.discovery(mac_of(peer), mac_of("bng"), frames.PADS,
+                                                       refusal, session=session))
+        self.lab.discover("sub1")
+        self.assertEqual(tracer.wait(), 0, tracer.output())
+        pads, padi, pado = tracer.lines[-3:]
+        self.assertIn(" 1/2/1 down PADS session 7 vlan - ", pads)
+        self.assertIn("Generic-Error='line \\x1b[31mbarred': forwarded to 1/1/1", pads)
+        self.assertIn(" up PADI ", padi)
+        self.assertIn("AC-Name='BNG-1'", pado)
+        self.assertIn("forwarded to 1/1/1", pado)
 
     def test_trace_follows_the_schema(self):
         import jsonschema

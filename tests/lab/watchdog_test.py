@@ -23,9 +23,9 @@ class Watchdog(testing.LabTest):
     def test_the_engine_whose_requests_hang_says_nothing(self):
         news = self.lab.start_engine_alone(LIMIT)
         self.assertTrue(news.said(PING, 5))
-        # Without a bridge it is the youngest of three.
+        # Without a bridge it is the youngest of four.
         threads = sorted(map(int, os.listdir(f"/proc/{self.lab.engine.pid}/task")))
-        self.assertEqual(len(threads), 3)
+        self.assertEqual(len(threads), 4)
         requests = threads[-1]
         trace(_SEIZE, requests)
         trace(_INTERRUPT, requests)

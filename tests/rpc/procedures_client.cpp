@@ -7,7 +7,6 @@
 // Scenes:
 //   all             every procedure; PADIS frames were counted at port 1
 //   profile         what profile mode refuses and allows
-//   without-bridge  a node that has no br0
 //   not-root        a caller whose port anyone may use
 //   malformed       calls that the dispatcher refuses
 //   cut-short       calls without all of their arguments
@@ -61,19 +60,6 @@ const Row profile[] = {
      }},
 };
 
-const Row without_bridge[] = {
-    {10,
-     [](Agent &a) {
-         const rpcResultPppoeiaInfo &info = a.ask(rpc_pppoeia_get_info_1);
-         a.same("result", info.result, RPC_PPPOEIA_FAILURE);
-         compare_settings(a, info);  // those of the last call that succeeded
-     }},
-    {14,
-     [](Agent &a) {
-         a.same("result", a.ask(rpc_pppoeia_get_vlan_info_1, 100).result, RPC_PPPOEIA_NOT_FOUND);
-     }},
-};
-
 const Row not_root[] = {
     {10, [](Agent &a) { compare_settings(a, a.settings()); }},
     {1,
@@ -94,7 +80,6 @@ const Row malformed[] = {
      }},
 };
 
-// Over UDP the RPC library reads on into what it received before.
 const Row cut_short[] = {
     {12, [](Agent &a) { a.same("outcome", a.outcome(12), RPC_CANTDECODEARGS); }},
     {32,
@@ -149,7 +134,6 @@ static int run_scene(const std::string &transport, const std::string &scene, u_i
     CLIENT *const client = clnt_create("127.0.0.1", RPC_PPPOEIA, RPC_PPPOEIA_V1, transport.c_str());
     if (scene == "all") return run(all_procedures(padis), client, transport);
     if (scene == "profile") return run(profile, client, transport);
-    if (scene == "without-bridge") return run(without_bridge, client, transport);
     if (scene == "cut-short") return run(cut_short, client, transport);
     if (scene == "malformed") return run(malformed, client, transport);
     throw std::runtime_error("no such scene: " + scene);

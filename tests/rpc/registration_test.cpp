@@ -5,6 +5,8 @@
 #include <arpa/inet.h>
 #include <rpc/pmap_clnt.h>
 #include <sys/resource.h>
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <fstream>
 #include <string>
@@ -70,7 +72,7 @@ struct Opened {
 Opened opened() {
     Opened opened;
     for (const rpcProxyTransport_t &transport : rpcProxyTransports(2, std::chrono::seconds(0))) {
-        EXPECT_EQ(transport.program, program);
+        if (transport.program != program) continue;
         EXPECT_EQ(transport.version, version);
         const bool udp = transport.protocol == IPPROTO_UDP;
         (udp ? opened.udp_port : opened.tcp_port) = transport.port;
@@ -101,34 +103,176 @@ TEST_F(Registration, ReceiveLoopServesAProgramOverBothTransports) {
     EXPECT_TRUE(loop.stop(false));
 }
 
-// A call of procedure 0 and its reply, each behind its record mark.
-constexpr std::uint32_t null_call[] = {0x80000028, 7, 0, 2, program, version, 0, 0, 0, 0, 0};
-constexpr std::uint32_t null_reply[] = {0x80000018, 7, 1, 0, 0, 0, 0};
+using Words = std::vector<std::uint32_t>;
 
-TEST_F(Registration, HalfACallKeepsNobodyWaiting) {
+// A call of procedure 0 without its record mark, and its reply behind its own.
+const Words null_call = {7, 0, 2, program, version, 0, 0, 0, 0, 0};
+const Words null_reply = {0x80000018, 7, 1, 0, 0, 0, 0};
+
+Words words(std::initializer_list<Words> parts) {
+    Words all;
+    for (const Words &part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+int connect_to_program() {
+    const int caller = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in server = loopback(mapped_port(IPPROTO_TCP));
+    EXPECT_EQ(connect(caller, reinterpret_cast<const sockaddr *>(&server), sizeof server), 0);
+    return caller;
+}
+
+void send_bytes(int caller, const void *bytes, std::size_t size) {
+    ASSERT_EQ(send(caller, bytes, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
+}
+
+void send_words(int caller, const Words &all) {
+    for (const std::uint32_t word : all) {
+        const std::uint32_t wire = htonl(word);
+        send_bytes(caller, &wire, sizeof wire);
+    }
+}
+
+// What has come: nothing yet, the end of the connection, or the reply to procedure 0.
+enum Outcome { nothing, closed, replied };
+
+Outcome outcome_at(int caller, Outcome expected) {
+    Words got;
+    std::uint32_t wire = 0;
+    const int how = expected == nothing ? MSG_DONTWAIT : MSG_WAITALL;
+    while (got.size() < null_reply.size()) {
+        const ssize_t size = recv(caller, &wire, sizeof wire, how);
+        if (size != sizeof wire) return size < 0 && errno == EAGAIN ? nothing : closed;
+        got.push_back(ntohl(wire));
+    }
+    EXPECT_EQ(got, null_reply);
+    return replied;
+}
+
+struct Sent {
+    const char *name;
+    Words words;
+    Outcome outcome;
+};
+
+const Sent streams[] = {
+    {"nothing", {}, nothing},
+    {"a mark above 64 KiB and nothing behind it", {0x80010001}, nothing},
+    {"a mark of the longest call", {0x80020000}, nothing},
+    {"a mark of more than a call may have", {0x80020001}, closed},
+    {"the largest mark", {0xFFFFFFFF}, closed},
+    {"fragments that grow too long", {0x00000004, 7, 0x80020000}, closed},
+    {"half a header", {0x80000028, 7, 0, 2}, nothing},
+    {"no call", {0x80000004, 7}, closed},
+    {"a reply", {0x80000018, 7, 1, 0, 0, 0, 0}, closed},
+    {"one fragment", words({{0x80000028}, null_call}), replied},
+    {"three fragments", {4, 7, 16, 0, 2, program, version, 0x80000014, 0, 0, 0, 0, 0}, replied},
+    {"empty fragments", words({{0, 0, 0x28}, null_call, {0, 0x80000000}}), replied},
+};
+
+TEST_F(Registration, NoConnectionKeepsOthersWaiting) {
     ia::test::bring_loopback_up();
     const ia::test::PortMapper mapper;
     RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
     ASSERT_TRUE(loop.start());
     register_program(nullptr);
+    std::vector<int> callers;
+    for (const Sent &row : streams) {
+        SCOPED_TRACE(row.name);
+        callers.push_back(connect_to_program());
+        send_words(callers.back(), row.words);
+        EXPECT_EQ(call(IPPROTO_TCP), RPC_SUCCESS);
+        EXPECT_TRUE(rpcProxyLoopAnswers());
+        EXPECT_EQ(outcome_at(callers.back(), row.outcome), row.outcome);
+    }
+    // A byte at a time, with other calls between any two.
+    const int slow = connect_to_program();
+    for (const std::uint32_t word : words({{0x80000028}, null_call})) {
+        const std::uint32_t wire = htonl(word);
+        send_bytes(slow, &wire, 1);
+        EXPECT_EQ(call(IPPROTO_TCP), RPC_SUCCESS);
+        send_bytes(slow, reinterpret_cast<const char *>(&wire) + 1, 3);
+    }
+    EXPECT_EQ(outcome_at(slow, replied), replied);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(loop.stop(false));
+    EXPECT_LE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1500));
+    callers.push_back(slow);
+    for (const int caller : callers) close(caller);
+}
 
-    const int slow = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in server = loopback(mapped_port(IPPROTO_TCP));
-    ASSERT_EQ(connect(slow, reinterpret_cast<const sockaddr *>(&server), sizeof server), 0);
-    for (std::size_t word = 0; word < std::size(null_call); ++word) {
-        EXPECT_EQ(call(IPPROTO_TCP), RPC_SUCCESS) << "before word " << word;
-        const std::uint32_t wire = htonl(null_call[word]);
-        // Cut within the word, too.
-        ASSERT_EQ(send(slow, &wire, 1, 0), 1);
-        EXPECT_EQ(call(IPPROTO_TCP), RPC_SUCCESS) << "in word " << word;
-        ASSERT_EQ(send(slow, reinterpret_cast<const char *>(&wire) + 1, 3, 0), 3);
+TEST_F(Registration, TheIdlestConnectionsOfAUserGo) {
+    constexpr int many = 1010;
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4 * many);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    ia::test::bring_loopback_up();
+    const ia::test::PortMapper mapper;
+    register_program(nullptr);
+    RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
+    ASSERT_TRUE(loop.start());
+    std::vector<int> callers;
+    for (int count = 0; count < many; ++count) callers.push_back(connect_to_program());
+    EXPECT_EQ(call(IPPROTO_TCP), RPC_SUCCESS);
+    int open = 0;
+    for (const int caller : callers) {
+        open += outcome_at(caller, nothing) == nothing;
+        close(caller);
     }
-    for (const std::uint32_t expected : null_reply) {
-        std::uint32_t wire = 0;
-        ASSERT_EQ(recv(slow, &wire, sizeof wire, MSG_WAITALL), 4);
-        EXPECT_EQ(ntohl(wire), expected);
+    EXPECT_EQ(open, 31) << "32 of a user, the last of them the call's";
+    EXPECT_TRUE(loop.stop(false));
+}
+
+// A number and a text are taken, or the arguments cannot be decoded.
+void take_text(svc_req *, SVCXPRT *transport) {
+    struct Values {
+        u_int number;
+        char *text;
+    } values{};
+    const XdrRoutine decode = [](XDR *stream, void *into) {
+        Values &taken = *static_cast<Values *>(into);
+        return xdr_u_int(stream, &taken.number) && xdr_string(stream, &taken.text, 100);
+    };
+    const xdrproc_t routine = reinterpret_cast<xdrproc_t>(decode);
+    if (svc_getargs(transport, routine, &values))
+        svc_sendreply(transport, no_value, nullptr);
+    else
+        svcerr_decode(transport);
+    svc_freeargs(transport, routine, &values);
+}
+
+TEST_F(Registration, ADatagramThatIsCutIsNotTakenFurther) {
+    ia::test::bring_loopback_up();
+    const ia::test::PortMapper mapper;
+    rpcProxyRegisterSvc(program + 2, version, take_text);
+    RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
+    ASSERT_TRUE(loop.start());
+    sockaddr_in server = loopback(0);
+    server.sin_port = htons(pmap_getport(&server, program + 2, version, IPPROTO_UDP));
+    const int caller = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(connect(caller, reinterpret_cast<const sockaddr *>(&server), sizeof server), 0);
+    Words whole = {7, 0, 2, program + 2, version,    1,          0,         0,
+                   0, 0, 5, 11,          0x76696374, 0x696d2d6c, 0x696e6500};
+    for (std::uint32_t &word : whole) word = htonl(word);
+    const std::size_t header = 10 * sizeof(std::uint32_t),
+                      size = whole.size() * sizeof(std::uint32_t);
+
+    // Each reply's answer; those to a cut header are none. The whole one comes before each cut.
+    const auto answer = [&] {
+        std::uint32_t reply[6] = {};
+        EXPECT_EQ(recv(caller, reply, sizeof reply, 0), ssize_t(sizeof reply));
+        return ntohl(reply[5]);
+    };
+    for (std::size_t cut = 1; cut < size; ++cut) {
+        SCOPED_TRACE(cut);
+        send_bytes(caller, whole.data(), size);
+        EXPECT_EQ(answer(), std::uint32_t(SUCCESS));
+        send_bytes(caller, whole.data(), cut);
+        if (cut < header) continue;
+        EXPECT_EQ(answer(), std::uint32_t(GARBAGE_ARGS));
     }
-    close(slow);
+    close(caller);
     EXPECT_TRUE(loop.stop(false));
 }
 

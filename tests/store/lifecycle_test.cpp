@@ -1,6 +1,7 @@
 // The store's own life, and factory defaults.
 #include "store/bridge_list.h"
 #include "tests/store/store_fixture.h"
+#include "tests/support/failing_memory.h"
 
 using namespace ia::test;
 
@@ -14,7 +15,11 @@ TEST(StoreLife, NeedsItsStart) {
     EXPECT_EQ(pppoeia_cache_on_bridge_del("br0"), -2);
     EXPECT_EQ(pppoeia_cache_on_bridge_add("01234567890", 4), -22);
     EXPECT_EQ(pppoeia_cache_on_bridge_add("br0", 0xFFFFFFFF), -12);
-    EXPECT_EQ(pppoeia_cache_on_bridge_add("br0", 4), 0);
+    with_each_allocation_failing([] { return pppoeia_cache_on_bridge_add("br0", 4); },
+                                 [](std::size_t nth, int result) {
+                                     EXPECT_EQ(result, -12) << nth;
+                                     EXPECT_EQ(pppoeia_cache_on_bridge_del("br0"), -2) << nth;
+                                 });
     EXPECT_EQ(pppoeia_cache_on_bridge_add("br0", 4), -19);
     EXPECT_EQ(pppoeia_cache_on_bridge_del("br0"), 0);
     EXPECT_EQ(pppoeia_cache_on_bridge_add("br0", 4), 0);

@@ -151,12 +151,19 @@ TEST_F(Settings, NamesAreCutToTheirFields) {
     EXPECT_EQ(b->ports[3].vpi, 0xFFFFFFFF);
 }
 
-TEST_F(Settings, ADeletedPortKeepsItsTrustAndMode) {
+TEST_F(Settings, APortAddedAgainKeepsItsTrustAndModeOnly) {
     cache_pppoeia_port_trust_set(bridge, 1, 1);
     cache_pppoeia_port_vsa_circuit_id_mode_set(bridge, 1, 2);
     cache_pppoeia_port_state_set(bridge, 1, 3);
     cache_pppoeia_port_remote_id_set(bridge, 1, "gone");
     cache_pppoeia_port_vlan_add(bridge, 1, 100);
+    {
+        const ia::LockedBridge b(bridge);
+        std::strcpy(b->ports[0].cpe_serial, "KORV12345678");
+        std::strcpy(b->ports[0].intf_descr, "flat 12");
+        b->ports[0].cpe_mac.bytes[5] = 0x5E;
+        b->ports[0].vpi = b->ports[0].vci = 8;
+    }
     ASSERT_EQ(cache_pppoeia_port_del(bridge, 1), 0);
     std::uint32_t out = 0;
     EXPECT_EQ(cache_pppoeia_port_trust_get(bridge, 1, &out), -19);
@@ -168,6 +175,11 @@ TEST_F(Settings, ADeletedPortKeepsItsTrustAndMode) {
     EXPECT_EQ(text(cache_pppoeia_port_remote_id_get, 1U), "");
     pppoeia_port_vlan_info info;
     EXPECT_EQ(cache_pppoeia_port_vlan_get_first(bridge, 1, &info), -2);
+    const ia::LockedBridge b(bridge);
+    EXPECT_STREQ(b->ports[0].cpe_serial, "");
+    EXPECT_STREQ(b->ports[0].intf_descr, "");
+    EXPECT_EQ(b->ports[0].cpe_mac.bytes[5], 0);
+    EXPECT_EQ(b->ports[0].vpi & b->ports[0].vci, 0xFFFFFFFF);
 }
 
 TEST_F(Settings, SettingAllReachesFreeSlotsButNotANewPort) {

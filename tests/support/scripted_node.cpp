@@ -50,7 +50,7 @@ int peer(const std::string &device) {
 }
 
 std::string bridge_of(const std::string &path) {
-    const std::string head = "/proc/net/kvbridge/";
+    constexpr std::string_view head = "/proc/net/kvbridge/";
     return path.substr(head.size(), path.rfind('/') - head.size());
 }
 
@@ -141,7 +141,7 @@ int control_request(int handle, unsigned long request, void *argument) {
 
 void control_close(int handle) {
     const std::scoped_lock lock(guard);
-    const std::string file = state.control_files.at(handle);
+    const std::string file = std::move(state.control_files.at(handle));
     state.control_files.erase(handle);
     --state.script.open_control_files;
     if (file != KVMNG_CONFIG_PATH && file != KVBRIDGE_CONFIG_PATH)
@@ -159,6 +159,30 @@ int release_frames(const char *bridge, std::uint32_t port) {
     return state.script.held.erase({bridge, port}) ? 0 : -EINVAL;
 }
 
+int bind_port(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side) {
+    unbind_port(bridge, port);
+    const std::scoped_lock lock(guard);
+    state.script.bound[device] =
+        std::string(bridge) + ' ' + std::to_string(port) + ' ' + std::to_string(side);
+    return 0;
+}
+
+int unbind_port(const char *bridge, std::uint32_t port) {
+    const std::scoped_lock lock(guard);
+    const std::string place = std::string(bridge) + ' ' + std::to_string(port) + ' ';
+    std::erase_if(state.script.bound,
+                  [&](const auto &entry) { return entry.second.starts_with(place); });
+    return 0;
+}
+
+int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
+                    std::uint32_t max_pdu) {
+    const std::scoped_lock lock(guard);
+    state.script.described[bridge] =
+        std::string(device) + ' ' + std::to_string(stag_ethertype) + ' ' + std::to_string(max_pdu);
+    return 0;
+}
+
 int check_bridge(const char *bridge) {
     const std::scoped_lock lock(guard);
     if (!state.script.bridges.contains(bridge)) return -ENOENT;
@@ -174,8 +198,13 @@ int net_socket(int domain, int, int) {
         return -1;
     }
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return -1;
-    state.peer_of[ends[0]] = ends[1];
-    return ends[0];
+    try {
+        state.peer_of[ends[0]] = ends[1];
+        return ends[0];
+    } catch (const std::bad_alloc &) {
+        for (const int end : ends) close(end);
+        throw;
+    }
 }
 
 int net_device_request(int, unsigned long request, ifreq &device) {
@@ -189,12 +218,15 @@ int net_device_request(int, unsigned long request, ifreq &device) {
             return 0;
         }
         case SIOCGIFMTU: device.ifr_mtu = script.mtu; return 0;
-        case SIOCGIFHWADDR:
-            std::copy(script.management_mac.begin(), script.management_mac.end(),
-                      reinterpret_cast<std::uint8_t *>(device.ifr_hwaddr.sa_data));
-            return 0;
         default: return 0;
     }
+}
+
+int net_device_address(const char *, std::uint8_t *mac) {
+    const std::scoped_lock lock(guard);
+    if (failure(SIOCGIFHWADDR) != 0) return -1;
+    std::ranges::copy(state.script.management_mac, mac);
+    return 0;
 }
 
 int net_bind(int socket, int interface_index) {

@@ -30,6 +30,8 @@ struct ScriptedNode {
     std::set<std::string> pseudo_devices;
     std::map<std::string, std::string> filters;            // bridge -> device
     std::set<std::pair<std::string, std::uint32_t>> held;  // bridge and port
+    std::map<std::string, std::string> bound;              // device to "bridge port side"
+    std::map<std::string, std::string> described;  // bridge to "device stag_ethertype max_pdu"
     int open_control_files = 0;
 };
 

@@ -3,9 +3,6 @@
 #include "platform/ncfm.h"
 #include "platform/net_device.h"
 
-#include <fcntl.h>
-#include <net/if.h>
-#include <sys/ioctl.h>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -40,18 +37,20 @@ int ncfmGetInterface(ncfm_interface *block) {
 namespace ia::platform {
 
 int net_socket(int, int, int) {
-    if (test::platform().sockets) return open("/dev/null", O_RDONLY | O_CLOEXEC);
     errno = EMFILE;
     return -1;
 }
 
-int net_device_request(int, unsigned long request, ifreq &device) {
-    if (request == SIOCGIFHWADDR && test::platform().mac) {
-        std::memcpy(device.ifr_hwaddr.sa_data, test::platform().mac->bytes, 6);
-        return 0;
-    }
+int net_device_request(int, unsigned long, ifreq &) {
     errno = ENODEV;
     return -1;
+}
+
+int net_device_address(const char *, std::uint8_t *mac) {
+    errno = ENODEV;
+    if (!test::platform().mac) return -1;
+    std::ranges::copy(test::platform().mac->bytes, mac);
+    return 0;
 }
 
 int net_bind(int, int) {

@@ -15,7 +15,6 @@ struct scripted_platform {
     std::optional<std::array<std::uint8_t, 4>> ipv4 = {{10, 1, 2, 3}};
     std::optional<std::string> ipv6 = "2001:db8::1";
     std::optional<pppoeia_mac> mac = {{{0x0A, 0x0B, 0x0C, 0x0D, 0x0E, 0x0F}}};  // of any device
-    bool sockets = true;                                                        // can be opened
 
     std::string asked_interface;  // of the last address request
 };

@@ -1,4 +1,5 @@
 // Registration of a service over its two transports.
+#include "rte/BLL/core/registered.h"
 #include "rte/BLL/core/rpcProxy.h"
 
 #include <arpa/inet.h>
@@ -7,10 +8,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 #include <cerrno>
-#include <condition_variable>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 #include <string>
 
 namespace {
@@ -18,13 +17,8 @@ namespace {
 SVCXPRT *create_udp(int socket) {
     return svcudp_create(socket);
 }
-// Callers who send half a call, or nothing, keep nobody waiting: with a limit on
-// calls the library does not read on for the rest before it serves the next one.
 SVCXPRT *create_tcp(int socket) {
-    int longest_call = 128 * 1024;  // bytes; twice the longest text
-    SVCXPRT *const endpoint = svctcp_create(socket, 0, 0);
-    if (endpoint) SVC_CONTROL(endpoint, SVCSET_CONNMAXREC, &longest_call);
-    return endpoint;
+    return svctcp_create(socket, 0, 0);
 }
 
 // A transport, and the line that each of its failures is reported under.
@@ -44,31 +38,6 @@ struct Service {
     unsigned long program;
     unsigned long version;
 };
-
-// The transports of this process. Services register on threads of their own.
-struct Registered {
-    std::mutex lock;
-    std::condition_variable added;
-    std::vector<rpcProxyTransport_t> transports;
-
-    // One that was registered before is another socket now.
-    void add(const rpcProxyTransport_t &transport) {
-        {
-            const std::lock_guard guard(lock);
-            std::erase_if(transports, [&](const rpcProxyTransport_t &other) {
-                return other.program == transport.program && other.version == transport.version &&
-                       other.protocol == transport.protocol;
-            });
-            transports.push_back(transport);
-        }
-        added.notify_all();
-    }
-};
-
-Registered &registered() {
-    static Registered all;
-    return all;
-}
 
 // "rte/BLL/core/rpcProxy:47 Cannot create UDP socket for RPC service ..."; with
 // errno and its text when `error` is not 0.
@@ -115,13 +84,14 @@ void serve_over(const Transport &transport, const Service &service,
         close(handle);
         return;
     }
-    // A transport that the port mapper refused stays open: closing it here, on
-    // another thread, would end the receive loop if it is about to select.
+    // A transport that the port mapper refused is served all the same, for a port
+    // mapper that comes later.
     const bool known =
         svc_register(endpoint, service.program, service.version, dispatch, transport.protocol);
     if (!known) report(transport.register_line, "register " + name, service, "", 0);
-    registered().add({service.program, service.version, transport.protocol,
-                      static_cast<unsigned short>(endpoint->xp_port), known});
+    ia::registered().add({service.program, service.version, transport.protocol,
+                          static_cast<unsigned short>(endpoint->xp_port), known});
+    ia::registered().add(ia::Endpoint{endpoint, AF_INET, transport.type == SOCK_STREAM});
 }
 
 }  // namespace
@@ -135,8 +105,5 @@ void rpcProxyRegisterSvc(unsigned long program, unsigned long version,
 
 std::vector<rpcProxyTransport_t> rpcProxyTransports(std::size_t count,
                                                     std::chrono::milliseconds limit) {
-    Registered &all = registered();
-    std::unique_lock guard(all.lock);
-    all.added.wait_for(guard, limit, [&] { return all.transports.size() >= count; });
-    return all.transports;
+    return ia::registered().transports(count, limit);
 }

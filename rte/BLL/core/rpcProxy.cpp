@@ -1,11 +1,10 @@
 #include "rte/BLL/core/rpcProxy.h"
 
 #include "platform/bll/BLLManager.h"
+#include "rte/BLL/core/receive_loop.h"
 
-#include <sys/select.h>
 #include <unistd.h>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -51,7 +50,10 @@ bool RPCProxy::start() {
 }
 
 bool RPCProxy::stop(bool no_wait) {
-    if (thread.joinable()) thread.interrupt();
+    if (thread.joinable()) {
+        thread.interrupt();
+        ia::registered().wake();
+    }
     if (no_wait) return isStopped();
     if (thread.joinable()) thread.join();
     return true;
@@ -72,21 +74,20 @@ void RPCProxy::threadFunction() {
 void RPCProxy::receiveLoop() const {
     const int process = getpid();
     std::fprintf(stderr, "[%d] %s: Starting main RPC loop - custom made.\n", process, name.c_str());
+    ia::ReceiveLoop loop;
     for (;;) {
-        fd_set ready = svc_fdset;
-        timeval timeout{1, 0};
-        const int count = select(FD_SETSIZE, &ready, nullptr, nullptr, &timeout);
-        if (count < 0) {
-            const int error = errno;
-            if (error == EINTR) continue;
+        if (const int error = loop.pass()) {
             std::fprintf(stderr, "[%d] %s: RPC main loop stopping (%d - %s).\n", process,
                          name.c_str(), error, std::strerror(error));
             return;
         }
-        if (count > 0) svc_getreqset(&ready);
         if (checkInterrupt()) {
             std::fprintf(stderr, "[%d] %s: RPC main loop stopping.\n", process, name.c_str());
             return;
         }
     }
+}
+
+bool rpcProxyLoopAnswers() {
+    return ia::registered().loop_answers();
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <rpc/rpc.h>
+#include <sys/types.h>
 #include <boost/thread/thread.hpp>
 #include <chrono>
 #include <cstddef>
@@ -35,6 +36,40 @@ struct rpcProxyTransport_t {
 // Any thread.
 std::vector<rpcProxyTransport_t> rpcProxyTransports(std::size_t count,
                                                     std::chrono::milliseconds limit);
+
+// A second way to the registered programs: a stream socket in the file system. Its
+// callers are known by their users. Made before the receive loop starts, ended after it
+// has stopped.
+class RPCLocalSocket {
+public:
+    // Makes the folder (0755) when it is missing, and the socket (0660). A socket that
+    // nobody serves is replaced. std::system_error when it cannot be made, or another
+    // process serves it.
+    explicit RPCLocalSocket(std::string socketPath);
+    ~RPCLocalSocket();
+    RPCLocalSocket(const RPCLocalSocket &) = delete;
+    RPCLocalSocket &operator=(const RPCLocalSocket &) = delete;
+
+private:
+    const std::string path;
+    SVCXPRT *transport = nullptr;
+};
+
+// Who makes the call that is being dispatched.
+struct rpcProxyCaller_t {
+    enum class transport_t { udp, tcp, local } transport;
+    bool userKnown;  // over a local socket always, over UDP never
+    uid_t user;
+    pid_t process;        // over a local socket only, else 0
+    unsigned short port;  // over IP only, else 0
+};
+
+// For a dispatcher. Null when the transport is not served by the receive loop here.
+const rpcProxyCaller_t *rpcProxyCaller(const SVCXPRT *transport);
+
+// Whether the receive loop has made a pass since it was asked last, or still has a
+// second to; asks it anew. Never waits. For a watchdog; any thread.
+bool rpcProxyLoopAnswers();
 
 // The owner calls start, stop and isStopped from one thread at a time; the service
 // thread may call them only once start() has returned.

@@ -2,6 +2,7 @@
 #include "tests/node/kernel/fixture.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <cerrno>
@@ -160,26 +161,55 @@ TEST_F(Control, RefusesDescriptionsThatItCannotServe) {
     EXPECT_EQ("", filters_and_devices());
 }
 
-TEST_F(Control, ACleanStopLeavesNothing) {
+// Links planted where the lock stands are not followed.
+TEST_F(Control, TheLockIsAFileOfItsOwn) {
+    struct stat space {};
+    ASSERT_EQ(0, stat("/proc/self/ns/net", &space));
+    const std::string path = "/run/pppoeia/engine-" + std::to_string(space.st_ino) + ".lock";
     start();
-    {
-        Echo echo("br0");
-        EXPECT_THAT(filters_and_devices(), HasSubstr("pppoeia_enter"));
-    }
     kernel.reset();
-    EXPECT_EQ("", filters_and_devices());
+    for (const char *planted : {"ln -s /etc/passwd ", "ln -s /run/none ", "mkfifo "}) {
+        run(planted + path);
+        EXPECT_ANY_THROW(start()) << planted;
+        run("rm " + path);
+    }
+    EXPECT_NE(0, access("/run/none", F_OK));
+    start();
+}
+
+// Whatever becomes of the filters at the ports meanwhile.
+TEST_F(Control, AStopHoldsUntilTheRelease) {
+    run("tc qdisc add dev n2 clsact; tc filter add dev n2 ingress prio 9 protocol all"
+        " bpf bytecode '1,6 0 0 0,' flowid 1:1");
+    start();
+    EXPECT_THROW(release_node(), std::runtime_error) << "an engine runs";
+    { const Echo echo("br0"); }
+    kernel.reset();
     const Host h1("h1"), s1("s1");
     const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
     h1.send(padi);
-    EXPECT_EQ(padi, s1.receive_discovery());  // a bridge like any other again
-}
+    EXPECT_EQ(0U, discovery_heard(s1, h1));
+    for (const char *device : {"p1", "p2", "n1"})
+        run(std::string("tc qdisc del dev ") + device + " clsact");
+    add_port("x1 y1");
+    ASSERT_TRUE(eventually([] { return forwarding_ports() == 5; }));
+    const Host y1("y1");
+    h1.send(padi);
+    EXPECT_EQ(0U, discovery_heard(s1, h1));
+    EXPECT_EQ(0U, discovery_heard(y1, h1));
 
-TEST_F(Control, AStopLeavesOthersQdiscAlone) {
-    run("tc qdisc add dev p1 clsact");
-    start();
+    start();  // and takes over
+    { const Echo echo("br0"); }
     kernel.reset();
-    EXPECT_THAT(output_of("tc qdisc show dev p1"), HasSubstr("clsact"));
-    EXPECT_EQ("", output_of("tc qdisc show dev p2 | grep clsact"));
+    EXPECT_THAT(
+        release_node(),
+        ::testing::UnorderedElementsAre(
+            "p1: filter removed", "p2: filter removed", "n1: filter removed", "n2: filter removed",
+            "x1: filter removed", "br0_pppoe: pseudo device deleted", "netfilter rules removed"));
+    EXPECT_TRUE(release_node().empty());
+    EXPECT_THAT(output_of("tc qdisc show | grep clsact"), HasSubstr("n2")) << "somebody else's";
+    h1.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());  // a bridge like any other again
 }
 
 // A killed engine: what it left holds, and the next one takes it over.
@@ -221,6 +251,7 @@ TEST_F(Control, AKilledEngineHoldsUntilTheNextOne) {
         EXPECT_EQ(padi, s1.receive_discovery());
     }
     kernel.reset();
+    release_node();
     EXPECT_EQ("", filters_and_devices());
 }
 

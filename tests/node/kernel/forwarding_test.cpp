@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <mutex>
+#include <utility>
 
 namespace ia::node::test {
 namespace {
@@ -73,7 +74,7 @@ TEST_F(Forwarding, NoFrameReturnsToTheNetworkPortThatItsAddressLivesOn) {
     ASSERT_TRUE(h1.receive_discovery());
     s1.send(discovery(PADO, mac_s2, mac_s1, {}).bytes());
     EXPECT_EQ(0U, discovery_heard(h1, s1));
-    EXPECT_EQ(1U, outcome(OUTCOME_REFUSED));
+    EXPECT_EQ(1U, outcome(OUTCOME_AT_HOME));
 }
 
 TEST_F(Forwarding, ASubscriberCannotTakeANetworkAddress) {
@@ -88,6 +89,24 @@ TEST_F(Forwarding, ASubscriberCannotTakeANetworkAddress) {
     h1.send(padr);
     EXPECT_EQ(padr, s1.receive_discovery());
     EXPECT_EQ(0U, discovery_heard(s2, s1));
+}
+
+TEST_F(Forwarding, WhatTheEngineDropsTeachesNothing) {
+    start();
+    bool first = true;
+    Echo echo("br0", [&](Bytes &) { return !std::exchange(first, false); });
+    const Host h1("h1"), h2("h2"), s1("s1");
+    const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
+    const Bytes pado = discovery(PADO, mac_h1, mac_s1, {}).bytes();
+    h1.send(padi);  // dropped
+    s1.send(pado);
+    EXPECT_EQ(pado, h1.receive_discovery());
+    EXPECT_EQ(pado, h2.receive_discovery()) << "to all";
+    h1.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());
+    s1.send(pado);
+    EXPECT_EQ(pado, h1.receive_discovery());
+    EXPECT_EQ(0U, discovery_heard(h2, s1));
 }
 
 TEST_F(Forwarding, AStormOfAddressesLeavesOtherLinesAlone) {

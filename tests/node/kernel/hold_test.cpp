@@ -3,8 +3,12 @@
 #include "tests/node/kernel/fixture.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <cerrno>
+#include <cstring>
+#include <functional>
 #include <optional>
+#include <utility>
 
 namespace ia::node::test {
 namespace {
@@ -18,11 +22,17 @@ protected:
     // Sends a PADI of a subscriber; whether it comes to the network's hosts.
     bool passes(const char *subscriber, const Mac &mac) const {
         const Host from(subscriber), to("s1");
-        const std::uint64_t held = outcome(OUTCOME_HELD);
+        const auto held_so_far = [&] { return outcome(OUTCOME_HELD) + outcome(OUTCOME_NO_PORT); };
+        const std::uint64_t held = held_so_far();
         from.send(discovery(PADI, broadcast, mac, {}).bytes());
         if (discovery_heard(to, from) > 0) return true;  // the mark went past the engine
-        if (outcome(OUTCOME_HELD) > held) return false;
+        if (held_so_far() > held) return false;
         return to.receive_discovery().has_value();
+    }
+    bool carries(const char *device) const {
+        for (const PortStatus &port : kernel->ports())
+            if (port.device == device) return !port.held;
+        return false;
     }
     bool p1_passes() const { return passes("h1", mac_h1); }
     bool p2_passes() const { return passes("h2", mac_h2); }
@@ -66,6 +76,36 @@ TEST_F(Hold, OnePort) {
     EXPECT_TRUE(p1_passes());
 }
 
+#if defined(__has_feature)
+#if __has_feature(undefined_behavior_sanitizer)
+#define IA_SANITIZER_OPENS_DESCRIPTORS
+#endif
+#endif
+#ifndef IA_SANITIZER_OPENS_DESCRIPTORS
+// Neither a hold nor its release opens a descriptor.
+TEST_F(Hold, WithoutDescriptors) {
+    start();
+    const Echo echo("br0");
+    rlimit before;
+    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &before));
+    const rlimit none{0, before.rlim_max};
+    const auto bare = [&](auto call) {
+        setrlimit(RLIMIT_NOFILE, &none);
+        const int result = call();
+        setrlimit(RLIMIT_NOFILE, &before);
+        return result;
+    };
+    EXPECT_EQ(bare([] { return hold_frames("br0", 11); }), 0);
+    EXPECT_FALSE(p1_passes());
+    run("ip link set p2 down; ip link set p2 up");
+    ASSERT_TRUE(eventually([] { return forwarding_ports() == 4; }));
+    EXPECT_EQ(bare([] { return hold_frames("br0", 0); }), 0);
+    EXPECT_FALSE(p2_passes());
+    EXPECT_EQ(bare([] { return release_frames("br0", 0); }), 0);
+    EXPECT_TRUE(p1_passes());
+}
+#endif
+
 TEST_F(Hold, ReleasingTheBridgeReleasesItsPorts) {
     start();
     const Echo echo("br0");
@@ -73,6 +113,92 @@ TEST_F(Hold, ReleasingTheBridgeReleasesItsPorts) {
     ASSERT_EQ(hold_frames("br0", 0), 0);
     ASSERT_EQ(release_frames("br0", 0), 0);
     EXPECT_TRUE(p1_passes());
+}
+
+// A frame waits in the engine while something happens to its line.
+TEST_F(Hold, NothingIsPassedOnThatCameInBefore) {
+    const auto hold = [](std::uint32_t port) { ASSERT_EQ(hold_frames("br0", port), 0); };
+    const auto release = [](std::uint32_t port) { ASSERT_EQ(release_frames("br0", port), 0); };
+    const auto exchange_ids = [&] {
+        std::swap(node.interfaces[2].id, node.interfaces[3].id);
+        kernel->update(node);
+    };
+    const struct {
+        const char *name;
+        std::function<void()> happens;
+        bool passes;
+    } rows[] = {
+        {"nothing", [] {}, true},
+        {"another port is held and released",
+         [&] {
+             hold(300);
+             release(300);
+         },
+         true},
+        {"the port is held", [&] { hold(11); }, false},
+        {"the port was held",
+         [&] {
+             hold(11);
+             release(11);
+         },
+         false},
+        {"the port was held twice",
+         [&] {
+             hold(11);
+             release(11);
+             hold(11);
+             release(11);
+         },
+         false},
+        {"the bridge is held", [&] { hold(0); }, false},
+        {"the bridge was held",
+         [&] {
+             hold(0);
+             release(0);
+         },
+         false},
+        {"the ids are exchanged", exchange_ids, false},
+        {"the ids were exchanged",
+         [&] {
+             exchange_ids();
+             exchange_ids();
+         },
+         false},
+        {"the port has another device",
+         [&] {
+             run("ip link set p1 down; ip link set p1 name q1; ip link set q1 up");
+             ASSERT_TRUE(eventually([&] { return check_bridge("br0") == 0 && !carries("p1"); }));
+             run("ip link set q1 down; ip link set q1 name p1; ip link set p1 up");
+             ASSERT_TRUE(eventually([&] { return carries("p1"); }));
+         },
+         false},
+    };
+    start();
+    const Host h1("h1"), h2("h2"), s1("s1");
+    // Back to the client, as an error reply, or on to the network.
+    for (const bool answered : {false, true}) {
+        const auto turn = [&](Bytes &datagram) {
+            kvbridge_frame_hdr &header = record(datagram);
+            std::memcpy(header.output_device, header.input_device, sizeof header.output_device);
+            std::snprintf(header.input_device, sizeof header.input_device, "br0_pppoe");
+            return true;
+        };
+        Echo echo("br0", answered ? Echo::Change(turn) : nullptr, Echo::Run::by_hand);
+        for (const auto &row : rows) {
+            SCOPED_TRACE(row.name);
+            const std::uint64_t stale = outcome(OUTCOME_STALE);
+            h1.send(discovery(PADI, broadcast, mac_h1, {}).bytes());
+            ASSERT_TRUE(eventually([&] { return echo.wait(); }));
+            row.happens();
+            echo.pass_one();
+            EXPECT_EQ(row.passes ? 1U : 0U,
+                      answered ? discovery_heard(h1, h2) : discovery_heard(s1, h2));
+            EXPECT_EQ(stale + (row.passes ? 0 : 1), outcome(OUTCOME_STALE));
+            node = description();
+            kernel->update(node);
+            release(0);
+        }
+    }
 }
 
 TEST_F(Hold, WhatTheEngineLacks) {

@@ -1,8 +1,11 @@
 // Devices that come, go and change while the engine runs.
+#include "platform/frame_hold.h"
+#include "pppoeia/node.h"
 #include "tests/node/kernel/fixture.h"
 
 #include <gmock/gmock.h>
 #include <algorithm>
+#include <cerrno>
 
 namespace ia::node::test {
 namespace {
@@ -15,7 +18,9 @@ protected:
     std::string port(const std::string &device) const {
         for (const PortStatus &status : kernel->ports())
             if (status.device == device)
-                return status.held ? "held" : status.bridge + ' ' + std::to_string(status.id);
+                return status.held ? "held"
+                                   : status.bridge + ' ' + std::to_string(status.id) +
+                                         (status.network && status.id > 2 ? " network" : "");
         return "absent";
     }
 
@@ -44,6 +49,71 @@ TEST_F(PortsFollow, WhatTheBridgeHasAndTheDescriptionNames) {
     EXPECT_EQ("absent", port("br0"));
 }
 
+// Which device is which port comes by calls; the description's ports end with the first.
+TEST_F(PortsFollow, BoundByCalls) {
+    using platform::bind_port;
+    using platform::unbind_port;
+    run("ip link add e1 type veth peer name e2");
+    start();
+    Echo echo("br0");
+    ASSERT_EQ(0, bind_port("br0", 7, "p1", side_subscriber));
+    EXPECT_EQ("br0 7", port("p1"));
+    EXPECT_EQ("held", port("p2"));
+    ASSERT_EQ(0, bind_port("br0", 1, "n1", side_network));
+    ASSERT_EQ(0, bind_port("br0", 9, "e1", side_subscriber));
+    EXPECT_EQ("held", port("e1")) << "waits to join";
+
+    ASSERT_EQ(0, bind_port("br0", 7, "p2", side_subscriber)) << "another device";
+    EXPECT_EQ("held", port("p1"));
+    EXPECT_EQ("br0 7", port("p2"));
+    ASSERT_EQ(0, bind_port("br0", 8, "p2", side_subscriber)) << "another port";
+    EXPECT_EQ("br0 8", port("p2"));
+    const Host h2("h2"), s1("s1");
+    const Bytes padi = discovery(PADI, broadcast, mac_h2, {}).bytes();
+    h2.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());
+    ASSERT_EQ(0, bind_port("br0", 8, "p2", side_network)) << "another side";
+    EXPECT_EQ("br0 8 network", port("p2"));
+
+    ASSERT_EQ(0, unbind_port("br0", 8));
+    ASSERT_EQ(0, unbind_port("br0", 9));
+    EXPECT_EQ("held", port("p2"));
+    EXPECT_EQ("", filters("e1"));
+    const struct {
+        const char *bridge;
+        std::uint32_t port;
+        const char *device;
+        std::uint32_t side;
+    } refused[] = {{"", 1, "p1", 0},
+                   {"br0", 0, "p1", 0},
+                   {"br0", 65536, "p1", 0},
+                   {"br0", 1, "", 0},
+                   {"br0", 1, "a-name-of-sixteen", 0},
+                   {"br0", 1, "p1", 2}};
+    for (const auto &row : refused)
+        EXPECT_EQ(-EINVAL, bind_port(row.bridge, row.port, row.device, row.side)) << row.device;
+}
+
+TEST_F(PortsFollow, BridgesDescribedByCalls) {
+    using platform::describe_bridge;
+    node.bridges[0].device = "br0";
+    node.bridges[0].name = "access";
+    for (Interface &each : node.interfaces) each.bridge = "access";
+    run("ip link add lan up type bridge");
+    add_port("p4 h4", "lan");
+    start();
+    EXPECT_EQ("access 11", port("p1"));
+    ASSERT_EQ(0, describe_bridge("access", "lan", 0x88A8, 1500));
+    EXPECT_EQ("absent", port("p1")) << "in a bridge that is not the agent's";
+    EXPECT_EQ("held", port("p4"));
+    ASSERT_EQ(0, platform::bind_port("access", 4, "p4", side_subscriber));
+    EXPECT_EQ("access 4", port("p4"));
+    EXPECT_EQ(-EINVAL, describe_bridge("access", "lan", 0x8863, 1500));
+    EXPECT_EQ(-EINVAL, describe_bridge("access", "lan", 0x88A8, 9729));
+    ASSERT_EQ(0, describe_bridge("access", "", 0, 0));
+    EXPECT_EQ("", filters("p4"));
+}
+
 TEST_F(PortsFollow, AnUndescribedMemberNeitherSendsNorReceives) {
     start();
     Echo echo("br0");
@@ -53,7 +123,7 @@ TEST_F(PortsFollow, AnUndescribedMemberNeitherSendsNorReceives) {
     const Host h1("h1"), s1("s1"), y1("y1");
     y1.send(discovery(PADI, broadcast, mac_h2, {{0x8100, 1}}).bytes());
     EXPECT_EQ(0U, discovery_heard(s1, y1));
-    EXPECT_EQ(1U, outcome(OUTCOME_HELD));
+    EXPECT_EQ(1U, outcome(OUTCOME_NO_PORT));
     const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
     h1.send(padi);
     EXPECT_EQ(padi, s1.receive_discovery());
@@ -114,7 +184,7 @@ TEST_F(PortsFollow, APortThatDoesNotForwardIsNoWay) {
     const Host h1("h1"), s1("s1"), s2("s2");
     ASSERT_TRUE(eventually([&] {  // the peer's queue opens a little after its carrier
         s2.send(discovery(PADI, broadcast, mac_h1, {}).bytes());
-        return outcome(OUTCOME_HELD) > 0;
+        return outcome(OUTCOME_NO_PORT) > 0;
     }));
     const Bytes padi = discovery(PADI, broadcast, mac_h1, {}, 1).bytes();
     h1.send(padi);
@@ -154,8 +224,47 @@ TEST_F(PortsFollow, FiltersTakenAwayByHandComeBack) {
     run("tc qdisc del dev br0_pppoe clsact");
     EXPECT_TRUE(
         eventually([] { return filters("br0_pppoe").find("pppoeia_leave") != std::string::npos; }));
-    kernel.reset();
-    EXPECT_EQ("", output_of("tc qdisc show | grep clsact"));
+}
+
+// At one priority the kernel runs the last one first.
+TEST_F(PortsFollow, AFilterPutInFrontLater) {
+    run("tc qdisc add dev n2 clsact;"
+        "tc filter add dev n2 ingress prio 1 protocol ip bpf bytecode '1,6 0 0 0,'"
+        " flowid 1:1");
+    start();
+    EXPECT_THAT(filters("n2"), HasSubstr("pppoeia_enter")) << "behind another kind";
+    Echo echo("br0");
+    for (const char *direction : {"ingress", "egress"}) {
+        const std::string at = std::string(" dev p1 ") + direction;
+        const std::string ours = direction == std::string("ingress") ? "_enter" : "_guard";
+        run("tc filter add" + at +
+            " prio 1 protocol all bpf bytecode '1,6 0 0 4294967295,' flowid 1:1");
+        EXPECT_TRUE(eventually([&] {
+            const std::string there = output_of("tc filter show" + at);
+            return there.find("pppoeia" + ours) < there.find("bytecode");
+        })) << direction;
+        const std::string there = output_of("tc filter show" + at);
+        EXPECT_EQ(there.find(" pppoeia" + ours + ":"), there.rfind(" pppoeia" + ours + ":"))
+            << "once\n"
+            << there;
+    }
+    const Host h1("h1"), s1("s1");
+    const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
+    h1.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());
+    EXPECT_EQ(1U, outcome(OUTCOME_HANDED));
+}
+
+TEST_F(PortsFollow, APseudoDeviceSetDownComesUpAgain) {
+    start();
+    Echo echo("br0");
+    run("ip link set br0_pppoe down");
+    ASSERT_TRUE(eventually(
+        [] { return output_of("ip -o link show br0_pppoe").find(",UP") != std::string::npos; }));
+    const Host h1("h1"), s1("s1");
+    const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
+    h1.send(padi);
+    EXPECT_EQ(padi, s1.receive_discovery());
 }
 
 TEST_F(PortsFollow, APseudoDeviceTakenAwayHolds) {

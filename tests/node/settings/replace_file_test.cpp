@@ -1,6 +1,6 @@
 // Replacing a file: whole or not at all, whatever the disk refuses. A process that
 // is killed while it does: tests/lab/saving_test.py.
-#include "node/settings/settings_text.h"
+#include "node/settings/replace_file.h"
 
 #include "tests/support/temp_dir.h"
 
@@ -10,10 +10,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <csignal>
+#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 #include <system_error>
+#include <utility>
 
 using ia::node::replace_file;
 
@@ -28,6 +32,17 @@ class ReplaceFile : public testing::Test {
 protected:
     const ia::test::TempDir dir;
     const std::string file = dir / "settings";
+
+    // Of all in the folder.
+    std::string names() const {
+        std::set<std::string> sorted;
+        for (const auto &entry : std::filesystem::directory_iterator(dir / ""))
+            sorted.insert(entry.path().filename());
+        std::string all;
+        for (const std::string &name : sorted) all += name + ' ';
+        return all;
+    }
+
     const std::string before = std::string(20000, 'a');
     const std::string after = std::string(30000, 'b');
 };
@@ -37,18 +52,61 @@ TEST_F(ReplaceFile, NewAndOverAnOldOne) {
     EXPECT_EQ(content(file), before);
     replace_file(file, after);
     EXPECT_EQ(content(file), after);
-    EXPECT_NE(access((file + ".new").c_str(), F_OK), 0);
+    EXPECT_EQ(names(), "settings ");
 }
 
-TEST_F(ReplaceFile, ThroughALink) {
-    const std::string link = dir / "link";
+// The data is on the disk before the name, and the name before the answer.
+TEST_F(ReplaceFile, FileAndFolderAreSynced) {
+    const auto usual = ia::node::disk_calls;
+    static std::string calls;
+    calls.clear();
+    ia::node::disk_calls = {[](int number) {
+                                struct stat info {};
+                                fstat(number, &info);
+                                calls += S_ISDIR(info.st_mode) ? "folder " : "file ";
+                                return 0;
+                            },
+                            [](int from_folder, const char *from, int to_folder, const char *to) {
+                                calls += "rename ";
+                                return renameat(from_folder, from, to_folder, to);
+                            }};
     replace_file(file, before);
-    ASSERT_EQ(symlink(file.c_str(), link.c_str()), 0);
-    replace_file(link, after);
-    struct stat info {};
-    EXPECT_EQ(lstat(link.c_str(), &info), 0);
-    EXPECT_TRUE(S_ISLNK(info.st_mode));
-    EXPECT_EQ(content(file), after);
+    EXPECT_EQ(std::exchange(calls, ""), "file rename folder ");
+    replace_file(file, after, ia::node::Purpose::publish);
+    EXPECT_EQ(calls, "rename ");
+    ia::node::disk_calls = usual;
+}
+
+// Whoever may write in the folder cannot direct it elsewhere.
+TEST_F(ReplaceFile, PlantedFilesAreNotFollowed) {
+    const std::string victim = dir / "victim", target = dir / "target";
+    const auto refused = [&] {
+        try {
+            replace_file(target, after);
+            return std::string();
+        } catch (const std::system_error &error) {
+            return std::string(error.what()).substr(target.size());
+        }
+    };
+    replace_file(victim, before);
+    ASSERT_EQ(symlink(victim.c_str(), target.c_str()), 0);
+    ASSERT_EQ(symlink(victim.c_str(), (target + ".new").c_str()), 0);
+    EXPECT_EQ(refused().find(": is a symbolic link, expected a regular file or none"), 0U);
+    unlink(target.c_str());
+    ASSERT_EQ(mkfifo(target.c_str(), 0600), 0);
+    EXPECT_EQ(refused().find(": is not a regular file"), 0U);
+    unlink(target.c_str());
+    EXPECT_EQ(refused(), "");
+    EXPECT_EQ(content(target), after);
+    EXPECT_EQ(content(victim), before);
+}
+
+TEST_F(ReplaceFile, RestsOfAKilledProcessAreRemoved) {
+    replace_file(dir / ".settings.0123456789abcdef.new", before);
+    replace_file(dir / ".settings.toml.0123456789abcdef.new2", before);
+    replace_file(file, before);
+    ia::node::remove_unfinished(file);
+    EXPECT_EQ(names(), ".settings.toml.0123456789abcdef.new2 settings ");
 }
 
 TEST_F(ReplaceFile, PublishedForAllKeptAsTheUmaskHasIt) {
@@ -70,7 +128,7 @@ TEST_F(ReplaceFile, FailuresNameTheFileAndChangeNothing) {
         replace_file(dir / "none/settings", after);
         ADD_FAILURE() << "a folder that is not there";
     } catch (const std::system_error &error) {
-        EXPECT_NE(std::string(error.what()).find("none/settings.new: cannot be opened: No such"),
+        EXPECT_NE(std::string(error.what()).find("none/settings: cannot be opened: No such"),
                   std::string::npos)
             << error.what();
     }
@@ -92,7 +150,7 @@ TEST_F(ReplaceFile, FailuresNameTheFileAndChangeNothing) {
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(content(file), before);
-    EXPECT_NE(access((file + ".new").c_str(), F_OK), 0);
+    EXPECT_EQ(names(), "settings ");
 }
 
 }  // namespace

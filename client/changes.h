@@ -1,0 +1,56 @@
+// What becomes of this process's changes of the engine, told to who keeps them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <type_traits>
+
+// One for the library and for the process that loads it.
+#pragma GCC visibility push(default)
+
+namespace ia {
+
+// A call: its function id, its bridge, and its numbers in their order (port,
+// VLAN, or the value itself, as the operation has it).
+struct engine_call {
+    std::uint32_t id = 0;
+    const char *bridge = "";
+    std::array<std::uint32_t, 3> numbers{};
+};
+
+// Both are called on the thread that made the call, under the locks that it
+// holds. Set before any call is made.
+struct change_observer {
+    // The engine and this process's store have taken a change. What this returns
+    // is what the client function returns.
+    std::function<int(const engine_call &)> made;
+
+    // The engine did not answer: it may have taken the call, and the store has not.
+    std::function<void(const engine_call &)> unanswered;
+};
+
+inline change_observer observer;
+
+template <class... Arguments>
+engine_call describe_call(std::uint32_t id, Arguments... arguments) {
+    engine_call call{.id = id, .bridge = "", .numbers = {}};
+    [[maybe_unused]] std::size_t numbers = 0;
+    [[maybe_unused]] bool named = false;
+    [[maybe_unused]] const auto take = [&](auto argument) {
+        using Argument = decltype(argument);
+        if constexpr (std::is_integral_v<Argument>) {
+            if (numbers < call.numbers.size())
+                call.numbers[numbers++] = static_cast<std::uint32_t>(argument);
+        } else if constexpr (std::is_same_v<Argument, const char *>) {
+            if (argument && !named) call.bridge = argument;
+            named = true;
+        }
+    };
+    (take(arguments), ...);
+    return call;
+}
+
+}  // namespace ia
+
+#pragma GCC visibility pop

@@ -1,0 +1,144 @@
+// Calls of the node's RPC services, over the local socket of the management process: no
+// port mapper is asked, and nobody else can answer.
+#pragma once
+
+#include "rpc/pppoeia.h"
+#include "rpc/pppoeia_node.h"
+
+#include <csignal>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace ia::ctl {
+
+// The agent cannot be reached, or did not answer.
+struct Unreachable : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// The agent was reached and said no.
+struct Refused : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// The same, and it may be that the engine does not answer.
+struct Failed : Refused {
+    using Refused::Refused;
+};
+
+// The XDR routine of a reply that holds memory; null for one that does not.
+template <class Reply>
+inline constexpr bool_t (*xdr_of)(XDR *, Reply *) = nullptr;
+template <>
+inline constexpr auto xdr_of<rpcNodeStatus> = xdr_rpcNodeStatus;
+template <>
+inline constexpr auto xdr_of<rpcNodePortList> = xdr_rpcNodePortList;
+template <>
+inline constexpr auto xdr_of<rpcNodeCountersReply> = xdr_rpcNodeCountersReply;
+template <>
+inline constexpr auto xdr_of<rpcNodeLine> = xdr_rpcNodeLine;
+template <>
+inline constexpr auto xdr_of<rpcNodeText> = xdr_rpcNodeText;
+template <>
+inline constexpr auto xdr_of<rpcNodeConfigStatus> = xdr_rpcNodeConfigStatus;
+template <>
+inline constexpr auto xdr_of<rpcNodeLineIds> = xdr_rpcNodeLineIds;
+template <>
+inline constexpr auto xdr_of<rpcNodeHealth> = xdr_rpcNodeHealth;
+template <>
+inline constexpr auto xdr_of<rpcNodeDeviceList> = xdr_rpcNodeDeviceList;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaInfo> = xdr_rpcResultPppoeiaInfo;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaIntfInfo> = xdr_rpcResultPppoeiaIntfInfo;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaIntfInfoList> = xdr_rpcResultPppoeiaIntfInfoList;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaVlanInfoList> = xdr_rpcResultPppoeiaVlanInfoList;
+template <>
+inline constexpr auto xdr_of<rpcResultPppoeiaPortVlanInfoList> =
+    xdr_rpcResultPppoeiaPortVlanInfoList;
+
+class Remote {
+public:
+    Remote();
+
+    // A call by the function that rpcgen made for it, of the agent's program or of the node's own.
+    // Its reply lasts until the next call of the same function.
+    template <class Reply, class... Parameters, class... Arguments>
+    const Reply &call(Reply *(*function)(Parameters...), Arguments... arguments) {
+        return answer(agent_, function, arguments...);
+    }
+    template <class Reply, class... Parameters, class... Arguments>
+    const Reply &node(Reply *(*function)(Parameters...), Arguments... arguments) {
+        return answer(node_, function, arguments...);
+    }
+
+    // A call that changes something, of either program; `what` is named when it
+    // is refused and the agent does not say why.
+    template <class Reply, class... Parameters, class... Arguments>
+    void change(const std::string &what, Reply *(*function)(Parameters...),
+                Arguments... arguments) {
+        if constexpr (std::is_same_v<Reply, rpcPppoeiaResult>)
+            accept(call(function, arguments...), what);
+        else
+            accept(rpcPppoeiaResult(node(function, arguments...)), what);
+    }
+
+    static void expect(rpcPppoeiaResult result, const std::string &what);
+    static void expect(int result, const std::string &what) {
+        expect(rpcPppoeiaResult(result), what);
+    }
+
+private:
+    class NoPipeSignal {
+    public:
+        NoPipeSignal();
+        ~NoPipeSignal();
+        NoPipeSignal(const NoPipeSignal &) = delete;
+        NoPipeSignal &operator=(const NoPipeSignal &) = delete;
+
+    private:
+        sigset_t before_{};
+    };
+
+    struct Destroy {
+        void operator()(CLIENT *client) const;
+    };
+    using Client = std::unique_ptr<CLIENT, Destroy>;
+
+    void accept(rpcPppoeiaResult result, const std::string &what);
+    static Client connect(rpcprog_t program, rpcvers_t version);
+    [[noreturn]] static void throw_failure(CLIENT *client);
+
+    template <class Reply, class... Parameters, class... Arguments>
+    const Reply &answer(const Client &client, Reply *(*function)(Parameters...),
+                        Arguments... arguments) {
+        const NoPipeSignal guard;
+        const Reply *reply = function(arguments..., client.get());
+        if (!reply) throw_failure(client.get());
+        if constexpr (xdr_of<Reply> == nullptr)
+            return *reply;
+        else
+            return keep(function, *reply);
+    }
+
+    // The function forgets the memory of its earlier reply: it is freed here.
+    template <class Reply, class... Parameters>
+    static const Reply &keep(Reply *(*function)(Parameters...), const Reply &reply) {
+        static std::map<Reply *(*)(Parameters...), Reply> last;
+        const auto [kept, first] = last.try_emplace(function, reply);
+        if (first) return kept->second;
+        xdr_free(reinterpret_cast<xdrproc_t>(xdr_of<Reply>), &kept->second);
+        return kept->second = reply;
+    }
+
+    Client agent_;
+    Client node_;
+};
+
+}  // namespace ia::ctl

@@ -1,0 +1,43 @@
+// What other management code of the node tells the agent: each call goes to the
+// entity's operation of the same name. A setting that the entity refuses is
+// logged with what was asked for.
+#pragma once
+
+#include "node/framework/entity_calls.h"
+
+#include <functional>
+#include <utility>
+
+namespace ia {
+
+class AgentCalls final : public node::EntityCalls {
+public:
+    // `when_arrived` makes the settings that the description does not have, and
+    // ends the hold.
+    explicit AgentCalls(std::function<void(const node::Arrivals &)> when_arrived = {})
+        : when_arrived_(std::move(when_arrived)) {}
+
+    bool hold(const std::string &bridge, std::uint32_t port) override;
+    void arrived(const node::Arrivals &arrivals) override;
+
+    void setSystemContact(const std::string &contact) override;
+    void setSystemLocation(const std::string &location) override;
+    void setSystemName(const std::string &name) override;
+    void setIntfDescr(unsigned int ifIndex, const std::string &description) override;
+    void setVlanName(unsigned short vlanId, const std::string &name) override;
+    void notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigned int vci) override;
+    void profileModeChange(bool profile_mode) override;
+
+    void setState(bool enabled) override;
+    void maxPduSet(const std::string &bridge, unsigned int pdu) override;
+    void setVlanState(unsigned short vlanId, bool enabled) override;
+    void setInterfaceState(unsigned int ifIndex, std::uint32_t state) override;
+    void setInterfaceMode(unsigned int ifIndex, std::uint32_t trust) override;
+    void setInterfaceRemoteId(unsigned int ifIndex, const std::string &remote_id) override;
+    void setVsaMode(std::uint32_t mode) override;
+
+private:
+    const std::function<void(const node::Arrivals &)> when_arrived_;
+};
+
+}  // namespace ia

@@ -1,0 +1,43 @@
+// Where the management process stands with the engine.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace ia {
+
+class EngineLink {
+public:
+    enum class State : std::uint8_t {
+        away,         // nobody serves its socket
+        configuring,  // it does not have all of the description and settings
+        in_force,     // it has
+    };
+    enum class Event : std::uint8_t {
+        lost,        // its connection ended
+        found,       // it answers, for the first time or again
+        configured,  // all was announced, and every call answered
+        failed,      // a change came half-way, or a bridge of it is not served
+    };
+
+    State state() const { return state_; }
+    void on(Event event) {
+        state_ = next[static_cast<std::size_t>(state_)][static_cast<std::size_t>(event)];
+    }
+
+private:
+    using enum State;
+
+    // The next state, by state and by event in their order.
+    static constexpr std::array<std::array<State, 4>, 3> next{{
+        //  lost  found        configured failed
+        {{away, configuring, away, away}},             // away
+        {{away, configuring, in_force, configuring}},  // configuring
+        {{away, configuring, in_force, configuring}},  // in_force
+    }};
+
+    State state_ = away;
+};
+
+}  // namespace ia

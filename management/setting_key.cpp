@@ -1,0 +1,98 @@
+#include "management/setting_key.h"
+
+#include "client/operations.h"
+#include "node/settings/settings_text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace ia {
+
+namespace {
+
+using enum SettingKey::Kind;
+
+// The client API's operations that change a setting, and what it is a setting
+// of; the numbers of a call begin with its port or VLAN.
+struct Row {
+    std::uint32_t id;
+    SettingKey::Kind kind;
+};
+
+constexpr Row rows[] = {
+    {2, agent},   // log level
+    {10, agent},  // state
+    {12, vlan},   // VLAN state
+    {19, agent},  // tag mode
+    {21, agent},  // insertion of the Circuit ID
+    {23, agent},  // insertion of the Remote ID
+    {25, agent},  // shelf
+    {31, port},   // role
+    {34, port},   // trust
+    {37, port},   // Remote ID
+    {42, agent},  // customer VLAN in the Circuit ID
+    {45, port},   // Circuit-ID mode
+    {52, agent},  // Circuit-ID format
+    {54, agent},  // Remote-ID format
+    {56, line},   // Circuit-ID mode
+    {58, line},   // Circuit-ID format
+    {60, line},   // Remote-ID format
+    {62, line},   // entry made
+    {63, line},   // entry deleted
+};
+static_assert(std::ranges::is_sorted(rows, {}, &Row::id));
+
+constexpr const char *words[] = {"agent", "port", "vlan", "line"};
+
+}  // namespace
+
+std::optional<SettingKey> key_of(const engine_call &call) {
+    const auto row = std::ranges::lower_bound(rows, call.id, {}, &Row::id);
+    if (row == std::end(rows) || row->id != call.id) return std::nullopt;
+    const auto [first, second, third] = call.numbers;
+    switch (row->kind) {
+        case agent: return SettingKey{agent};
+        case port: return SettingKey{port, first};
+        case vlan: return SettingKey{vlan, 0, static_cast<std::uint16_t>(first)};
+        case line: return SettingKey{line, first, static_cast<std::uint16_t>(second)};
+    }
+    return std::nullopt;
+}
+
+void replace_part(node::Settings &settings, SettingKey key, node::Settings part) {
+    const auto replace = [](auto &map, auto id, auto &from) {
+        map.erase(id);
+        if (auto found = from.extract(id)) map.insert(std::move(found));
+    };
+    switch (key.kind) {
+        case agent: settings.agent = std::move(part.agent); break;
+        case port: replace(settings.ports, key.port, part.ports); break;
+        case vlan: replace(settings.vlans, key.vlan, part.vlans); break;
+        case line: replace(settings.lines, node::LineKey(key.port, key.vlan), part.lines); break;
+    }
+}
+
+std::string write_part(SettingKey key, const node::Settings &part) {
+    return std::string(words[static_cast<int>(key.kind)]) + ' ' + std::to_string(key.port) + ' ' +
+           std::to_string(key.vlan) + '\n' + write_settings(part);
+}
+
+bool replay_part(node::Settings &settings, std::string_view record) {
+    const std::string head(record.substr(0, record.find('\n')));
+    char word[8] = {};
+    unsigned port_id = 0, vlan_id = 0;
+    if (head.size() == record.size() ||
+        std::sscanf(head.c_str(), "%7s %u %u", word, &port_id, &vlan_id) != 3)
+        return false;
+    const auto kind = std::ranges::find(words, std::string_view(word));
+    if (kind == std::end(words) || vlan_id > 0xFFFF) return false;
+    const SettingKey key{static_cast<SettingKey::Kind>(kind - words), port_id,
+                         static_cast<std::uint16_t>(vlan_id)};
+    node::ReadSettings part = node::read_settings(record.substr(head.size() + 1), "journal");
+    if (!part.problems.empty()) return false;
+    replace_part(settings, key, std::move(part.settings));
+    return true;
+}
+
+}  // namespace ia

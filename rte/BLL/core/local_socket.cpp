@@ -1,0 +1,74 @@
+#include "rte/BLL/core/exchange.h"
+#include "rte/BLL/core/rpcProxy.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+constexpr int listen_backlog = 128;
+
+[[noreturn]] void fail(int error, const std::string &path) {
+    throw std::system_error(error, std::generic_category(), path);
+}
+
+struct Socket {
+    int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    ~Socket() {
+        if (descriptor >= 0) close(descriptor);
+    }
+};
+
+sockaddr_un address_of(const std::string &path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) fail(ENAMETOOLONG, path);
+    path.copy(address.sun_path, path.size());
+    return address;
+}
+
+// Also while its process is too busy to accept.
+bool is_served(const sockaddr_un &address) {
+    const Socket probe;
+    return connect(probe.descriptor, reinterpret_cast<const sockaddr *>(&address),
+                   sizeof address) == 0 ||
+           errno == EAGAIN;
+}
+
+void listen_at(int socket, const std::string &path) {
+    const sockaddr_un address = address_of(path);
+    mkdir(std::filesystem::path(path).parent_path().c_str(), 0755);
+    if (is_served(address)) fail(EADDRINUSE, path);
+    unlink(path.c_str());
+    if (bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0 ||
+        chmod(path.c_str(), 0660) != 0 || listen(socket, listen_backlog) != 0)
+        fail(errno, path);
+}
+
+}  // namespace
+
+RPCLocalSocket::RPCLocalSocket(std::string socketPath) : path(std::move(socketPath)) {
+    Socket made;
+    if (made.descriptor < 0) fail(errno, path);
+    listen_at(made.descriptor, path);
+    transport = svc_vc_create(made.descriptor, 0, 0);
+    if (!transport) {
+        unlink(path.c_str());
+        fail(ENOMEM, path);
+    }
+    made.descriptor = -1;  // the transport's now
+    ia::registered().add(ia::Endpoint{transport, AF_UNIX, true});
+}
+
+RPCLocalSocket::~RPCLocalSocket() {
+    unlink(path.c_str());
+    ia::registered().remove(transport);
+    ia::forget_exchanges(transport);
+    svc_destroy(transport);
+}

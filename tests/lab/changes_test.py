@@ -1,0 +1,139 @@
+"""A port or the whole node is configured anew while a subscriber floods.
+
+The second subscriber sends requests with a forged tag as fast as it can, and its
+own between them; the first one only its own. Whatever is changed meanwhile, the
+server hears no request without a mark, none with a forged one, and none with the
+mark of the other line.
+"""
+
+import contextlib
+import os
+import resource
+import threading
+import unittest
+
+from lab import frames, netns, node, testing
+from lab.processes import wait_until
+from lab.topology import PEERS, Lab, mac_of
+from lab.traffic import Traffic, padi
+from lab.wire import Wire
+
+ROUNDS = int(os.environ.get("PPPOEIA_ROUNDS", "3"))
+FORGED = frames.discovery(frames.BROADCAST, mac_of("sub2"), frames.PADI,
+                          frames.tag(frames.SERVICE_NAME) + frames.vendor_tag())
+
+
+class Flood:
+    """From a peer's device, which may be away for a while."""
+
+    def __init__(self, peer):
+        self.sent = 0
+        self._peer = peer
+        self._stop = threading.Event()
+        self._thread = threading.Thread(target=self._run, daemon=True)
+        self._thread.start()
+
+    def _run(self):
+        while not self._stop.is_set():
+            with contextlib.suppress(OSError), Wire(PEERS[self._peer][0], self._peer) as wire:
+                while not self._stop.is_set():
+                    for _ in range(16):
+                        wire.send(FORGED)
+                    wire.send(padi(self.sent, self._peer))
+                    self.sent += 17
+
+    def stop(self):
+        self._stop.set()
+        self._thread.join()
+
+
+class UnderFlood(unittest.TestCase):
+    confined = True
+
+    def setUp(self):
+        self.lab = self.enterContext(Lab(confined=self.confined))
+        self.lab.start_engine()
+        self.server = self.lab.wire("bng")
+        self.flood = Flood("sub2")
+        self.addCleanup(self.flood.stop)
+        honest = Traffic(self.lab.wire("sub1"))
+        self.addCleanup(honest.stop)
+        self.heard = {mac_of("sub1"): 0, mac_of("sub2"): 0}
+        self.wrong = []
+
+    def look(self):
+        """What the server has heard since the last look."""
+        lines = {mac_of(line): {frames.CIRCUIT_ID: node.circuit_id(line).encode(),
+                                frames.REMOTE_ID: node.PORTS[line]["remote_id"].encode()}
+                 for line in ("sub1", "sub2")}
+        for frame in self.server.waiting():
+            if frame.source not in lines:
+                continue
+            self.heard[frame.source] += 1
+            if frame.marks != [lines[frame.source]]:
+                self.wrong.append(frame.marks)
+        return dict(self.heard)
+
+    def served(self):
+        """Until requests of both lines have come once more."""
+        before = self.look()
+        wait_until(lambda: all(now > before[mac] for mac, now in self.look().items()),
+                   "requests of both lines", 20)
+
+    def rounds(self, *changes):
+        self.served()
+        for _ in range(ROUNDS):
+            for change in changes:
+                change()
+                self.look()
+            self.served()
+        self.assertEqual(self.wrong, [], f"of {self.heard}, {self.flood.sent} sent")
+
+
+class Changes(UnderFlood):
+    def rename(self, device, name):
+        netns.run("ip", "link", "set", device, "down")
+        netns.run("ip", "link", "set", device, "name", name, "up")
+
+    def test_renamed_port(self):
+        self.rounds(lambda: self.rename("sub2", "away"), lambda: self.rename("away", "sub2"))
+
+    def test_settings_cleared(self):
+        def clear():
+            status, said = self.lab.control("config", "clear", "--yes", seconds=30)
+            self.assertEqual(status, 0, said)
+
+        self.rounds(clear)
+
+    def test_exchanged_ids(self):
+        def described(**ports):
+            (self.lab.folder / "node.toml").write_text(node.description(ports=ports),
+                                                       encoding="utf-8")
+            self.lab.reload(30)
+
+        self.rounds(lambda: described(sub1={"id": 2}, sub2={"id": 1}), described)
+
+
+class WithoutDescriptors(UnderFlood):
+    """As root: nobody may set the limits of a confined service."""
+
+    confined = False
+
+    def test_engine_without_descriptors(self):
+        def made_anew():
+            engine = self.lab.engine.pid
+            before = resource.prlimit(engine, resource.RLIMIT_NOFILE)
+            resource.prlimit(engine, resource.RLIMIT_NOFILE, (3, before[1]))
+            try:
+                device, mac, node_device = PEERS["sub2"]
+                netns.run("ip", "link", "del", node_device)
+                self.lab.add_peer_device("sub2", device, mac, node_device)
+                self.look()
+            finally:
+                resource.prlimit(engine, resource.RLIMIT_NOFILE, before)
+
+        self.rounds(made_anew)
+
+
+if __name__ == "__main__":
+    testing.main()
