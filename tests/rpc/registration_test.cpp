@@ -230,7 +230,7 @@ void take_text(svc_req *, SVCXPRT *transport) {
         u_int number;
         char *text;
     } values{};
-    const XdrRoutine decode = [](XDR *stream, void *into) {
+    bool_t (*const decode)(XDR *, void *) = [](XDR *stream, void *into) -> bool_t {
         Values &taken = *static_cast<Values *>(into);
         return xdr_u_int(stream, &taken.number) && xdr_string(stream, &taken.text, 100);
     };
