@@ -111,6 +111,24 @@ class Process:
             raise
 
 
+@contextlib.contextmanager
+def limited(process, what, number):
+    """A running process with less than it may need: "nofile" or "data". Only its own user
+    may limit it."""
+    user = os.stat(f"/proc/{process.pid}").st_uid
+
+    def prlimit(*words):
+        return subprocess.run(["prlimit", "--pid", str(process.pid), *words], user=user, group=user,
+                              extra_groups=[], check=True, capture_output=True, text=True).stdout
+
+    before = prlimit(f"--{what}", "--raw", "--noheadings", "--output=SOFT").strip()
+    prlimit(f"--{what}={number}:")
+    try:
+        yield
+    finally:
+        prlimit(f"--{what}={before}:")
+
+
 class Notifications:
     """The socket on which a service says READY=1."""
 

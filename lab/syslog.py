@@ -23,6 +23,7 @@ class Syslog:
         self._private_dev()
         self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM | socket.SOCK_CLOEXEC)
         self._socket.bind("/dev/log")
+        os.chmod("/dev/log", 0o666)  # every user's, as on any machine
         threading.Thread(target=self._read, daemon=True).start()
 
     @staticmethod

@@ -4,7 +4,7 @@ import os
 import sys
 import unittest
 
-from lab import isolation
+from lab import isolation, node
 from lab.agent import missing_programs
 from lab.topology import Lab
 
@@ -15,8 +15,11 @@ REQUIRE = "PPPOEIA_REQUIRE_ROOT_TESTS"
 class LabTest(unittest.TestCase):
     """A test with a lab of its own, up before it and gone after it."""
 
+    unconfined = ""  # why the services are to run as root
+    bridge = node.BRIDGE
+
     def setUp(self):
-        self.lab = self.enterContext(Lab())
+        self.lab = self.enterContext(Lab(self.unconfined, self.bridge))
 
 
 def main(agent=True):

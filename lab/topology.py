@@ -35,6 +35,7 @@ PEERS = {
     "sub2": ("wan", "02:00:00:00:02:01", "sub2"),
     BNG: ("net", "02:00:00:00:99:01", "net0"),
 }
+IDLE = 99  # the group of devices that nothing is connected to
 MNG_MAC = "02:00:00:00:00:fe"
 
 
@@ -65,11 +66,18 @@ SANITIZED = _sanitized()
 
 
 class Lab:
-    """Brought up by `with`; what it started or made is gone after it."""
+    """Brought up by `with`; what it started or made is gone after it.
 
-    def __init__(self, confined=False):
-        self.confined = confined  # the services run as their systemd units have it
+    The services run as their systemd units have it. `unconfined` says, in words, why they
+    are to run as root instead."""
+
+    def __init__(self, unconfined="", bridge=node.BRIDGE):
+        self.bridge = bridge
+        self.unconfined = unconfined or (
+            "a sanitizer does what the units forbid" if SANITIZED else "")
+        self.user = 0 if self.unconfined else confined.USER
         self.folder = Path("/run/lab")
+        self._prepared = False
         self._undo = []  # what to call, last first
         self._starts = 0
         self._management_news = None
@@ -100,12 +108,12 @@ class Lab:
         self.folder.mkdir()
         self._undo.append(self._remove_folder)
         netns.quiet()
-        self._device(["add", node.BRIDGE, "type", "bridge", "forward_delay", 0,
-                      "mcast_snooping", 0], node.BRIDGE)
+        self._device(["add", self.bridge, "type", "bridge", "forward_delay", 0,
+                      "mcast_snooping", 0], self.bridge)
         # A management interface of its own: any real device with an address does.
         self._device(["add", MNG, "address", MNG_MAC, "type", "bridge"], MNG)
         netns.run("ip", "address", "add", "192.0.2.1/24", "dev", MNG)
-        for device in (node.BRIDGE, MNG):
+        for device in (self.bridge, MNG):
             netns.run("ip", "link", "set", device, "up")
         for peer, (device, mac, node_device) in PEERS.items():
             netns.run("ip", "netns", "add", peer)
@@ -114,24 +122,25 @@ class Lab:
             self.add_peer_device(peer, device, mac, node_device)
             self._undo.append(lambda name=node_device: netns.run("ip", "link", "del", name))
         self.start_port_mapper()
-        if self.confined:
-            confined.prepare(programs())
-        wait_until(lambda: "state UP" in netns.run("ip", "link", "show", "dev", node.BRIDGE),
-                   f"{node.BRIDGE} to be up")
+        wait_until(lambda: "state UP" in netns.run("ip", "link", "show", "dev", self.bridge),
+                   f"{self.bridge} to be up")
 
     def add_peer_device(self, peer, device, mac, node_device):
         """A peer's device, the other end in the bridge."""
         netns.run("ip", "link", "add", node_device, "type", "veth", "peer", "name", device,
                   "address", mac, "netns", peer)
-        netns.run("ip", "link", "set", node_device, "master", node.BRIDGE, "up")
+        netns.run("ip", "link", "set", node_device, "master", self.bridge, "up")
         netns.run("ip", "link", "set", device, "up", namespace=peer)
         self._wait_forwarding(node_device)
 
     def add_idle_devices(self, names):
         """Devices that nothing is connected to, an even number."""
         pairs = list(zip(names[::2], names[1::2]))
-        self._batch(f"link add {one} type veth peer name {two}" for one, two in pairs)
-        self._undo.append(lambda: self._batch(f"link del {one}" for one, _ in pairs))
+        if not pairs:
+            return
+        self._batch(f"link add {one} group {IDLE} type veth peer name {two}" for one, two in pairs)
+        # One by one they would take the kernel half a minute.
+        self._undo.append(lambda: netns.run("ip", "link", "del", "group", IDLE))
 
     def _batch(self, commands):
         batch = self.folder / "batch"
@@ -200,7 +209,7 @@ class Lab:
         """The engine, configured by the management process with the description
         `text`. A management process that runs already configures it anew."""
         description = self.folder / "node.toml"
-        description.write_text(text or node.description(), encoding="utf-8")
+        description.write_text(text or node.description({"device": self.bridge}), encoding="utf-8")
         self.engine, news = self._service("pppoeia-fe", description, seconds)
         news.close()
         if self.management and self.management.running():
@@ -211,16 +220,40 @@ class Lab:
             self._undo.append(self._management_news.close)
         return self.engine
 
+    def state_folder(self):
+        """Where the management process may write: its settings, for one."""
+        if not self._prepared:
+            self._prepared = True
+            confined.prepare(programs())
+            confined.folders(self.user)
+            if self.unconfined:
+                print(f"  lab: the services run as root: {self.unconfined}", flush=True)
+        return confined.STATE
+
+    def small_disk(self, options):
+        """The state folder on a disk of its own, which can be full."""
+        folder = self.state_folder()
+        netns.run("mount", "-t", "tmpfs", "-o", f"{options},uid={self.user},gid={self.user}",
+                  "state", folder)
+        self._undo.append(lambda: netns.run("umount", folder))
+        return folder
+
+    def service(self, program, *words, environment=None):
+        """One of the two, as its unit runs it or as root."""
+        self.state_folder()
+        argv = [programs() / program, *words]
+        process = self._process(argv if self.unconfined else confined.command(program, argv),
+                                None, environment)
+        process.name = program
+        return process
+
     def _service(self, program, description, seconds, environment=None):
         """A service that is ready, and the socket on which it says so."""
         self._starts += 1
         news = Notifications(str(self.folder / f"notify-{self._starts}"))
-        argv = [programs() / program, "--node", description]
-        if self.confined:
-            argv = confined.command(program, argv)
         # Of the programs built with a sanitizer, services always look for leaks.
-        process = self._process(argv, None, {"NOTIFY_SOCKET": news.path, "ASAN_OPTIONS": "",
-                                             **(environment or {})})
+        process = self.service(program, "--node", description, environment={
+            "NOTIFY_SOCKET": news.path, "ASAN_OPTIONS": "", **(environment or {})})
         news.wait_ready(process, seconds)
         return process, news
 

@@ -8,13 +8,11 @@ mark of the other line.
 
 import contextlib
 import os
-import resource
 import threading
-import unittest
 
 from lab import frames, netns, node, testing
-from lab.processes import wait_until
-from lab.topology import PEERS, Lab, mac_of
+from lab.processes import limited, wait_until
+from lab.topology import PEERS, mac_of
 from lab.traffic import Traffic, padi
 from lab.wire import Wire
 
@@ -47,11 +45,9 @@ class Flood:
         self._thread.join()
 
 
-class UnderFlood(unittest.TestCase):
-    confined = True
-
+class Changes(testing.LabTest):
     def setUp(self):
-        self.lab = self.enterContext(Lab(confined=self.confined))
+        super().setUp()
         self.lab.start_engine()
         self.server = self.lab.wire("bng")
         self.flood = Flood("sub2")
@@ -89,8 +85,6 @@ class UnderFlood(unittest.TestCase):
             self.served()
         self.assertEqual(self.wrong, [], f"of {self.heard}, {self.flood.sent} sent")
 
-
-class Changes(UnderFlood):
     def rename(self, device, name):
         netns.run("ip", "link", "set", device, "down")
         netns.run("ip", "link", "set", device, "name", name, "up")
@@ -113,24 +107,13 @@ class Changes(UnderFlood):
 
         self.rounds(lambda: described(sub1={"id": 2}, sub2={"id": 1}), described)
 
-
-class WithoutDescriptors(UnderFlood):
-    """As root: nobody may set the limits of a confined service."""
-
-    confined = False
-
     def test_engine_without_descriptors(self):
         def made_anew():
-            engine = self.lab.engine.pid
-            before = resource.prlimit(engine, resource.RLIMIT_NOFILE)
-            resource.prlimit(engine, resource.RLIMIT_NOFILE, (3, before[1]))
-            try:
+            with limited(self.lab.engine, "nofile", 3):
                 device, mac, node_device = PEERS["sub2"]
                 netns.run("ip", "link", "del", node_device)
                 self.lab.add_peer_device("sub2", device, mac, node_device)
                 self.look()
-            finally:
-                resource.prlimit(engine, resource.RLIMIT_NOFILE, before)
 
         self.rounds(made_anew)
 

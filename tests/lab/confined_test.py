@@ -6,7 +6,7 @@ import signal
 
 from lab import confined, node, testing
 from lab.processes import wait_until
-from lab.topology import Lab, programs
+from lab.topology import programs
 
 CAPABILITIES = {"pppoeia-fe": {12, 13, 38, 39},  # net_admin, net_raw, perfmon, bpf
                 "pppoeia-mgmt": set()}
@@ -19,7 +19,7 @@ def status(process):
 
 class Confined(testing.LabTest):
     def setUp(self):
-        self.lab = self.enterContext(Lab(confined=True))
+        super().setUp()
         self.lab.start_server()
         self.lab.start_engine()
 

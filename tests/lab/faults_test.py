@@ -9,7 +9,6 @@ import contextlib
 import json
 import os
 import re
-import resource
 import signal
 import struct
 import subprocess
@@ -17,8 +16,8 @@ import time
 import unittest
 from pathlib import Path
 
-from lab import netns, testing
-from lab.processes import wait_until
+from lab import confined, netns, testing
+from lab.processes import limited, wait_until
 from lab.rounds import Rounds
 from lab.topology import PEERS, SANITIZED, programs, tool
 
@@ -67,20 +66,10 @@ class Faults(Rounds):
 
     # --- descriptors and memory ---------------------------------------------------------------
 
-    @contextlib.contextmanager
-    def limited(self, process, what, number):
-        """A running process with less than it may need."""
-        before = resource.prlimit(process.pid, what)
-        resource.prlimit(process.pid, what, (number, before[1]))
-        try:
-            yield
-        finally:
-            resource.prlimit(process.pid, what, before)
-
     def out_of_descriptors(self, process):
         """A port goes and comes meanwhile, and nobody can look."""
         device, mac, node_device = PEERS["sub2"]
-        with self.limited(process, resource.RLIMIT_NOFILE, 3):
+        with limited(process, "nofile", 3):
             self.served_meanwhile()
             netns.run("ip", "link", "del", node_device)
             self.lab.add_peer_device("sub2", device, mac, node_device)
@@ -106,8 +95,7 @@ class Faults(Rounds):
                                   capture_output=True, text=True).stdout.split()
 
         def exhaust():
-            with self.limited(self.lab.engine, resource.RLIMIT_DATA,
-                              self.data_size(self.lab.engine)):
+            with limited(self.lab.engine, "data", self.data_size(self.lab.engine)):
                 entries, result = call("fill", "2")
                 self.assertEqual(result, NO_MEMORY, f"after {entries} entries")
                 self.served_meanwhile()
@@ -120,7 +108,7 @@ class Faults(Rounds):
         """The RPC library may not survive it."""
         def exhaust():
             size = self.data_size(self.lab.management)
-            with self.limited(self.lab.management, resource.RLIMIT_DATA, size):
+            with limited(self.lab.management, "data", size):
                 calls = [subprocess.Popen([tool("config_call"), "show"],
                                           stdout=subprocess.DEVNULL) for _ in range(50)]
                 self.served_meanwhile()
@@ -202,7 +190,9 @@ class ClockJumps(Rounds):
     def start_all(self):
         self.clock = self.lab.folder / "clock"
         self.jump(HOUR)
-        os.environ.update(LD_PRELOAD=str(tool("libclock_jump.so")), LAB_CLOCK=str(self.clock))
+        self.lab.state_folder()
+        preloaded = confined.STAGE / "lab/tools/libclock_jump.so"
+        os.environ.update(LD_PRELOAD=str(preloaded), LAB_CLOCK=str(self.clock))
         try:
             super().start_all()
         finally:

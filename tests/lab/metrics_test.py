@@ -1,20 +1,17 @@
 """The metrics file: what it says, for whom, from when and until when; and a disk
 that does not answer."""
 
-import os
 import re
-import shutil
 import signal
 import stat
 import subprocess
 import time
-from pathlib import Path
 
-from lab import frames, node, testing
+from lab import confined, frames, node, testing
 from lab.processes import Process, wait_until
 from lab.traffic import padi
 
-FOLDER = Path("/run/node-exporter")
+FOLDER = confined.METRICS
 FILE = FOLDER / "pppoeia.prom"
 
 
@@ -23,11 +20,6 @@ def description(file=FILE):
 
 
 class MetricsFile(testing.LabTest):
-    def setUp(self):
-        super().setUp()
-        FOLDER.mkdir()
-        self.addCleanup(shutil.rmtree, FOLDER)
-
     def control(self, *words):
         status, said = self.lab.control(*words)
         self.assertEqual(status, 0, said)
@@ -52,7 +44,6 @@ class MetricsFile(testing.LabTest):
         self.assertEqual((judged.returncode, judged.stderr), (0, ""), judged.stdout)
 
     def test_follows_the_node_until_the_end(self):
-        self.addCleanup(os.umask, os.umask(0o077))
         self.lab.start_engine(description())
         self.send_padi()
         text = self.wait_sample(

@@ -8,11 +8,11 @@ import time
 from collections import Counter
 from pathlib import Path
 
-from lab import netns, node, testing
+from lab import confined, node, testing
 from lab.processes import Process
 from lab.rounds import Rounds
 
-FOLDER = Path("/run/settings")
+FOLDER = confined.STATE
 FILE = FOLDER / "settings.toml"
 RPC_THREAD = "BLLManager_mng\n"
 
@@ -20,9 +20,7 @@ RPC_THREAD = "BLLManager_mng\n"
 class Saving(Rounds):
     def start_all(self):
         # A disk of its own, with room for some pages and some files.
-        FOLDER.mkdir(exist_ok=True)
-        netns.run("mount", "-t", "tmpfs", "-o", "size=64k,nr_inodes=16", "settings", FOLDER)
-        self.addCleanup(netns.run, "umount", FOLDER)
+        self.lab.small_disk("size=64k,nr_inodes=16")
         self.lab.start_engine(node.description() + f'[settings]\nfile = "{FILE}"\n')
         self.control("config", "save")
 

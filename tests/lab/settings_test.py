@@ -4,12 +4,12 @@ its port; files that do not check and disks that are full."""
 import subprocess
 from pathlib import Path
 
-from lab import frames, netns, node, testing
+from lab import confined, frames, netns, node, testing
 from lab.processes import wait_until
 from lab.topology import mac_of, tool
 
 CONFIG_CALL = tool("config_call")
-FOLDER = Path("/run/settings")
+FOLDER = confined.STATE
 FILE = FOLDER / "settings.toml"
 REFUSED, NO_FILE = 1, 2
 
@@ -22,10 +22,7 @@ def description(auto=False, **more):
 class Settings(testing.LabTest):
     def setUp(self):
         super().setUp()
-        # A disk of its own, so that it can be full.
-        FOLDER.mkdir(exist_ok=True)
-        netns.run("mount", "-t", "tmpfs", "-o", "size=64k", "settings", FOLDER)
-        self.addCleanup(netns.run, "umount", FOLDER)
+        self.lab.small_disk("size=64k")
 
     def control(self, *words):
         status, said = self.lab.control(*map(str, words))

@@ -20,6 +20,8 @@ def padi(number, stack):
 
 
 class TagStacks(testing.LabTest):
+    bridge = "subscribers-lan"  # as long as a device name may be
+
     def setUp(self):
         super().setUp()
         self.lab.start_engine()
