@@ -39,6 +39,14 @@ int line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uin
     return call<line_ids>(bridge, port, vid, cvid, client, out);
 }
 
+int port_frames(const char *bridge, std::uint32_t port, port_frames_block *out) {
+    return call<port_frames>(bridge, port, out);
+}
+
+int clear_port_frames(const char *bridge, std::uint32_t port) {
+    return call<clear_port_frames>(bridge, port);
+}
+
 int watch_frames(std::uint64_t *next) {
     return call<watch_frames>(next);
 }

@@ -20,7 +20,9 @@ using node_operations = operation_table<
     engine_only<1010, macro_value, fe_macro_value>,
     engine_only<1011, watch_frames, fe_watch_frames>,
     engine_only<1012, watched_frame_get, fe_watched_frame_get>,
-    engine_only<1013, line_ids, fe_line_ids>>;
+    engine_only<1013, line_ids, fe_line_ids>,
+    engine_only<1014, port_frames, fe_port_frames>,
+    engine_only<1015, clear_port_frames, fe_clear_port_frames>>;
 // clang-format on
 
 struct every_operation : operations, node_operations {};

@@ -40,6 +40,8 @@ constexpr void fields(Block &block, Visit &&visit) {
         const auto id = [&](auto &one) { visit(one.size, one.binary, one.text, one.bytes); };
         id(block.circuit_id);
         id(block.remote_id);
+    } else if constexpr (std::same_as<Plain, port_frames_block>) {
+        visit(block.outcomes, block.sent);
     } else if constexpr (std::same_as<Plain, watched_frame>) {
         visit(block.number, block.time_ns, block.port, block.came_length, block.left_length,
               block.bridge, block.input_device, block.output_device, block.verdict, block.reason,
@@ -67,14 +69,16 @@ Block<Value> encode(const Value &value) {
     static_assert(every_byte_is_a_fields<Value>());
     Block<Value> bytes;
     std::size_t at = 0;
+    const auto put_number = [&]<class Number>(Number number) {
+        for (std::size_t i = 0; i < sizeof number; ++i)
+            bytes[at++] = static_cast<std::uint8_t>(
+                static_cast<std::make_unsigned_t<Number>>(number) >> 8 * i);
+    };
     const auto put = [&]<class Field>(const Field &field) {
-        if constexpr (std::is_array_v<Field>) {
-            for (const auto byte : field) bytes[at++] = static_cast<std::uint8_t>(byte);
-        } else {
-            for (std::size_t i = 0; i < sizeof field; ++i)
-                bytes[at++] = static_cast<std::uint8_t>(
-                    static_cast<std::make_unsigned_t<Field>>(field) >> 8 * i);
-        }
+        if constexpr (std::is_array_v<Field>)
+            for (const auto number : field) put_number(number);
+        else
+            put_number(field);
     };
     fields(value, [&](const auto &...field) { (put(field), ...); });
     return bytes;
@@ -84,16 +88,18 @@ template <class Value>
 Value decode(std::span<const std::uint8_t, sizeof(Value)> bytes) {
     Value value;
     std::size_t at = 0;
+    const auto take_number = [&]<class Number>(Number &to) {
+        std::make_unsigned_t<Number> number = 0;
+        for (std::size_t i = 0; i < sizeof number; ++i)
+            number = static_cast<std::make_unsigned_t<Number>>(
+                number | static_cast<std::make_unsigned_t<Number>>(bytes[at++]) << 8 * i);
+        to = static_cast<Number>(number);
+    };
     const auto take = [&]<class Field>(Field &field) {
-        if constexpr (std::is_array_v<Field>) {
-            for (auto &byte : field) byte = static_cast<std::remove_extent_t<Field>>(bytes[at++]);
-        } else {
-            std::make_unsigned_t<Field> number = 0;
-            for (std::size_t i = 0; i < sizeof field; ++i)
-                number = static_cast<std::make_unsigned_t<Field>>(
-                    number | static_cast<std::make_unsigned_t<Field>>(bytes[at++]) << 8 * i);
-            field = static_cast<Field>(number);
-        }
+        if constexpr (std::is_array_v<Field>)
+            for (auto &number : field) take_number(number);
+        else
+            take_number(field);
     };
     fields(value, [&](auto &...field) { (take(field), ...); });
     return value;

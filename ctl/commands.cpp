@@ -71,7 +71,7 @@ constexpr Command rows[] = {
     {"status", "Health of the node, what is wrong and what to do", {}, show_status, print_status, verdict_of_status},
     {"reload", "Read the node description again and apply it",
         {{option("dry-run", "Only say what would change or is wrong", Kind::flag)}}, reload, print_reload},
-    {"stats", "Discovery counters of the bridge, or of ports",
+    {"stats", "Discovery counters; of one port also what became of its frames",
         {{port(!required), option("all", "The bridge and all ports", Kind::flag),
           option("watch", "Go on, with rates, until q or Ctrl-C", Kind::flag), count}},
         show_stats, print_stats},

@@ -52,6 +52,44 @@ Json read(Call &call) {
     return {{"counters", rows}};
 }
 
+// What became of the frames of one port, and which left by it.
+void add_frames(Call &call, Json &answer) {
+    const auto port = call.maybe("port");
+    if (!port) return;
+    const rpcNodePortFrames &reply =
+        call.agent().node(rpc_node_port_frames_1, static_cast<u_int>(*port));
+    Remote::expect(reply.result, "the port's frames");
+    Json outcomes = Json::array();
+    for (u_int i = 0; i < reply.outcomes.outcomes_len; ++i) {
+        const rpcNodeOutcome &row = reply.outcomes.outcomes_val[i];
+        outcomes.push_back(
+            {{"outcome", row.outcome}, {"meaning", row.meaning}, {"frames", row.frames}});
+    }
+    const rpcNodeSent &sent = reply.sent;
+    answer["sent"] = {{"padi", sent.padi}, {"pado", sent.pado}, {"padr", sent.padr},
+                      {"pads", sent.pads}, {"padt", sent.padt}, {"other", sent.other}};
+    answer["outcomes"] = outcomes;
+}
+
+std::string frames_text(const Json &answer) {
+    if (!answer.contains("sent")) return {};
+    const Json &sent = answer.at("sent");
+    std::string text = "\nsent out by the port\n";
+    for (const auto &[key, title] : {std::pair("padi", "PADI"),
+                                     {"pado", "PADO"},
+                                     {"padr", "PADR"},
+                                     {"pads", "PADS"},
+                                     {"padt", "PADT"},
+                                     {"other", "other code"}})
+        text += field(title, sent.at(key));
+    if (answer.at("outcomes").empty()) return text;
+    return text + "\nwhat became of the frames that came in\n" +
+           table({{"OUTCOME", "outcome"},
+                  {"FRAMES", "frames", true},
+                  {"MEANING", "meaning", false, 1}},
+                 answer.at("outcomes"));
+}
+
 std::string list_of(const Json &row) {
     std::string text;
     for (const Counter &counter : counters) text += field(counter.title, row.at(counter.key));
@@ -136,13 +174,17 @@ Json watch(Call &call) {
 
 Json show_stats(Call &call) {
     if (call.has("all") && call.has("port")) throw Refused("either --all or one port");
-    return call.has("watch") ? watch(call) : read(call);
+    if (call.has("watch")) return watch(call);
+    Json answer = read(call);
+    add_frames(call, answer);
+    return answer;
 }
 
 void print_stats(const Json &answer) {
     if (answer.is_null()) return;  // watched
     const Json &rows = answer.at("counters");
     std::fputs((rows.size() == 1 ? list_of(rows[0]) : table_of(rows)).c_str(), stdout);
+    std::fputs(frames_text(answer).c_str(), stdout);
 }
 
 }  // namespace ia::ctl

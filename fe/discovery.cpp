@@ -111,10 +111,7 @@ Outcome edit(Frame &frame, const TagPlace &place, FrameIds &ids) {
     }
 }
 
-}  // namespace
-
-Outcome process_frame(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids) {
-    Frame frame(bridge, datagram);
+Outcome examine(Frame &frame, FrameIds &ids) {
     trace_received(frame);
     if (!find_input_port(frame)) return Outcome::unknown_port;
 
@@ -122,20 +119,21 @@ Outcome process_frame(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids)
     if (!vlan_enabled(frame)) return Outcome::vlan_not_enabled;
     const std::uint16_t ethertype = frame.be16_at(ethertype_at);
     if (ethertype != ethertype_pppoe_discovery) {
-        IA_TRACE("<%s> >> 0x%04x is not an PPPoE Discovery EtherType.", bridge.name, ethertype);
+        IA_TRACE("<%s> >> 0x%04x is not an PPPoE Discovery EtherType.", frame.bridge.name,
+                 ethertype);
         return Outcome::not_discovery;
     }
     frame.pppoe = ethertype_at + sizeof ethertype;
     trace_header(frame);
     if (frame.payload_end() > frame.end()) {
-        IA_TRACE("<%s>    PPPoE PDU doesn't fit into frame.", bridge.name);
+        IA_TRACE("<%s>    PPPoE PDU doesn't fit into frame.", frame.bridge.name);
         count(frame, &pppoeia_stats::truncated);
         return Outcome::payload_truncated;
     }
     trace_tags(frame);
 
     if (frame.port->state == PPPOEIA_PORT_DISABLED) {
-        IA_TRACE("<%s> >> PPPoE is disabled on '%.16s'. Forwarding unchanged.", bridge.name,
+        IA_TRACE("<%s> >> PPPoE is disabled on '%.16s'. Forwarding unchanged.", frame.bridge.name,
                  frame.record().input_device);
         count(frame, &pppoeia_stats::bypassed);
         return Outcome::port_disabled;
@@ -146,9 +144,9 @@ Outcome process_frame(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids)
     }
     const TagPlace place = find_vendor_tag(frame);
     if (place.own) {
-        IA_TRACE("<%s>    Found VSA tag.", bridge.name);
+        IA_TRACE("<%s>    Found VSA tag.", frame.bridge.name);
         if (frame.port->trust == PPPOEIA_PORT_UNTRUSTED) {
-            IA_TRACE("<%s>    Port is untrusted, there should be no VSA tag.", bridge.name);
+            IA_TRACE("<%s>    Port is untrusted, there should be no VSA tag.", frame.bridge.name);
             count(frame, &pppoeia_stats::dropped);
             return Outcome::untrusted_tag;
         }
@@ -156,6 +154,16 @@ Outcome process_frame(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids)
     count(frame, counter_of(frame.header().code));
     const Outcome outcome = edit(frame, place, ids);
     if (is_sent(outcome)) trace_forwarded(frame);
+    return outcome;
+}
+
+}  // namespace
+
+Outcome process_frame(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids) {
+    Frame frame(bridge, datagram);
+    const Outcome outcome = examine(frame, ids);
+    if (is_sent(outcome)) return outcome;
+    if (const auto counted = counted_as(outcome)) ++frame.port->outcomes[*counted];
     return outcome;
 }
 

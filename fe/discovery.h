@@ -1,9 +1,11 @@
 // PPPoE Discovery processing: what happens to one received frame.
 #pragma once
 
+#include "platform/frame_outcomes.h"
 #include "store/bridge.h"
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace ia {
@@ -24,6 +26,19 @@ enum class Outcome : std::uint8_t {
     no_local_mac,
     no_memory,
 };
+
+// How a dropped frame is counted at its port (platform/frame_outcomes.h).
+constexpr std::optional<frame_outcome> counted_as(Outcome outcome) {
+    switch (outcome) {
+        case Outcome::not_discovery: return OUTCOME_NOT_DISCOVERY;
+        case Outcome::payload_truncated: return OUTCOME_TRUNCATED;
+        case Outcome::wrong_role: return OUTCOME_WRONG_ROLE;
+        case Outcome::untrusted_tag: return OUTCOME_UNTRUSTED_TAG;
+        case Outcome::tag_truncated: return OUTCOME_TAG_TRUNCATED;
+        case Outcome::no_local_mac: return OUTCOME_NO_LOCAL_MAC;
+        default: return std::nullopt;
+    }
+}
 
 constexpr bool is_sent(Outcome outcome) {
     return outcome < Outcome::unknown_port;

@@ -1,7 +1,9 @@
 // A bridge's frames on their way to the engine: which devices they come from,
-// holding them back while the bridge or a port is being configured, and whether
-// they arrive. Arguments and results are those of pppoeia/node.h.
+// holding them back while the bridge or a port is being configured, whether they
+// arrive, and what became of them. Arguments and results are those of pppoeia/node.h.
 #pragma once
+
+#include "platform/frame_outcomes.h"
 
 #include <cstdint>
 
@@ -28,5 +30,11 @@ int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_e
 // the pseudo device has gone or was never attached, -EMSGSIZE when the node's
 // frames have become larger than it takes: the bridge is then to be made anew.
 int check_bridge(const char *bridge);
+
+// What became of the frames of a bridge's port since it was bound, as far as the
+// node counts it, and setting that to zero. Returns 0, also for a port that is not
+// bound, or a negative errno value.
+int count_frames(const char *bridge, std::uint32_t port, frame_counts &counts);
+int clear_frame_counts(const char *bridge, std::uint32_t port);
 
 }  // namespace ia::platform

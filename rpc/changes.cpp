@@ -2,6 +2,7 @@
 #include "entity/pppoeia.h"
 #include "platform/bll/CliConfig.h"
 #include "platform/bll/servprofile.h"
+#include "pppoeia/node.h"
 #include "rpc/server.h"
 
 using namespace ia;
@@ -95,7 +96,9 @@ rpcPppoeiaResult *rpc_pppoeia_reset_stat_1_svc(svc_req *) {
 }
 
 rpcPppoeiaResult *rpc_pppoeia_reset_interface_stat_1_svc(u_int ifIndex, svc_req *) {
-    return answer(agent().resetInterfaceStatistics(ifIndex));
+    const auto result = agent().resetInterfaceStatistics(ifIndex);
+    if (result == 0) clear_port_frames(default_bridge, ifIndex);
+    return answer(result);
 }
 
 rpcPppoeiaResult *rpc_pppoeia_set_circuit_id_cvlan_1_svc(bool_t state, svc_req *) {

@@ -63,6 +63,39 @@ void frames(std::string &out, const std::string &name, const std::string &labels
     }
 }
 
+std::string port_labels(const PortCounters &port) {
+    return ",port=\"" + std::to_string(port.number) + "\",name=" + quoted(port.name);
+}
+
+// What there was none of is left out: most ports have few of the outcomes.
+void outcomes(std::string &out, const std::string &bridge, const std::vector<PortCounters> &ports) {
+    static constexpr const char *codes[] = {"padi", "pado", "padr", "pads", "padt", "other"};
+    static_assert(std::size(codes) == SENT_CODES);
+    const std::string came = "pppoeia_port_outcomes_total", went = "pppoeia_port_sent_total";
+    std::string came_samples, went_samples;
+    const auto add = [](std::string &samples, const std::string &name, const std::string &labels,
+                        std::uint64_t frames) {
+        if (frames != 0) samples += name + '{' + labels + "\"} " + std::to_string(frames) + '\n';
+    };
+    PortFrames frames;
+    for (const PortCounters &port : ports) {
+        if (read_port_frames(port.number, frames) != 0) continue;
+        const std::string labels = bridge + port_labels(port);
+        for (const auto &row : frames.outcomes)
+            add(came_samples, came, labels + ",outcome=\"" + row.word, row.frames);
+        for (std::size_t code = 0; code < SENT_CODES; ++code)
+            add(went_samples, went, labels + ",code=\"" + codes[code], frames.sent[code]);
+    }
+    const auto put = [&](const std::string &name, const char *help, const std::string &samples) {
+        if (samples.empty()) return;
+        describe(out, name, "counter", help);
+        out += samples;
+    };
+    put(came, "What became of the Discovery frames of a port; those that are 0 are left out.",
+        came_samples);
+    put(went, "Discovery frames that left by a port; those that are 0 are left out.", went_samples);
+}
+
 void counters(std::string &out) {
     Counters now;
     if (!read_counters(now)) return;
@@ -74,9 +107,8 @@ void counters(std::string &out) {
     const std::string of_port = "pppoeia_port_frames_total";
     describe(out, of_port, "counter", "Discovery frames of a port; wraps at 2^32.");
     for (const PortCounters &port : now.ports)
-        frames(out, of_port,
-               bridge + ",port=\"" + std::to_string(port.number) + "\",name=" + quoted(port.name),
-               port.stats);
+        frames(out, of_port, bridge + port_labels(port), port.stats);
+    outcomes(out, bridge, now.ports);
 }
 
 // A sample for each finding, so that an alert can name it, and how many there are.

@@ -26,6 +26,7 @@ constexpr Procedure node_procedures[] = {
     asking<rpc_node_health_1_svc, xdr_no_arguments, xdr_rpcNodeHealth>(21),
     asking<rpc_node_why_1_svc, xdr_no_arguments, xdr_rpcNodeText>(30),
     asking<rpc_node_devices_1_svc, xdr_no_arguments, xdr_rpcNodeDeviceList>(40),
+    asking<rpc_node_port_frames_1_svc, xdr_u_int, xdr_rpcNodePortFrames>(41),
 };
 // clang-format on
 static_assert(is_sorted(node_procedures));

@@ -3,6 +3,7 @@
 #include "client/health.h"
 #include "platform/bll/configFile.h"
 #include "pppoeia/client.h"
+#include "pppoeia/node.h"
 
 #include <algorithm>
 #include <list>
@@ -31,6 +32,25 @@ const char *build_compiler() {
 #else
     return "gcc " __VERSION__;
 #endif
+}
+
+int read_port_frames(std::uint32_t port, PortFrames &frames) {
+    struct Outcome {
+        const char *word, *meaning;
+    };
+    static constexpr Outcome known[] = {
+#define ROW(name, word, meaning) {word, meaning},
+        FRAME_OUTCOMES(ROW)
+#undef ROW
+    };
+    port_frames_block block{};
+    if (const int result = port_frames(default_bridge, port, &block); result != 0) return result;
+    frames.outcomes.clear();
+    for (std::size_t i = 0; i < std::size(known); ++i)
+        if (block.outcomes[i] != 0)
+            frames.outcomes.push_back({known[i].word, known[i].meaning, block.outcomes[i]});
+    std::ranges::copy(block.sent, frames.sent.begin());
+    return 0;
 }
 
 std::vector<PortCounters> read_ports() {

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "entity/pppoeia.h"
+#include "platform/frame_outcomes.h"
 
+#include <array>
 #include <cstdint>
 #include <ctime>
 #include <string>
@@ -33,6 +35,21 @@ struct Counters {
     pppoeia_stats bridge{};
     std::vector<PortCounters> ports;  // ascending numbers
 };
+
+// What became of a port's frames: the outcomes that there were, and the frames that
+// went out by it, by code.
+struct PortFrames {
+    struct Row {
+        const char *word;
+        const char *meaning;
+        std::uint64_t frames;
+    };
+    std::vector<Row> outcomes;
+    std::array<std::uint64_t, SENT_CODES> sent{};
+};
+
+// Returns the engine's result.
+int read_port_frames(std::uint32_t port, PortFrames &frames);
 
 // The ports that carry subscribers or face the network, counters not read: no
 // OLT ports, ONUs and GEM ports that are not in use.

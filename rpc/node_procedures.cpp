@@ -136,6 +136,24 @@ rpcNodeCountersReply *rpc_node_counters_1_svc(svc_req *) {
     return &reply;
 }
 
+rpcNodePortFrames *rpc_node_port_frames_1_svc(u_int port, svc_req *) {
+    static PortFrames frames;
+    static std::vector<rpcNodeOutcome> records;
+    static rpcNodePortFrames reply;
+    frames = {};
+    records.clear();
+    const int result = read_port_frames(port, frames);
+    reply.result = result == -ENODEV ? not_applicable : EntityResult(entity_result(result));
+    for (const PortFrames::Row &row : frames.outcomes)
+        records.push_back(
+            {const_cast<char *>(row.word), const_cast<char *>(row.meaning), row.frames});
+    reply.outcomes = {static_cast<u_int>(records.size()), records.data()};
+    const auto &sent = frames.sent;
+    reply.sent = {sent[SENT_PADI], sent[SENT_PADO], sent[SENT_PADR],
+                  sent[SENT_PADS], sent[SENT_PADT], sent[SENT_OTHER]};
+    return &reply;
+}
+
 rpcNodeLine *rpc_node_line_1_svc(u_int port, u_short vlan, svc_req *) {
     static pppoeia_port_vlan_info entry;
     static rpcNodeLine reply;

@@ -4,9 +4,11 @@
 // the ID generation (idgen/).
 #pragma once
 
+#include "platform/frame_outcomes.h"
 #include "pppoeia/records.h"
 #include "store/fair_mutex.h"
 
+#include <array>
 #include <bitset>
 #include <cstdint>
 #include <map>
@@ -75,6 +77,7 @@ struct pppoeia_port {
     char remote_id[PPPOEIA_REMOTE_ID_SIZE] = "";
     vlan_set vlan_member = vlan_set{}.set();  // every VLAN until told otherwise
     pppoeia_stats stats{};
+    std::array<std::uint32_t, OUTCOME_COUNT> outcomes{};  // the engine's
     std::uint32_t vsa_circuit_id_mode = PPPOEIA_CID_DEFAULT;
     std::uint32_t vpi = 0;
     std::uint32_t vci = 0;

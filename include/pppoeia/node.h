@@ -57,6 +57,23 @@ int fe_describe_bridge(const char *bridge, const char *device, std::uint16_t sta
 int check_bridge(const char *bridge);
 int fe_check_bridge(const char *bridge);
 
+// --- what became of a port's frames ----------------------------------------------
+inline constexpr std::size_t frame_outcomes_max = 48;  // room for them
+
+struct port_frames_block {
+    std::uint64_t outcomes[frame_outcomes_max];  // by frame_outcome, of what came in
+    std::uint64_t sent[6];                       // by sent_code, of what went out by the port
+};
+static_assert(sizeof(port_frames_block) == 8 * 54);
+
+// What the filter and the engine counted (platform/frame_outcomes.h) since the port
+// was bound or its counts were cleared. -2 unknown bridge, -19 no such port.
+int port_frames(const char *bridge, std::uint32_t port, port_frames_block *out);
+int fe_port_frames(const char *bridge, std::uint32_t port, port_frames_block *out);
+
+int clear_port_frames(const char *bridge, std::uint32_t port);
+int fe_clear_port_frames(const char *bridge, std::uint32_t port);
+
 // --- values of macros ----------------------------------------------------------
 struct macro_value_block {
     std::uint32_t known;  // 0: the macro never has a value

@@ -136,6 +136,22 @@ int Kernel::hold(const char *bridge, std::uint32_t port, bool on) {
     return change([&](Kernel &kernel) { kernel.ports_.hold(bridge, port, on); });
 }
 
+int Kernel::count(const char *bridge, std::uint32_t port, frame_counts &counts) {
+    return on_instance(-ENXIO, [&](Kernel &kernel) {
+        const std::lock_guard guard(kernel.lock_);
+        counts = kernel.ports_.counts(bridge, port);
+        return 0;
+    });
+}
+
+int Kernel::clear_counts(const char *bridge, std::uint32_t port) {
+    return on_instance(-ENXIO, [&](Kernel &kernel) {
+        const std::lock_guard guard(kernel.lock_);
+        kernel.ports_.clear_counts(bridge, port);
+        return 0;
+    });
+}
+
 int Kernel::check(const char *name) {
     return on_instance(-ENXIO, [&](Kernel &kernel) {
         const std::lock_guard guard(kernel.lock_);
@@ -300,6 +316,14 @@ int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_e
 
 int check_bridge(const char *bridge) {
     return node::Kernel::check(bridge);
+}
+
+int count_frames(const char *bridge, std::uint32_t port, frame_counts &counts) {
+    return node::Kernel::count(bridge, port, counts);
+}
+
+int clear_frame_counts(const char *bridge, std::uint32_t port) {
+    return node::Kernel::clear_counts(bridge, port);
 }
 
 }  // namespace ia::platform

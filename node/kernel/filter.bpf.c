@@ -46,15 +46,32 @@ struct heading {
     __u32 count;
 };
 
-static __always_inline void tell(enum filter_outcome outcome) {
+static __always_inline void tell(enum frame_outcome outcome) {
     __u32 key = outcome;
     __u64 *count = bpf_map_lookup_elem(&outcomes, &key);
     if (count) *count += 1;
 }
 
-static __always_inline int drop(enum filter_outcome outcome) {
+// Of the port that the frame came in by, or was to leave by unmarked.
+static __always_inline void tell_of(__u32 device, enum frame_outcome outcome) {
+    tell(outcome);
+    struct frame_counts *own = bpf_map_lookup_elem(&counts, &device);
+    if (own) __sync_fetch_and_add(&own->outcomes[outcome], 1);
+}
+
+static __always_inline int drop(__u32 device, enum frame_outcome outcome) {
+    tell_of(device, outcome);
+    return TC_ACT_SHOT;
+}
+
+static __always_inline int drop_unknown(enum frame_outcome outcome) {
     tell(outcome);
     return TC_ACT_SHOT;
+}
+
+static __always_inline void tell_sent(__u32 device, __u32 code) {
+    struct frame_counts *own = bpf_map_lookup_elem(&counts, &device);
+    if (own && code < SENT_CODES) __sync_fetch_and_add(&own->sent[code], 1);
 }
 
 static __always_inline int is_tag(__be16 wire_type) {
@@ -228,22 +245,23 @@ int pppoeia_enter(struct __sk_buff *skb) {
     struct heading heading = {};
     enum finding finding = read_heading(skb, &heading);
     if (finding == PLAIN) return TC_ACT_UNSPEC;
-    if (finding == TOO_DEEP) return drop(OUTCOME_TOO_DEEP);
-
     __u32 device = skb->ifindex;
+    if (finding == TOO_DEEP) return drop(device, OUTCOME_TOO_DEEP);
+
     struct filter_port *port = bpf_map_lookup_elem(&ports, &device);
-    if (!port) return drop(OUTCOME_NO_PORT);
+    if (!port) return drop(device, OUTCOME_NO_PORT);
     struct filter_bridge *bridge = bpf_map_lookup_elem(&bridges, &port->bridge);
-    if (!bridge) return drop(OUTCOME_HELD);
+    if (!bridge) return drop(device, OUTCOME_HELD);
     __u32 pseudo = bridge->pseudo;
-    if (!pseudo) return drop(OUTCOME_HELD);
-    if (!engine_reads(&heading, bridge)) return drop(OUTCOME_FOREIGN_TAG);
+    if (!pseudo) return drop(device, OUTCOME_HELD);
+    if (!engine_reads(&heading, bridge)) return drop(device, OUTCOME_FOREIGN_TAG);
 
     __u32 length = skb->len + (skb->vlan_present ? sizeof(struct tag) : 0);
-    if (length > bridge->frame_max) return drop(OUTCOME_TOO_LONG);
+    if (length > bridge->frame_max) return drop(device, OUTCOME_TOO_LONG);
 
     __u8 addresses[2 * ETH_ALEN];
-    if (bpf_skb_load_bytes(skb, 0, addresses, sizeof addresses)) return drop(OUTCOME_NO_ROOM);
+    if (bpf_skb_load_bytes(skb, 0, addresses, sizeof addresses))
+        return drop(device, OUTCOME_NO_ROOM);
     struct filter_station station = {
         .vlan = heading.count ? vlan_id(&heading.tags[0]) : 0,
         .cvlan = heading.count > 1 ? vlan_id(&heading.tags[1]) : RECORD_NO_CVLAN,
@@ -253,7 +271,7 @@ int pppoeia_enter(struct __sk_buff *skb) {
 
     __u8 record[RECORD_SIZE] = {};
     if (!choose_output(&station, device, port, bridge, (char *)record + RECORD_OUTPUT_DEVICE))
-        return drop(OUTCOME_AT_HOME);
+        return drop(device, OUTCOME_AT_HOME);
     record[RECORD_VLAN] = station.vlan >> 8;
     record[RECORD_VLAN + 1] = (__u8)station.vlan;
     record[RECORD_CVLAN] = station.cvlan >> 8;
@@ -269,8 +287,8 @@ int pppoeia_enter(struct __sk_buff *skb) {
     __builtin_memcpy(record + RECORD_INPUT_PORT, &input, sizeof input);
     __builtin_memcpy(record + RECORD_INPUT_DEVICE, port->name, FILTER_NAME_SIZE);
 
-    if (put_record(skb, &heading, record, addresses)) return drop(OUTCOME_NO_ROOM);
-    tell(OUTCOME_HANDED);
+    if (put_record(skb, &heading, record, addresses)) return drop(device, OUTCOME_NO_ROOM);
+    tell_of(device, OUTCOME_HANDED);
     return bpf_redirect(pseudo, BPF_F_INGRESS);
 }
 
@@ -278,12 +296,31 @@ SEC("tc")
 int pppoeia_guard(struct __sk_buff *skb) {
     struct heading heading = {};
     if (read_heading(skb, &heading) == PLAIN) return TC_ACT_UNSPEC;
-    if (skb->mark != FROM_ENGINE) return drop(OUTCOME_UNMARKED);
+    if (skb->mark != FROM_ENGINE) return drop(skb->ifindex, OUTCOME_UNMARKED);
     skb->mark = 0;
     return TC_ACT_UNSPEC;
 }
 
-// Moves the frame down over the record.
+static __always_inline __u32 sent_code_of(const struct frame_copy *copy) {
+    __u32 at = 2 * ETH_ALEN;
+#pragma unroll
+    for (int i = 0; i < TAGS_TAKEN; i++) {
+        if (copy->bytes[at] == ETH_P_DISCOVERY >> 8 &&
+            copy->bytes[at + 1] == (ETH_P_DISCOVERY & 0xFF))
+            break;
+        at += sizeof(struct tag);
+    }
+    switch (copy->bytes[at + 3]) {
+        case 0x09: return SENT_PADI;
+        case 0x07: return SENT_PADO;
+        case 0x19: return SENT_PADR;
+        case 0x65: return SENT_PADS;
+        case 0xA7: return SENT_PADT;
+        default: return SENT_OTHER;
+    }
+}
+
+// Moves the frame down over the record. Its code, or -1.
 static __always_inline long strip_record(struct __sk_buff *skb) {
     __u32 zero = 0;
     struct frame_copy *copy = bpf_map_lookup_elem(&copies, &zero);
@@ -291,18 +328,22 @@ static __always_inline long strip_record(struct __sk_buff *skb) {
     if (!copy || length < ETH_HLEN || length > FILTER_FRAME_MAX) return -1;
     if (bpf_skb_load_bytes(skb, RECORD_SIZE, copy->bytes, length)) return -1;
     if (bpf_skb_store_bytes(skb, 0, copy->bytes, length, 0)) return -1;
-    return bpf_skb_change_tail(skb, length, 0);
+    if (bpf_skb_change_tail(skb, length, 0)) return -1;
+    return sent_code_of(copy);
 }
 
 struct spreading {
     struct __sk_buff *skb;
     __u32 first;  // key of the role's first slot
+    __u32 code;
 };
 
 static long spread_one(__u32 index, struct spreading *spreading) {
     __u32 key = spreading->first + index;
     __u32 *device = bpf_map_lookup_elem(&slots, &key);
-    if (device && *device) bpf_clone_redirect(spreading->skb, *device, 0);
+    if (!device || !*device) return 0;
+    __u32 output = *device;
+    if (!bpf_clone_redirect(spreading->skb, output, 0)) tell_sent(output, spreading->code);
     return 0;
 }
 
@@ -339,24 +380,29 @@ int pppoeia_leave(struct __sk_buff *skb) {
     if (!number || bpf_skb_load_bytes(skb, 0, record, sizeof record) ||
         record[RECORD_MARK] != RECORD_MARK_ETHERTYPE >> 8 ||
         record[RECORD_MARK + 1] != (RECORD_MARK_ETHERTYPE & 0xFF))
-        return drop(OUTCOME_BAD_RECORD);
+        return drop_unknown(OUTCOME_BAD_RECORD);
     struct filter_bridge *bridge = bpf_map_lookup_elem(&bridges, number);
-    if (!bridge) return drop(OUTCOME_BAD_RECORD);
+    if (!bridge) return drop_unknown(OUTCOME_BAD_RECORD);
+    struct filter_arrival arrival;
+    __builtin_memcpy(&arrival, record + RECORD_ARRIVAL, sizeof arrival);
+    __u32 input = arrival.device;
     struct filter_port *port = port_of_arrival(record, bridge, *number);
-    if (!port) return drop(OUTCOME_STALE);
+    if (!port) return drop(input, OUTCOME_STALE);
     struct filter_output *output = output_of(record);
-    if (!output || output->bridge != *number) return drop(OUTCOME_NO_OUTPUT);
-    if (strip_record(skb)) return drop(OUTCOME_BAD_RECORD);
+    if (!output || output->bridge != *number) return drop(input, OUTCOME_NO_OUTPUT);
+    long code = strip_record(skb);
+    if (code < 0) return drop(input, OUTCOME_BAD_RECORD);
 
     learn(record, port);
     skb->mark = FROM_ENGINE;
     if (output->role != FILTER_BRIDGE) {
-        tell(OUTCOME_SENT);
+        tell_of(input, OUTCOME_SENT);
+        tell_sent(output->device, code);
         return bpf_redirect(output->device, 0);
     }
     __u32 role = port->role == FILTER_NETWORK ? FILTER_SUBSCRIBER : FILTER_NETWORK;
-    struct spreading spreading = {.skb = skb, .first = slot_key(*number, role, 0)};
+    struct spreading spreading = {.skb = skb, .first = slot_key(*number, role, 0), .code = code};
     bpf_loop(bridge->slots[role], spread_one, &spreading, 0);
-    tell(OUTCOME_SPREAD);
+    tell_of(input, OUTCOME_SPREAD);
     return TC_ACT_STOLEN;  // sent, as the engine's socket sees it
 }

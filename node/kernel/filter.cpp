@@ -148,6 +148,23 @@ void Filter::set_station_share(std::uint32_t role, std::uint32_t cells) {
     programs_->bss->station_shares[role] = cells;
 }
 
+void Filter::begin_counts(int device) {
+    store(programs_->maps.counts, index_key(device), frame_counts{});
+}
+
+void Filter::end_counts(int device) {
+    erase(programs_->maps.counts, index_key(device));
+}
+
+frame_counts Filter::counts(int device) const {
+    frame_counts counted{};
+    const std::uint32_t key = index_key(device);
+    if (bpf_map__lookup_elem(programs_->maps.counts, &key, sizeof key, &counted, sizeof counted,
+                             0) != 0)
+        return {};
+    return counted;
+}
+
 int Filter::descriptor(Hook hook) const {
     return bpf_program__fd(program_of(*programs_, hook));
 }

@@ -45,6 +45,11 @@ public:
     // shares of all ports fit into the role's part of FILTER_STATIONS.
     void set_station_share(std::uint32_t role, std::uint32_t cells);
 
+    // A device's counts begin at zero; without this there are none of it.
+    void begin_counts(int device);
+    void end_counts(int device);
+    frame_counts counts(int device) const;  // zeros when there are none
+
     int descriptor(Hook hook) const;  // of the program; this object's
 
     // Discovery frames since construction, by outcome.

@@ -3,6 +3,8 @@
 // and by C++, so plain types only.
 #pragma once
 
+#include "platform/frame_outcomes.h"
+
 #include <linux/types.h>
 
 enum {
@@ -104,25 +106,4 @@ struct filter_newcomers {
     __u64 due;   // when the port's next new address would be on time, ns
     __u32 next;  // the cell of it, within the port's share
     __u32 reserved;
-};
-
-// What became of Discovery frames, counted by processor.
-enum filter_outcome {
-    OUTCOME_HANDED,  // to the engine
-    OUTCOME_SENT,    // from the engine to one port
-    OUTCOME_SPREAD,  // from the engine to several ports
-    // Dropped before the engine:
-    OUTCOME_NO_PORT,      // the device is no described port, or the port is held
-    OUTCOME_HELD,         // the bridge is held, or no engine is attached to it
-    OUTCOME_TOO_DEEP,     // more VLAN tags than the engine reads
-    OUTCOME_FOREIGN_TAG,  // a VLAN tag that the engine does not read as one
-    OUTCOME_TOO_LONG,     // longer than the pseudo device takes
-    OUTCOME_AT_HOME,      // meant for a station on the network port that it came from
-    OUTCOME_NO_ROOM,      // no memory for the record
-    // Dropped behind the engine:
-    OUTCOME_BAD_RECORD,  // not a frame of this filter, or made unusable
-    OUTCOME_STALE,       // came in before a hold or a change of its port or bridge
-    OUTCOME_NO_OUTPUT,   // the output device is no port of the bridge, nor the bridge
-    OUTCOME_UNMARKED,    // at a port's exit: did not come from the engine
-    OUTCOME_COUNT,
 };

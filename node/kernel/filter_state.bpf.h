@@ -85,6 +85,15 @@ struct {
     __type(value, __u64);
 } outcomes SEC(".maps");
 
+// By interface index of a port's device; the owner makes and removes them.
+struct {
+    __uint(type, BPF_MAP_TYPE_HASH);
+    __uint(max_entries, FILTER_BRIDGES *FILTER_SLOTS);
+    __uint(map_flags, BPF_F_NO_PREALLOC);
+    __type(key, __u32);
+    __type(value, struct frame_counts);
+} counts SEC(".maps");
+
 struct frame_copy {
     __u8 bytes[FILTER_FRAME_MAX];
 };

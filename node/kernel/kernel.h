@@ -47,7 +47,7 @@ public:
     // The devices that carry the filter.
     std::vector<PortStatus> ports() const;
 
-    // Discovery frames since construction, by filter_outcome.
+    // Discovery frames since construction, by frame_outcome.
     std::array<std::uint64_t, OUTCOME_COUNT> outcomes() const;
 
     // The control requests: results are 0 (open: a handle) or negative errno
@@ -65,6 +65,10 @@ public:
     static int unbind(const char *bridge, std::uint32_t port);
     static int describe(const char *bridge, const char *device, std::uint16_t stag_ethertype,
                         std::uint32_t max_pdu);
+
+    // What became of a port's frames (platform/frame_hold.h).
+    static int count(const char *bridge, std::uint32_t port, frame_counts &counts);
+    static int clear_counts(const char *bridge, std::uint32_t port);
 
     // Whether a bridge's frames come to the engine (platform/frame_hold.h).
     static int check(const char *name);

@@ -125,6 +125,7 @@ void Ports::bind(const std::string &bridge, std::uint32_t port, const std::strin
     unbind(bridge, port);
     bindings_[device] = {bridge, port, role};
     awaited_.insert(device);
+    count_from_zero(device);
     follow(device);
 }
 
@@ -287,6 +288,7 @@ void Ports::drop(int device) {
     if (known == ports_.end()) return;
     withdraw(device, known->second);
     if (links_.find(device)) filter_.places().detach(device, known->second.with_qdisc);
+    filter_.end_counts(device);
     ports_.erase(known);
 }
 
@@ -306,6 +308,7 @@ void Ports::drop_unwanted() {
 void Ports::secure(const Link &link, bool verify) {
     const auto wanted = wish(link);
     if (!wanted) return;
+    if (!ports_.contains(link.index)) filter_.begin_counts(link.index);
     Port &port = ports_[link.index];
     port.name = link.name;
     for (const Hook hook : {Hook::port_out, Hook::port_in}) {
@@ -391,6 +394,27 @@ void Ports::store_bridge(BridgeState &bridge) {
             slots.size() == 1 ? static_cast<std::uint32_t>(slots.begin()->second) : 0;
     }
     filter_.set_bridge(bridge.number, record);
+}
+
+const Link *Ports::link_of(const std::string &bridge, std::uint32_t port) const {
+    const auto devices = devices_of(bridge, port);
+    return devices.empty() ? nullptr : links_.find(devices.front());
+}
+
+frame_counts Ports::counts(const std::string &bridge, std::uint32_t port) const {
+    const Link *link = link_of(bridge, port);
+    return link ? filter_.counts(link->index) : frame_counts{};
+}
+
+void Ports::clear_counts(const std::string &bridge, std::uint32_t port) {
+    const Link *link = link_of(bridge, port);
+    if (link && carries(link->index)) filter_.begin_counts(link->index);
+}
+
+// What was counted for another port says nothing of this one.
+void Ports::count_from_zero(const std::string &device) {
+    const Link *link = links_.find(device);
+    if (link && carries(link->index)) filter_.begin_counts(link->index);
 }
 
 std::vector<PortStatus> Ports::status() const {

@@ -108,6 +108,10 @@ public:
 
     std::vector<PortStatus> status() const;
 
+    // What became of a port's frames since it was bound; zeros when it is not.
+    frame_counts counts(const std::string &bridge, std::uint32_t port) const;
+    void clear_counts(const std::string &bridge, std::uint32_t port);
+
 private:
     struct Port {
         std::string name;
@@ -126,6 +130,8 @@ private:
         const Binding *binding = nullptr;
     };
 
+    void count_from_zero(const std::string &device);
+    const Link *link_of(const std::string &bridge, std::uint32_t port) const;
     std::vector<std::string> devices_of(const std::string &bridge, std::uint32_t port) const;
     void follow(const std::string &device);
     bool is_held(const std::string &bridge, std::uint32_t port) const;

@@ -47,4 +47,14 @@ int check_bridge(const char *) {
     return 0;
 }
 
+// kvbridge does not count.
+int count_frames(const char *, std::uint32_t, frame_counts &counts) {
+    counts = {};
+    return 0;
+}
+
+int clear_frame_counts(const char *, std::uint32_t) {
+    return 0;
+}
+
 }  // namespace ia::platform

@@ -1,6 +1,7 @@
 // The node's own operations: their requests on the wire and what they do in the
 // engine's process.
 #include "client/request.h"
+#include "client/wire.h"
 #include "pppoeia/node.h"
 #include "tests/client/engine_process.h"
 #include "tests/client/recorder.h"
@@ -86,6 +87,27 @@ TEST_F(NodeOperations, RequestsOfThoseWhoWatch) {
     EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0200 f4030000"
                                                   "0800 0000 08000000 9a78563412000000"
                                                   "800c 0100 00000000")));
+}
+
+TEST_F(NodeOperations, FramesOfAPort) {
+    ia::port_frames_block frames{};
+    {
+        Recorder recorder(path_);
+        EXPECT_NE(ia::port_frames("br0", 300, &frames), 0);
+        EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0300 f6030000"
+                                                      "0000 0000 04000000 'br0' 00"
+                                                      "0400 0000 04000000 2c010000"
+                                                      "b001 0100 00000000")));
+    }
+    // What crosses between the processes is the same number on both sides.
+    ia::port_frames_block sent{};
+    sent.outcomes[0] = 0x0807060504030201;
+    sent.outcomes[47] = 47;
+    sent.sent[5] = std::uint64_t{5} << 40;
+    const auto bytes = ia::wire::encode(sent);
+    EXPECT_EQ(to_hex(Bytes(bytes.begin(), bytes.begin() + 8)), to_hex(hex("0102030405060708")));
+    EXPECT_EQ(to_hex(Bytes(bytes.end() - 8, bytes.end())), to_hex(hex("0000000000050000")));
+    EXPECT_EQ(ia::wire::decode<ia::port_frames_block>(bytes).outcomes[47], 47U);
 }
 
 TEST_F(NodeOperations, NobodyWatchesUntilAsked) {

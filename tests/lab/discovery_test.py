@@ -1,5 +1,7 @@
 """Packaged clients and server through the engine; tshark judges the tags."""
 
+import json
+
 from lab import decode, frames, node, testing
 from lab.topology import ACCESS_CONCENTRATOR, PEERS, mac_of
 
@@ -43,6 +45,10 @@ class Discovery(testing.LabTest):
         codes = [row[0] for row in self.read(at_client)]
         self.assertEqual(codes[:4], [frames.PADI, frames.PADO, frames.PADR, frames.PADS])
         self.assertNotIn(VENDOR, [row[1] for row in self.read(at_client)])
+        status, said = self.lab.control("stats", "1", "--json")
+        self.assertEqual(status, 0, said)
+        sent = json.loads(said)["sent"]
+        self.assertEqual((sent["pado"], sent["pads"], sent["padi"]), (1, 1, 0), said)
 
     def test_servers_tag(self):
         # The packaged server sends no such tag back; real concentrators do.

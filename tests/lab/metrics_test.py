@@ -48,6 +48,10 @@ class MetricsFile(testing.LabTest):
         self.send_padi()
         text = self.wait_sample(
             'pppoeia_port_frames_total{bridge="br0",port="1",name="1/1/1",kind="padi"} 1')
+        self.assertIn('pppoeia_port_outcomes_total{bridge="br0",port="1",name="1/1/1",outcome="sent"} 1',
+                      text.splitlines())
+        self.assertIn('pppoeia_port_sent_total{bridge="br0",port="10",name="1/2/1",code="padi"} 1',
+                      text.splitlines())
         self.check(text)
         def untimed(said):
             return re.sub(r"^pppoeia_metrics_time_seconds .*$", "", said.rstrip("\n"), flags=re.M)

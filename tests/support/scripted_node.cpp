@@ -189,6 +189,19 @@ int check_bridge(const char *bridge) {
     return state.script.filters.contains(bridge) ? 0 : -ENODEV;
 }
 
+int count_frames(const char *, std::uint32_t port, frame_counts &counts) {
+    const std::scoped_lock lock(guard);
+    const auto counted = state.script.counted.find(port);
+    counts = counted == state.script.counted.end() ? frame_counts{} : counted->second;
+    return 0;
+}
+
+int clear_frame_counts(const char *, std::uint32_t port) {
+    const std::scoped_lock lock(guard);
+    state.script.counted.erase(port);
+    return 0;
+}
+
 int net_socket(int domain, int, int) {
     const std::scoped_lock lock(guard);
     if (domain != AF_PACKET) return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);

@@ -3,6 +3,7 @@
 // a socket pair; the test holds the other.
 #pragma once
 
+#include "platform/frame_outcomes.h"
 #include "tests/support/datagrams.h"
 
 #include <cstdint>
@@ -31,7 +32,8 @@ struct ScriptedNode {
     std::map<std::string, std::string> filters;            // bridge -> device
     std::set<std::pair<std::string, std::uint32_t>> held;  // bridge and port
     std::map<std::string, std::string> bound;              // device to "bridge port side"
-    std::map<std::string, std::string> described;  // bridge to "device stag_ethertype max_pdu"
+    std::map<std::string, std::string> described;   // bridge to "device stag_ethertype max_pdu"
+    std::map<std::uint32_t, frame_counts> counted;  // by port
     int open_control_files = 0;
 };
 

@@ -148,7 +148,7 @@ TEST_F(Filtering, DiscoveryBehindTagsThatTheEngineDoesNotReadIsDropped) {
     using Types = std::vector<std::uint16_t>;
     const struct {
         Types types;
-        filter_outcome outcome;
+        frame_outcome outcome;
     } rows[] = {
         {Types(4, 0x8100), OUTCOME_TOO_DEEP},
         {Types(8, 0x8100), OUTCOME_TOO_DEEP},

@@ -73,7 +73,7 @@ protected:
 
     void start() { kernel = std::make_unique<Kernel>(node); }
 
-    std::uint64_t outcome(filter_outcome which) const { return kernel->outcomes()[which]; }
+    std::uint64_t outcome(frame_outcome which) const { return kernel->outcomes()[which]; }
 
     // An ARP frame that everybody receives past the engine: what was sent before
     // it on the same way is there when it comes.

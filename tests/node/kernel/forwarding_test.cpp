@@ -1,4 +1,5 @@
 // Which ports a frame leaves by.
+#include "platform/frame_hold.h"
 #include "tests/node/kernel/fixture.h"
 
 #include <gmock/gmock.h>
@@ -39,6 +40,47 @@ TEST_F(Forwarding, UnicastFollowsTheLearntAddress) {
     EXPECT_TRUE(h2.receive_discovery());
     const std::lock_guard guard(lock);
     EXPECT_THAT(outputs, ElementsAre("br0", "p1", "n1", "br0"));
+}
+
+// By port: what became of what came in, and the codes of what went out.
+TEST_F(Forwarding, IsCountedByPort) {
+    start();
+    Echo echo("br0");
+    const Host h1("h1"), h2("h2"), s1("s1"), s2("s2");
+    const auto said = [](std::uint32_t port) {
+        frame_counts counts{};
+        EXPECT_EQ(0, platform::count_frames("br0", port, counts));
+        std::string text;
+        const auto add = [&](const char *word, std::uint64_t frames) {
+            if (frames != 0) text += word + (' ' + std::to_string(frames)) + ' ';
+        };
+        static constexpr const char *words[] = {"padi", "pado", "padr", "pads", "padt", "other"};
+        for (std::size_t i = 0; i < std::size(words); ++i) add(words[i], counts.sent[i]);
+#define ROW(name, word, meaning) add(word, counts.outcomes[OUTCOME_##name]);
+        FRAME_OUTCOMES(ROW)
+#undef ROW
+        return text;
+    };
+    const std::vector<Tag> tags{{0x88A8, 200}, {0x8100, 30}, {0x8100, 31}};
+    h1.send(discovery(PADI, broadcast, mac_h1, tags).bytes());
+    ASSERT_TRUE(s1.receive_discovery() && s2.receive_discovery());
+    for (const std::uint8_t code : {std::uint8_t{PADO}, std::uint8_t{PADS}, std::uint8_t{0xD3}}) {
+        s1.send(discovery(code, mac_h1, mac_s1, tags).bytes());
+        ASSERT_TRUE(h1.receive_discovery());
+    }
+    h1.send(discovery(PADI, broadcast, mac_h1, std::vector<Tag>(4, {0x8100, 7})).bytes());
+    ASSERT_EQ(0, platform::hold_frames("br0", 11));
+    h1.send(discovery(PADI, broadcast, mac_h1, tags).bytes());
+    EXPECT_EQ(0U, discovery_heard(s1, h1));
+    EXPECT_EQ("pado 1 pads 1 other 1 handed 1 spread 1 held-port 1 too-deep 1 ", said(11));
+    EXPECT_EQ("", said(300));
+    EXPECT_EQ("padi 1 handed 3 sent 3 ", said(1));
+    EXPECT_EQ("padi 1 ", said(2));
+
+    ASSERT_EQ(0, platform::clear_frame_counts("br0", 1));
+    EXPECT_EQ("", said(1));
+    ASSERT_EQ(0, platform::bind_port("br0", 12, "p1", 0));
+    EXPECT_EQ("", said(12)) << "what was counted of port 11 is not of port 12";
 }
 
 TEST_F(Forwarding, SpreadsFromTheNetworkToEverySubscriber) {
