@@ -2,6 +2,7 @@
 
 #include "client/mirror.h"
 #include "entity/pppoeia.h"
+#include "management/agent_settings.h"
 #include "management/own_changes.h"
 #include "platform/bll/Log.h"
 #include "pppoeia/node.h"
@@ -59,36 +60,13 @@ void AgentCalls::profileModeChange(bool profile_mode) {
     agent().profileModeChange(profile_mode);
 }
 
-void AgentCalls::setState(bool enabled) {
-    expect(agent().setState(enabled) == 0, "the state of the bridge");
-}
-
 void AgentCalls::maxPduSet(const std::string &bridge, unsigned int pdu) {
     mirror_maximum_set(bridge.c_str(), pdu);
     expect(agent().maxPduSet(bridge.c_str(), pdu), "the maximum PDU of bridge " + bridge);
 }
 
-void AgentCalls::setVlanState(unsigned short vlanId, bool enabled) {
-    expect(agent().setVlanState(vlanId, enabled) == 0, "VLAN " + std::to_string(vlanId));
-}
-
-void AgentCalls::setInterfaceState(unsigned int ifIndex, std::uint32_t state) {
-    expect(agent().setInterfaceState(ifIndex, pppoeia::interfaceState_t(state)) == 0,
-           "the role of interface " + std::to_string(ifIndex));
-}
-
-void AgentCalls::setInterfaceMode(unsigned int ifIndex, std::uint32_t trust) {
-    expect(agent().setInterfaceMode(ifIndex, pppoeia::interfaceMode_t(trust)) == 0,
-           "the trust of interface " + std::to_string(ifIndex));
-}
-
-void AgentCalls::setInterfaceRemoteId(unsigned int ifIndex, const std::string &remote_id) {
-    expect(agent().setInterfaceRemoteId(ifIndex, remote_id) == 0,
-           "the Remote ID of interface " + std::to_string(ifIndex));
-}
-
-void AgentCalls::setVsaMode(std::uint32_t mode) {
-    expect(agent().setVsaMode(pppoeia::vsaMode_t(mode)) == 0, "the tag mode of the bridge");
+void AgentCalls::make(const node::Settings &settings) {
+    apply_settings(settings);
 }
 
 }  // namespace ia

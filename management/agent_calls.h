@@ -28,13 +28,8 @@ public:
     void notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigned int vci) override;
     void profileModeChange(bool profile_mode) override;
 
-    void setState(bool enabled) override;
     void maxPduSet(const std::string &bridge, unsigned int pdu) override;
-    void setVlanState(unsigned short vlanId, bool enabled) override;
-    void setInterfaceState(unsigned int ifIndex, std::uint32_t state) override;
-    void setInterfaceMode(unsigned int ifIndex, std::uint32_t trust) override;
-    void setInterfaceRemoteId(unsigned int ifIndex, const std::string &remote_id) override;
-    void setVsaMode(std::uint32_t mode) override;
+    void make(const node::Settings &settings) override;
 
 private:
     const std::function<void(const node::Arrivals &)> when_arrived_;

@@ -77,11 +77,7 @@ void read_lines(std::uint32_t port, node::Settings &settings) {
 // --- making ----------------------------------------------------------------------------
 
 void log_refused(const std::string &what) {
-    Log::instance()
-        .setMsgLevel(0)
-        .write("pppoeia-mgmt: cannot set ")
-        .write(what)
-        .write(" as it was\n");
+    Log::instance().setMsgLevel(0).write("pppoeia-mgmt: cannot set ").write(what).write("\n");
 }
 
 // Calls the operation with the setting when there is one.
@@ -125,6 +121,21 @@ void apply_port(std::uint32_t id, const node::PortSettings &port) {
     });
 }
 
+// A line whose mode an operator took away has the described one again with its next
+// described format: without any it would have no Circuit ID.
+void describe_mode(node::LineKey key) {
+    const SettingKey line{SettingKey::Kind::line, key.first, key.second};
+    const auto mode_in = [&](const node::Settings &part) {
+        return *part.lines.at(key).circuit_id_mode;
+    };
+    const std::uint32_t described = mode_in(described_part(line));
+    if (described == PPPOEIA_CID_NOT_SET || mode_in(running_part(line)) != PPPOEIA_CID_NOT_SET)
+        return;
+    if (agent().setVsaCircuitIdMode(key.first, key.second,
+                                    pppoeia::vsaCircuitIdMode_t(described)) != 0)
+        log_refused("the Circuit-ID mode of port " + std::to_string(key.first));
+}
+
 void apply_line(node::LineKey key, const node::LineSettings &line) {
     const auto &[port, vlan] = key;
     const std::string of = " of port " + std::to_string(port) + ", VLAN " + std::to_string(vlan);
@@ -137,6 +148,7 @@ void apply_line(node::LineKey key, const node::LineSettings &line) {
         return agent().setVsaCircuitIdMode(key.first, key.second,
                                            pppoeia::vsaCircuitIdMode_t(mode));
     });
+    if (!line.circuit_id_mode) describe_mode(key);
 }
 
 }  // namespace
@@ -174,8 +186,10 @@ node::Settings running_part(SettingKey key) {
             break;
         case SettingKey::Kind::line: {
             pppoeia_port_vlan_info entry{};
+            node::LineSettings &line = part.lines[{key.port, key.vlan}];
             if (pppoeia_port_vlan_info_get(default_bridge, key.port, key.vlan, &entry) == 0)
-                part.lines[{key.port, key.vlan}] = line_of(entry);
+                line = line_of(entry);
+            line = node::whole(line);
             break;
         }
     }
@@ -194,7 +208,10 @@ node::Settings described_part(SettingKey key) {
             part.vlans.insert(*found);
         return part;
     });
-    return described_settings(one);
+    node::Settings part = described_settings(one);
+    node::LineSettings &line = part.lines[{key.port, key.vlan}];
+    line = node::whole(line);
+    return part;
 }
 
 void repair_part(SettingKey key) {

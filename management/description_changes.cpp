@@ -8,7 +8,7 @@ namespace ia {
 
 namespace {
 
-using node::Bridge, node::Description, node::Interface, node::Vlan;
+using node::Bridge, node::Description, node::Interface, node::PortVlan, node::Vlan;
 
 // A field and its key in the file.
 template <class Record, class Value>
@@ -19,6 +19,7 @@ constexpr Field<Record, Value> field(const char *key, Value Record::*member) {
     return {key, member};
 }
 
+// A record's own fields; its settings have their table.
 template <class Record>
 inline constexpr std::tuple<> fields_of{};
 
@@ -44,88 +45,82 @@ inline constexpr auto fields_of<Bridge> = std::tuple{
     field("ports", &Bridge::ports),
     field("stag_ethertype", &Bridge::stag_ethertype),
     field("max_pdu", &Bridge::max_pdu),
-    field("vsa_mode", &Bridge::vsa_mode),
-    field("enabled", &Bridge::enabled),
 };
 
 template <>
 inline constexpr auto fields_of<Interface> = std::tuple{
-    field("name", &Interface::name),
-    field("type", &Interface::type),
-    field("device", &Interface::device),
-    field("bridge", &Interface::bridge),
-    field("parent", &Interface::parent),
-    field("panel", &Interface::panel),
-    field("port", &Interface::port),
-    field("onu", &Interface::onu),
-    field("gem", &Interface::gem),
-    field("pvc", &Interface::pvc),
-    field("vpi", &Interface::vpi),
-    field("vci", &Interface::vci),
-    field("role", &Interface::role),
-    field("trust", &Interface::trust),
-    field("serial", &Interface::serial),
-    field("mac", &Interface::mac),
-    field("in_use", &Interface::gem_in_use),
-    field("remote_id", &Interface::remote_id),
-    field("description", &Interface::description),
+    field("name", &Interface::name),         field("type", &Interface::type),
+    field("device", &Interface::device),     field("bridge", &Interface::bridge),
+    field("parent", &Interface::parent),     field("panel", &Interface::panel),
+    field("port", &Interface::port),         field("onu", &Interface::onu),
+    field("gem", &Interface::gem),           field("pvc", &Interface::pvc),
+    field("vpi", &Interface::vpi),           field("vci", &Interface::vci),
+    field("serial", &Interface::serial),     field("mac", &Interface::mac),
+    field("in_use", &Interface::gem_in_use), field("description", &Interface::description),
 };
 
 template <>
-inline constexpr auto fields_of<Vlan> =
-    std::tuple{field("name", &Vlan::name), field("enabled", &Vlan::enabled)};
+inline constexpr auto fields_of<Vlan> = std::make_tuple(field("name", &Vlan::name));
+
+// What a record is, however it changes.
+std::string name_of(const Bridge &bridge) {
+    return "bridge " + bridge.name;
+}
+
+std::string name_of(const Interface &port) {
+    return "port " + std::to_string(port.id);
+}
+
+std::string name_of(const Vlan &vlan) {
+    return "VLAN " + std::to_string(vlan.id) + " of " + vlan.bridge;
+}
+
+std::string name_of(const PortVlan &said) {
+    return "VLAN " + std::to_string(said.vlan) + " of port " + std::to_string(said.port);
+}
+
+template <class Record>
+std::string label_of(const Record &record) {
+    if constexpr (std::is_same_v<Record, Interface>)
+        return name_of(record) + " (" + record.name + ", " + record.device + ")";
+    else
+        return name_of(record);
+}
 
 // The keys whose values differ, separated by commas.
 template <class Record>
 std::string changed_keys(const Record &was, const Record &now) {
     std::string keys;
-    const auto compare = [&](const auto &one) {
-        if (was.*one.second == now.*one.second) return;
-        keys += (keys.empty() ? "" : ", ") + std::string(one.first);
+    const auto compare = [&](std::string_view key, const auto &before, const auto &after) {
+        if (before != after) keys += (keys.empty() ? "" : ", ") + std::string(key);
     };
-    std::apply([&](const auto &...each) { (compare(each), ...); }, fields_of<Record>);
+    std::apply(
+        [&](const auto &...each) {
+            (compare(each.first, was.*each.second, now.*each.second), ...);
+        },
+        fields_of<Record>);
+    if constexpr (requires { was.settings; })
+        node::each_setting<std::remove_cvref_t<decltype(was.settings)>>([&](const auto &setting) {
+            compare(setting.name, was.settings.*setting.field, now.settings.*setting.field);
+        });
     return keys;
-}
-
-std::string label(const Bridge &bridge) {
-    return "bridge " + bridge.name;
-}
-
-std::string label(const Interface &port) {
-    return "port " + std::to_string(port.id) + " (" + port.name + ", " + port.device + ")";
-}
-
-std::string label(const Vlan &vlan) {
-    return "VLAN " + std::to_string(vlan.id) + " of " + vlan.bridge;
-}
-
-const std::string &key_of(const Bridge &bridge) {
-    return bridge.name;
-}
-
-std::uint32_t key_of(const Interface &port) {
-    return port.id;
-}
-
-std::pair<std::string, std::uint16_t> key_of(const Vlan &vlan) {
-    return {vlan.bridge, vlan.id};
 }
 
 template <class Record>
 void compare(const std::vector<Record> &was, const std::vector<Record> &now,
              std::vector<std::string> &lines) {
-    using Key = std::decay_t<decltype(key_of(was.front()))>;
-    std::map<Key, const Record *> before;
-    for (const Record &record : was) before[key_of(record)] = &record;
+    std::map<std::string, const Record *> before;
+    for (const Record &record : was) before[name_of(record)] = &record;
     for (const Record &record : now) {
-        const auto there = before.extract(key_of(record));
+        const auto there = before.extract(name_of(record));
         if (there.empty()) {
-            lines.push_back(label(record) + " joins");
+            lines.push_back(label_of(record) + " joins");
         } else if (const std::string keys = changed_keys(*there.mapped(), record); !keys.empty()) {
-            lines.push_back(label(record) + " changes: " + keys);
+            lines.push_back(label_of(record) + " changes: " + keys);
         }
     }
-    for (const auto &[key, record] : before) lines.push_back(label(*record) + " leaves");
+    for (const Record &record : was)
+        if (before.contains(name_of(record))) lines.push_back(label_of(record) + " leaves");
 }
 
 }  // namespace
@@ -137,6 +132,7 @@ std::vector<std::string> describe_changes(const Description &was, const Descript
     compare(was.bridges, now.bridges, lines);
     compare(was.vlans, now.vlans, lines);
     compare(was.interfaces, now.interfaces, lines);
+    compare(was.port_vlans, now.port_vlans, lines);
     return lines;
 }
 

@@ -36,6 +36,17 @@ void drop_changed(Map &wanted, const Map &was, const Map &now) {
     std::erase_if(wanted, [](const auto &entry) { return entry.second == Record(); });
 }
 
+// A line of a port that is in both, whether it is described or not.
+void drop_changed_lines(node::Settings &wanted, node::Settings was, node::Settings now) {
+    for (const auto &[key, line] : wanted.lines)
+        if (was.ports.contains(key.first) && now.ports.contains(key.first))
+            was.lines[key], now.lines[key];
+    for (auto &[key, line] : wanted.lines)  // one that was taken away comes back
+        if (line.circuit_id_mode == PPPOEIA_CID_NOT_SET && was.lines[key] != now.lines[key])
+            line.circuit_id_mode.reset();
+    drop_changed(wanted.lines, was.lines, now.lines);
+}
+
 // Only what has just been announced; the rest is in force already.
 node::Settings part_for(const node::Arrivals &arrivals, const node::Settings &all) {
     const std::string bridge = node::managed_bridge;
@@ -122,7 +133,7 @@ void KeptSettings::description_changed(const node::Description &was, const node:
     });
     drop_changed(wanted_.ports, before.ports, after.ports);
     drop_changed(wanted_.vlans, before.vlans, after.vlans);
-    drop_changed(wanted_.lines, before.lines, after.lines);
+    drop_changed_lines(wanted_, before, after);
 }
 
 void KeptSettings::arrived(const node::Arrivals &arrivals) const {

@@ -62,6 +62,7 @@ public:
             keys_fit_type(interface, lines);
         }
         vlans();
+        port_vlans();
         bridge_ports();
         untagged_frames();
     }
@@ -163,6 +164,12 @@ private:
         if ((vpi == 0) != (vci == 0))
             problems_.add(vpi + vci, std::string(vpi ? "vpi" : "vci") + " without " +
                                          (vpi ? "vci" : "vpi") + ", expected both or neither");
+        if (const unsigned line = lines.of("circuit_id_mode");
+            line && interface.settings.circuit_id_mode == PPPOEIA_CID_ATM &&
+            interface.type != InterfaceType::atm)
+            problems_.add(line, "circuit_id_mode \"atm\" on " +
+                                    quoted(facts_of(interface.type).word) +
+                                    ", expected only on \"atm\"");
         // The agent hears of an ONU's equipment by its serial.
         if (interface.type == InterfaceType::onu && lines.of("mac") && interface.serial.empty())
             problems_.add(lines.of("mac"), "mac without serial, expected a serial beside it");
@@ -176,6 +183,29 @@ private:
             if (!place(vlan, lines)) continue;
             const std::string shown = std::to_string(vlan.id) + " of bridge " + quoted(vlan.bridge);
             ids.claim(shown, lines.of("id"), shown);
+        }
+    }
+
+    void port_vlans() {
+        Once<std::string> lines_said("[[port_vlan]]", problems_);
+        std::set<std::uint16_t> listed;
+        for (const Vlan &vlan : description_.vlans) listed.insert(vlan.id);
+        for (std::size_t i = 0; i < description_.port_vlans.size(); ++i) {
+            const PortVlan &said = description_.port_vlans[i];
+            const KeyLines &lines = sections_.port_vlan_lines[i];
+            const unsigned port = lines.of("port"), vlan = lines.of("vlan");
+            if (!port || !vlan) continue;
+            const std::string shown =
+                "port " + std::to_string(said.port) + ", VLAN " + std::to_string(said.vlan);
+            lines_said.claim(shown, port, shown);
+            if (every_id_known_ && !by_id_.contains(said.port))
+                problems_.add(port, "there is no port " + std::to_string(said.port) +
+                                        ", expected the id of an [[interface]]");
+            if (!listed.contains(said.vlan))
+                problems_.warn(vlan, "warning: VLAN " + std::to_string(said.vlan) +
+                                         " is not listed: its frames pass unmarked; list a "
+                                         "[[vlan]] with id = " +
+                                         std::to_string(said.vlan));
         }
     }
 
@@ -196,7 +226,8 @@ private:
     // A priority-tagged frame counts as untagged, whatever tag comes behind.
     void untagged_frames() {
         for (const Bridge &bridge : description_.bridges)
-            if (bridge.enabled && std::ranges::none_of(description_.vlans, [&](const Vlan &vlan) {
+            if (bridge.settings.enabled.value_or(true) &&
+                std::ranges::none_of(description_.vlans, [&](const Vlan &vlan) {
                     return vlan.id == 0 && vlan.bridge == bridge.name;
                 }))
                 problems_.warn(bridge.line,

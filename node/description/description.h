@@ -2,10 +2,12 @@
 // TOML file says it. Plain values; read once, then only read.
 #pragma once
 
+#include "node/description/settings_records.h"
 #include "pppoeia/records.h"
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -82,12 +84,11 @@ struct Interface {
     std::optional<std::uint32_t> vpi;  // with vci, ATM only
     std::optional<std::uint32_t> vci;
     std::string description;
-    std::string remote_id;
     std::string serial;  // "serial", ONU only: 8 hexadecimal digits and 8 characters
     std::optional<std::array<std::uint8_t, 6>> mac;  // "mac", ONU only
     bool gem_in_use = true;                          // "in_use", GEM only
-    std::optional<std::uint32_t> role;   // pppoeia_port_state; the type's default when not said
-    std::optional<std::uint32_t> trust;  // pppoeia_port_trust; likewise
+    PortSettings settings{};                         // role and trust: the type's when not said
+    std::map<std::uint16_t, LineSettings> lines;     // by VLAN; of a node's state only
     unsigned line = 0;
 };
 
@@ -100,16 +101,23 @@ struct Bridge {
     std::uint32_t ports = 256;  // port records: ids 1 to ports - 1
     std::uint16_t stag_ethertype = 0x88A8;
     std::uint32_t max_pdu = 1500;  // largest Ethernet frame, bytes
-    std::uint32_t vsa_mode = 1;    // pppoeia_vsa_mode: remove
-    bool enabled = true;
-    unsigned line = 0;  // in the file
+    AgentSettings settings{};      // but the shelf, which is the node's
+    unsigned line = 0;             // in the file
 };
 
 struct Vlan {
     std::uint16_t id = 0;
     std::string name;
     std::string bridge;  // as an interface's
-    bool enabled = true;
+    VlanSettings settings{};
+    unsigned line = 0;
+};
+
+// What is said of a VLAN of one port.
+struct PortVlan {
+    std::uint32_t port = 0;  // id of the interface
+    std::uint16_t vlan = 0;
+    LineSettings settings{};
     unsigned line = 0;
 };
 
@@ -130,6 +138,7 @@ struct Description {
     std::vector<Bridge> bridges;
     std::vector<Interface> interfaces;
     std::vector<Vlan> vlans;
+    std::vector<PortVlan> port_vlans;
     std::string warnings;  // what is allowed and seldom meant: "FILE:LINE: text" each
 };
 

@@ -2,6 +2,7 @@
 // each value is taken.
 #include "node/description/sections.h"
 
+#include "node/description/setting_values.h"
 #include "node/description/toml_records.h"
 #include "node/description/words.h"
 #include "pppoeia/records.h"
@@ -110,14 +111,20 @@ constexpr Key<Description> metrics_keys[] = {
     {"interval", optional, number<&Description::metrics_interval, 1, 3600>},
 };
 
+// A section's own keys, then those of its settings.
+template <class Record, std::size_t Own, std::size_t Settings>
+constexpr auto with(const Key<Record> (&own)[Own], std::array<Key<Record>, Settings> settings) {
+    std::array<Key<Record>, Own + Settings> all{};
+    std::ranges::copy(settings, std::ranges::copy(own, all.begin()).out);
+    return all;
+}
+
 constexpr Key<Bridge> bridge_keys[] = {
     {"name", required, device<&Bridge::name, PPPOEIA_BRIDGE_NAME_MAX>},
     {"device", optional, device<&Bridge::device, device_name_max>},
     {"ports", optional, number<&Bridge::ports, 2, most_port_records>},
     {"stag_ethertype", optional, number<&Bridge::stag_ethertype, 0x0600, 0xFFFF>},
     {"max_pdu", optional, number<&Bridge::max_pdu, 64, 65535>},
-    {"vsa_mode", optional, word<&Bridge::vsa_mode, vsa_mode_words>},
-    {"enabled", optional, flag<&Bridge::enabled>},
 };
 
 constexpr std::size_t panel_max = length_for<sizeof pppoeia_port_location::panel>;
@@ -137,20 +144,31 @@ constexpr Key<Interface> interface_keys[] = {
     {"vpi", optional, number<&Interface::vpi, 0, 255>},
     {"vci", optional, number<&Interface::vci, 0, 65535>},
     {"description", optional, text<&Interface::description, 0, system_text>},
-    {"remote_id", optional, text<&Interface::remote_id, 0, length_for<PPPOEIA_REMOTE_ID_SIZE>>},
     {"serial", optional, onu_serial<&Interface::serial>},
     {"mac", optional, mac_address<&Interface::mac>},
     {"in_use", optional, flag<&Interface::gem_in_use>},
-    {"role", optional, word<&Interface::role, role_words>},
-    {"trust", optional, word<&Interface::trust, trust_words>},
 };
 
 constexpr Key<Vlan> vlan_keys[] = {
     {"id", required, number<&Vlan::id, 0, 4095>},
     {"name", optional, text<&Vlan::name, 0, length_for<PPPOEIA_VLAN_NAME_SIZE>>},
     {"bridge", optional, text<&Vlan::bridge, 1, PPPOEIA_BRIDGE_NAME_MAX>},
-    {"enabled", optional, flag<&Vlan::enabled>},
 };
+
+constexpr Key<PortVlan> port_vlan_keys[] = {
+    {"port", required, number<&PortVlan::port, 1, most_port_records - 1>},
+    {"vlan", required, number<&PortVlan::vlan, 0, 4095>},
+};
+
+// [node] has it.
+constexpr bool not_shelf(std::string_view name) {
+    return name != "shelf";
+}
+
+constexpr auto keys_of_bridge = with(bridge_keys, keys_of_settings<&Bridge::settings, not_shelf>());
+constexpr auto keys_of_interface = with(interface_keys, keys_of_settings<&Interface::settings>());
+constexpr auto keys_of_vlan = with(vlan_keys, keys_of_settings<&Vlan::settings>());
+constexpr auto keys_of_port_vlan = with(port_vlan_keys, keys_of_settings<&PortVlan::settings>());
 
 // --- sections ------------------------------------------------------------------
 
@@ -184,11 +202,14 @@ struct List {
     std::vector<KeyLines> Sections::*lines;
 };
 
-constexpr List<Bridge> bridge_list{"[[bridge]]", bridge_keys, &Description::bridges,
+constexpr List<Bridge> bridge_list{"[[bridge]]", keys_of_bridge, &Description::bridges,
                                    &Sections::bridge_lines};
-constexpr List<Interface> interface_list{"[[interface]]", interface_keys, &Description::interfaces,
-                                         &Sections::interface_lines};
-constexpr List<Vlan> vlan_list{"[[vlan]]", vlan_keys, &Description::vlans, &Sections::vlan_lines};
+constexpr List<Interface> interface_list{"[[interface]]", keys_of_interface,
+                                         &Description::interfaces, &Sections::interface_lines};
+constexpr List<Vlan> vlan_list{"[[vlan]]", keys_of_vlan, &Description::vlans,
+                               &Sections::vlan_lines};
+constexpr List<PortVlan> port_vlan_list{"[[port_vlan]]", keys_of_port_vlan,
+                                        &Description::port_vlans, &Sections::port_vlan_lines};
 
 template <class Record>
 void read_list(const List<Record> &list, const toml::node &node, Sections &sections,
@@ -226,6 +247,7 @@ constexpr Section all_sections[] = {
     {"bridge", read_each<bridge_list>},
     {"interface", read_each<interface_list>},
     {"vlan", read_each<vlan_list>},
+    {"port_vlan", read_each<port_vlan_list>},
 };
 
 }  // namespace

@@ -30,6 +30,7 @@ struct Sections {
     std::vector<KeyLines> bridge_lines;
     std::vector<KeyLines> interface_lines;
     std::vector<KeyLines> vlan_lines;
+    std::vector<KeyLines> port_vlan_lines;
 };
 
 // Empty when the text is not TOML; that is then the only problem.

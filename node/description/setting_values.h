@@ -4,6 +4,8 @@
 #include "node/description/settings_records.h"
 #include "node/description/toml_records.h"
 
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
 #include <string>
@@ -17,8 +19,12 @@ std::string put_text(const std::string &text);
 // Nothing unless the digits are those of at most `longest` bytes, none of them 00.
 std::optional<std::string> bytes_of(const std::string &digits, std::size_t longest);
 
+// A setting in force may be a number that has no word, or one beyond the limits: other
+// programs set those too. A description says none.
+enum class Numbers { any, allowed };
+
 template <class Record>
-bool take(const Value &value, const Setting<Record, bool> &setting, Record &record) {
+bool take(const Value &value, const Setting<Record, bool> &setting, Record &record, Numbers) {
     const auto given = value.node.value_exact<bool>();
     if (!given) return refuse_kind(value, "true or false");
     record.*setting.field = *given;
@@ -26,7 +32,8 @@ bool take(const Value &value, const Setting<Record, bool> &setting, Record &reco
 }
 
 template <class Record>
-bool take(const Value &value, const Setting<Record, std::string> &setting, Record &record) {
+bool take(const Value &value, const Setting<Record, std::string> &setting, Record &record,
+          Numbers) {
     std::string text;
     if (const toml::table *table = value.node.as_table()) {
         const auto digits = (*table)["hex"].template value_exact<std::string>();
@@ -43,27 +50,34 @@ bool take(const Value &value, const Setting<Record, std::string> &setting, Recor
     return true;
 }
 
-// A number, or a word for one; an operator may also have set a number that has none.
 template <class Record, class Number>
-bool take(const Value &value, const Setting<Record, Number> &setting, Record &record) {
-    using Limits = std::numeric_limits<Number>;
+bool take_word(const Value &value, const Setting<Record, Number> &setting, Record &record) {
     const auto *text = value.node.as_string();
-    if (!setting.words.empty() && !value.node.is_integer()) {
-        std::vector<std::string_view> allowed;
-        for (const auto &[word, meaning] : setting.words) allowed.push_back(word);
-        if (!text) return refuse_kind(value, any_of(allowed));
-        for (const auto &[word, meaning] : setting.words) {
-            if (text->get() != word) continue;
-            record.*setting.field = static_cast<Number>(meaning);
-            return true;
-        }
-        return value.refuse("is " + quoted(text->get()) + ", expected " + any_of(allowed));
+    std::vector<std::string_view> allowed;
+    for (const auto &[word, meaning] : setting.words) allowed.push_back(word);
+    if (!text) return refuse_kind(value, any_of(allowed));
+    for (const auto &[word, meaning] : setting.words) {
+        if (text->get() != word) continue;
+        record.*setting.field = static_cast<Number>(meaning);
+        return true;
     }
+    return value.refuse("is " + quoted(text->get()) + ", expected " + any_of(allowed));
+}
+
+template <class Record, class Number>
+bool take(const Value &value, const Setting<Record, Number> &setting, Record &record,
+          Numbers numbers) {
+    using Limits = std::numeric_limits<Number>;
+    const bool any = numbers == Numbers::any;
+    if (!setting.words.empty() && (!any || !value.node.is_integer()))
+        return take_word(value, setting, record);
+    const std::int64_t least = any ? Limits::min() : setting.least;
+    const std::int64_t most = any ? Limits::max() : setting.most;
     const auto given = value.node.value_exact<std::int64_t>();
-    const std::string range = range_text(Limits::min(), Limits::max());
-    if (!given) return refuse_kind(value, "an integer, " + range);
-    if (*given < Limits::min() || *given > Limits::max())
-        return value.refuse("is " + std::to_string(*given) + ", expected " + range);
+    if (!given) return refuse_kind(value, "an integer, " + range_text(least, most));
+    if (*given < least || *given > most)
+        return value.refuse("is " + std::to_string(*given) + ", expected " +
+                            range_text(least, most));
     record.*setting.field = static_cast<Number>(*given);
     return true;
 }
@@ -86,19 +100,28 @@ std::string put(const Field &value, const Setting<Record, Field> &setting) {
 template <auto Settings, std::size_t Which>
 bool take_row(const Value &value, RecordOf<Settings> &record) {
     using Inner = std::remove_reference_t<decltype(record.*Settings)>;
-    return take(value, std::get<Which>(settings_of<Inner>), record.*Settings);
+    return take(value, std::get<Which>(settings_of<Inner>), record.*Settings, Numbers::allowed);
 }
 
-template <auto Settings>
+constexpr bool every_setting(std::string_view) {
+    return true;
+}
+
+// Those whose name `Chosen` takes.
+template <auto Settings, bool (*Chosen)(std::string_view) = every_setting>
 constexpr auto keys_of_settings() {
-    using Inner = std::remove_reference_t<decltype(std::declval<RecordOf<Settings>>().*Settings)>;
-    constexpr std::size_t size =
-        std::tuple_size_v<std::remove_cvref_t<decltype(settings_of<Inner>)>>;
-    return [&]<std::size_t... Which>(std::index_sequence<Which...>) {
-        return std::array<Key<RecordOf<Settings>>, size>{
-            {{std::get<Which>(settings_of<Inner>).name, optional, take_row<Settings, Which>}...}};
+    using Record = RecordOf<Settings>;
+    using Inner = std::remove_reference_t<decltype(std::declval<Record>().*Settings)>;
+    constexpr auto all = []<std::size_t... Which>(std::index_sequence<Which...>) {
+        return std::array{Key<Record>{std::get<Which>(settings_of<Inner>).name, optional,
+                                      take_row<Settings, Which>}...};
     }
-    (std::make_index_sequence<size>{});
+    (std::make_index_sequence<
+        std::tuple_size_v<std::remove_cvref_t<decltype(settings_of<Inner>)>>>{});
+    constexpr auto is_chosen = [](const Key<Record> &key) { return Chosen(key.name); };
+    std::array<Key<Record>, std::ranges::count_if(all, is_chosen)> chosen{};
+    std::ranges::copy_if(all, chosen.begin(), is_chosen);
+    return chosen;
 }
 
 }  // namespace ia::node

@@ -24,39 +24,39 @@ using Word = std::pair<std::string_view, Value>;
 using NumberWord = Word<std::uint32_t>;
 
 struct AgentSettings {
-    std::optional<bool> enabled;
-    std::optional<std::uint32_t> vsa_mode;  // pppoeia_vsa_mode
-    std::optional<bool> insert_circuit_id;
-    std::optional<bool> insert_remote_id;
-    std::optional<bool> circuit_id_cvlan;
-    std::optional<std::string> shelf;
-    std::optional<std::string> circuit_id_format;
-    std::optional<std::string> remote_id_format;
-    std::optional<std::int32_t> log_level;
+    std::optional<bool> enabled{};
+    std::optional<std::uint32_t> vsa_mode{};  // pppoeia_vsa_mode
+    std::optional<bool> insert_circuit_id{};
+    std::optional<bool> insert_remote_id{};
+    std::optional<bool> circuit_id_cvlan{};
+    std::optional<std::string> shelf{};
+    std::optional<std::string> circuit_id_format{};
+    std::optional<std::string> remote_id_format{};
+    std::optional<std::int32_t> log_level{};
 
     bool operator==(const AgentSettings &) const = default;
 };
 
 struct PortSettings {
-    std::optional<std::uint32_t> role;   // pppoeia_port_state
-    std::optional<std::uint32_t> trust;  // pppoeia_port_trust
-    std::optional<std::string> remote_id;
-    std::optional<std::uint32_t> circuit_id_mode;  // pppoeia_cid_mode
+    std::optional<std::uint32_t> role{};   // pppoeia_port_state
+    std::optional<std::uint32_t> trust{};  // pppoeia_port_trust
+    std::optional<std::string> remote_id{};
+    std::optional<std::uint32_t> circuit_id_mode{};  // pppoeia_cid_mode
 
     bool operator==(const PortSettings &) const = default;
 };
 
 struct VlanSettings {
-    std::optional<bool> enabled;
+    std::optional<bool> enabled{};
 
     bool operator==(const VlanSettings &) const = default;
 };
 
 // Of a port and VLAN.
 struct LineSettings {
-    std::optional<std::uint32_t> circuit_id_mode;
-    std::optional<std::string> circuit_id_format;
-    std::optional<std::string> remote_id_format;
+    std::optional<std::uint32_t> circuit_id_mode{};
+    std::optional<std::string> circuit_id_format{};
+    std::optional<std::string> remote_id_format{};
 
     bool operator==(const LineSettings &) const = default;
 };
@@ -102,7 +102,8 @@ struct Setting {
     std::string_view command;  // pppoeiactl's word for it
     std::optional<Field> Record::*field;
     std::size_t longest = 0;                 // bytes of a text
-    std::span<const NumberWord> words = {};  // of a number; none: any number
+    std::span<const NumberWord> words = {};  // of a number; none: any within the limits
+    int least = 0, most = 0;                 // of a number without words
 };
 
 // In the order in which they are written.
@@ -123,7 +124,7 @@ inline constexpr auto settings_of<AgentSettings> = [] {
                                 PPPOEIA_FORMAT_SIZE - 1},
         Setting<S, std::string>{"remote_id_format", "rid-format", &S::remote_id_format,
                                 PPPOEIA_FORMAT_SIZE - 1},
-        Setting<S, std::int32_t>{"log_level", "log-level", &S::log_level},
+        Setting<S, std::int32_t>{"log_level", "log-level", &S::log_level, 0, {}, -1, 7},
     };
 }();
 

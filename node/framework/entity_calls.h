@@ -3,6 +3,8 @@
 // on to the entity's operation of the same name; none of them may throw.
 #pragma once
 
+#include "node/settings/settings.h"
+
 #include <cstdint>
 #include <set>
 #include <string>
@@ -40,13 +42,8 @@ public:
     virtual void profileModeChange(bool profile_mode) = 0;
 
     // How the node's description wants the agent set.
-    virtual void setState(bool enabled) = 0;
-    virtual void setVsaMode(std::uint32_t mode) = 0;
     virtual void maxPduSet(const std::string &bridge, unsigned int pdu) = 0;
-    virtual void setVlanState(unsigned short vlanId, bool enabled) = 0;
-    virtual void setInterfaceState(unsigned int ifIndex, std::uint32_t state) = 0;
-    virtual void setInterfaceMode(unsigned int ifIndex, std::uint32_t trust) = 0;
-    virtual void setInterfaceRemoteId(unsigned int ifIndex, const std::string &remote_id) = 0;
+    virtual void make(const Settings &settings) = 0;
 };
 
 }  // namespace ia::node

@@ -9,10 +9,14 @@ NodeState::NodeState(const Description &description)
     facts.bridges.clear();
     facts.interfaces.clear();
     facts.vlans.clear();
+    facts.port_vlans.clear();
     for (const Interface &interface : description.interfaces) {
         gpon = gpon || interface.type == InterfaceType::olt;
         interfaces.emplace(interface.id, interface);
     }
+    for (const PortVlan &said : description.port_vlans)
+        if (const auto port = interfaces.find(said.port); port != interfaces.end())
+            port->second.lines[said.vlan] = said.settings;
     for (const Vlan &vlan : description.vlans) vlans.emplace(VlanKey{vlan.bridge, vlan.id}, vlan);
 }
 

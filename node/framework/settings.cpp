@@ -10,54 +10,88 @@ constexpr char created_shelf[] = "NONE";
 constexpr char created_remote_id_format[] = "$PORT_REM_ID";
 constexpr std::int32_t created_log_level = 6;  // of a process that starts
 
-std::uint32_t role_of(const Interface &interface) {
-    return interface.role.value_or(facts_of(interface.type).role);
-}
-
-std::uint32_t trust_of(const Interface &interface) {
-    return interface.trust.value_or(facts_of(interface.type).trust);
-}
-
 std::pair<std::uint32_t, std::uint32_t> pvc_of(const Interface &interface) {
     return {interface.vpi.value_or(0), interface.vci.value_or(0)};
+}
+
+// What is said, over what everything is created with.
+AgentSettings of_bridge(const Bridge &bridge) {
+    AgentSettings created;
+    created.enabled = true;
+    created.vsa_mode = PPPOEIA_VSA_REMOVE;
+    created.insert_circuit_id = created.insert_remote_id = true;
+    created.circuit_id_cvlan = false;
+    created.circuit_id_format = "";
+    created.remote_id_format = created_remote_id_format;
+    created.log_level = created_log_level;
+    return overlay(created, bridge.settings);
+}
+
+PortSettings of_port(const Interface &interface) {
+    const TypeFacts &facts = facts_of(interface.type);
+    return overlay(PortSettings{facts.role, facts.trust, "", PPPOEIA_CID_DEFAULT},
+                   interface.settings);
+}
+
+VlanSettings of_vlan(const Vlan &vlan) {
+    return overlay(VlanSettings{.enabled = true}, vlan.settings);
+}
+
+// A line without a mode of its own has no Circuit ID.
+LineSettings of_line(const Interface &interface, LineSettings line) {
+    if (line.circuit_id_format || line.remote_id_format)
+        if (!line.circuit_id_mode) line.circuit_id_mode = of_port(interface).circuit_id_mode;
+    return line;
+}
+
+void add_lines(const Interface &interface, Settings &settings) {
+    for (const auto &[vlan, line] : interface.lines)
+        settings.lines[{interface.id, vlan}] = of_line(interface, line);
+}
+
+// A port's settings, and those of the lines that one of two records of it has.
+Settings with_lines(const Interface &interface, const Interface &other) {
+    Settings settings;
+    settings.ports[interface.id] = of_port(interface);
+    add_lines(interface, settings);
+    for (const auto &[vlan, line] : other.lines) settings.lines[{interface.id, vlan}];
+    for (auto &[key, line] : settings.lines) line = whole(line);
+    return settings;
+}
+
+void tell_difference(const Settings &was, const Settings &now, EntityCalls &calls) {
+    const Settings changed = difference(now, was);
+    if (changed != Settings()) calls.make(changed);
 }
 
 }  // namespace
 
 Settings described_settings(const NodeState &node) {
     Settings settings;
-    AgentSettings &agent = settings.agent;
-    if (const Bridge *bridge = node.bridge(managed_bridge)) {
-        agent.enabled = bridge->enabled;
-        agent.vsa_mode = bridge->vsa_mode;
+    const Bridge *const bridge = node.bridge(managed_bridge);
+    settings.agent = of_bridge(bridge ? *bridge : Bridge());
+    settings.agent.shelf = node.facts.shelf.empty() ? created_shelf : node.facts.shelf;
+    for (const auto &[id, interface] : node.interfaces) {
+        if (interface.bridge != managed_bridge) continue;
+        settings.ports[id] = of_port(interface);
+        add_lines(interface, settings);
     }
-    agent.insert_circuit_id = agent.insert_remote_id = true;
-    agent.circuit_id_cvlan = false;
-    agent.shelf = node.facts.shelf.empty() ? created_shelf : node.facts.shelf;
-    agent.circuit_id_format = "";
-    agent.remote_id_format = created_remote_id_format;
-    agent.log_level = created_log_level;
-    for (const auto &[id, interface] : node.interfaces)
-        if (interface.bridge == managed_bridge)
-            settings.ports[id] = {role_of(interface), trust_of(interface), interface.remote_id,
-                                  PPPOEIA_CID_DEFAULT};
     for (const auto &[key, vlan] : node.vlans)
-        if (key.first == managed_bridge) settings.vlans[key.second].enabled = vlan.enabled;
+        if (key.first == managed_bridge) settings.vlans[key.second] = of_vlan(vlan);
     return settings;
 }
 
 Bridge without_settings(const Bridge &bridge) {
     Bridge fresh = bridge;
     fresh.max_pdu = created_max_pdu;
-    fresh.vsa_mode = PPPOEIA_VSA_REMOVE;
-    fresh.enabled = false;
+    fresh.settings = {.enabled = false};
     return fresh;
 }
 
 Vlan without_settings(const Vlan &vlan) {
     Vlan fresh = vlan;
     fresh.name.clear();
-    fresh.enabled = false;
+    fresh.settings = {.enabled = false};
     return fresh;
 }
 
@@ -66,12 +100,11 @@ Interface without_settings(const Interface &interface) {
     fresh.vpi.reset();
     fresh.vci.reset();
     fresh.description.clear();
-    fresh.remote_id.clear();
     fresh.serial.clear();
     fresh.mac.reset();
     fresh.gem_in_use = false;
-    fresh.role.reset();
-    fresh.trust.reset();
+    fresh.settings = {};
+    fresh.lines.clear();
     return fresh;
 }
 
@@ -84,14 +117,14 @@ void tell_settings(const Description &was, const Description &now, EntityCalls &
 void tell_settings(const Bridge &was, const Bridge &now, EntityCalls &calls) {
     if (was.max_pdu != now.max_pdu) calls.maxPduSet(now.name, now.max_pdu);
     if (now.name != managed_bridge) return;
-    if (was.vsa_mode != now.vsa_mode) calls.setVsaMode(now.vsa_mode);
-    if (was.enabled != now.enabled) calls.setState(now.enabled);
+    tell_difference({.agent = of_bridge(was)}, {.agent = of_bridge(now)}, calls);
 }
 
 void tell_settings(const Vlan &was, const Vlan &now, EntityCalls &calls) {
     if (now.bridge != managed_bridge) return;
     if (was.name != now.name) calls.setVlanName(now.id, now.name);
-    if (was.enabled != now.enabled) calls.setVlanState(now.id, now.enabled);
+    tell_difference({.vlans = {{now.id, of_vlan(was)}}}, {.vlans = {{now.id, of_vlan(now)}}},
+                    calls);
 }
 
 void tell_settings(const Interface &was, const Interface &now, EntityCalls &calls) {
@@ -99,9 +132,7 @@ void tell_settings(const Interface &was, const Interface &now, EntityCalls &call
     if (was.description != now.description) calls.setIntfDescr(now.id, now.description);
     if (const auto pvc = pvc_of(now); pvc_of(was) != pvc)
         calls.notifyPvcChange(now.id, pvc.first, pvc.second);
-    if (role_of(was) != role_of(now)) calls.setInterfaceState(now.id, role_of(now));
-    if (trust_of(was) != trust_of(now)) calls.setInterfaceMode(now.id, trust_of(now));
-    if (was.remote_id != now.remote_id) calls.setInterfaceRemoteId(now.id, now.remote_id);
+    tell_difference(with_lines(was, now), with_lines(now, was), calls);
 }
 
 }  // namespace ia::node

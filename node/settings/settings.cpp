@@ -1,19 +1,22 @@
 #include "node/settings/settings.h"
 
+#include <utility>
+
 namespace ia::node {
 
 namespace {
 
 template <class Record>
-void overlay_record(Record &below, const Record &above) {
+Record overlay_record(Record below, const Record &above) {
     each_setting<Record>([&](const auto &setting) {
         if (above.*setting.field) below.*setting.field = above.*setting.field;
     });
+    return below;
 }
 
 template <class Map>
 void overlay_each(Map &below, const Map &above) {
-    for (const auto &[key, record] : above) overlay_record(below[key], record);
+    for (const auto &[key, record] : above) below[key] = overlay_record(below[key], record);
 }
 
 template <class Record>
@@ -42,8 +45,24 @@ Map map_difference(const Map &now, const Map &base) {
 
 }  // namespace
 
+AgentSettings overlay(AgentSettings below, const AgentSettings &above) {
+    return overlay_record(std::move(below), above);
+}
+
+PortSettings overlay(PortSettings below, const PortSettings &above) {
+    return overlay_record(std::move(below), above);
+}
+
+VlanSettings overlay(VlanSettings below, const VlanSettings &above) {
+    return overlay_record(below, above);
+}
+
+LineSettings whole(LineSettings line) {
+    return overlay_record(LineSettings{PPPOEIA_CID_NOT_SET, "", ""}, line);
+}
+
 Settings overlay(Settings below, const Settings &above) {
-    overlay_record(below.agent, above.agent);
+    below.agent = overlay_record(std::move(below.agent), above.agent);
     overlay_each(below.ports, above.ports);
     overlay_each(below.vlans, above.vlans);
     overlay_each(below.lines, above.lines);

@@ -143,7 +143,7 @@ private:
             names.push_back(setting.name);
             if (setting.name != value.key) return;
             known = true;
-            take(value, setting, record);
+            take(value, setting, record, Numbers::any);
         });
         if (known) return;
         const std::string_view near = nearest(value.key, names);

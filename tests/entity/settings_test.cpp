@@ -15,11 +15,12 @@ constexpr auto custom_mode = pppoeia::vsaCircuitIdMode_t(PPPOEIA_CID_CUSTOM);
 class Settings : public ManagedNode {
 protected:
     Settings() {
-        described.vlans = {{.id = 100, .name = "data", .bridge = "br0", .enabled = false},
-                           {.id = 200, .name = "voice", .bridge = "br0"}};
+        described.vlans = {
+            {.id = 100, .name = "data", .bridge = "br0", .settings = {.enabled = false}},
+            {.id = 200, .name = "voice", .bridge = "br0"}};
         described.interfaces = {interface(1, InterfaceType::eth), interface(2, InterfaceType::dsl),
                                 interface(3, InterfaceType::atm, 2)};
-        described.interfaces[1].remote_id = "sub-2";
+        described.interfaces[1].settings.remote_id = "sub-2";
         start();
     }
 };

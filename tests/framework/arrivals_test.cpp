@@ -39,7 +39,7 @@ Interface port(std::uint32_t id) {
     made.type = InterfaceType::access;
     made.device = made.name;
     made.bridge = "br0";
-    made.role = 1;
+    made.settings.role = 1;
     return made;
 }
 
@@ -57,23 +57,27 @@ TEST(Arrivals, HeldFirstAndToldLast) {
     begin_registry(node);
     // Its bridge holds for a port that comes with it.
     EXPECT_THAT(announce(node),
-                ElementsAre("hold br0 0", "+bridge br0 256", "state 1", "+vlan br0 7",
-                            "vlan-state 7 1", "+port br0 1 p1", "role 1 1", "arrived br0",
+                ElementsAre("hold br0 0", "+bridge br0 256", "[agent] enabled = true",
+                            "+vlan br0 7", "[[vlan]] id = 7 enabled = true", "+port br0 1 p1",
+                            "[[port]] id = 1 role = \"client\"", "arrived br0",
                             "arrived br0 vlan 7", "arrived br0 port 1", "all"));
     node.interfaces.push_back(port(2));
-    EXPECT_THAT(announce(node), ElementsAre("hold br0 2", "+port br0 2 p2", "role 2 1",
-                                            "arrived br0 port 2", "all"));
+    EXPECT_THAT(announce(node),
+                ElementsAre("hold br0 2", "+port br0 2 p2", "[[port]] id = 2 role = \"client\"",
+                            "arrived br0 port 2", "all"));
     // A changed setting is no arrival, and a port that goes none either.
-    node.interfaces[0].role = 3;
+    node.interfaces[0].settings.role = 3;
     node.interfaces.pop_back();
-    EXPECT_THAT(announce(node), ElementsAre("-port br0 2 p2", "role 1 3", "all"));
+    EXPECT_THAT(announce(node),
+                ElementsAre("-port br0 2 p2", "[[port]] id = 1 role = \"both\"", "all"));
     // Frames that cannot be held would pass unmarked: the port waits outside.
     node.interfaces.push_back(port(2));
     follower().can_hold = false;
     EXPECT_THAT(announce(node), ElementsAre("hold br0 2", "all"));
     follower().can_hold = true;
-    EXPECT_THAT(announce(node), ElementsAre("hold br0 2", "+port br0 2 p2", "role 2 1",
-                                            "arrived br0 port 2", "all"));
+    EXPECT_THAT(announce(node),
+                ElementsAre("hold br0 2", "+port br0 2 p2", "[[port]] id = 2 role = \"client\"",
+                            "arrived br0 port 2", "all"));
 }
 
 }  // namespace

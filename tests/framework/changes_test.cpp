@@ -48,13 +48,15 @@ Description node() {
     atm.vpi = 8;
     atm.vci = 35;
     Interface uplink = interface(1, "up", InterfaceType::eth, 0);
-    uplink.role = 2;
+    uplink.settings.role = 2;
     described.interfaces = {uplink,
                             gem,
                             onu,
                             interface(4, "1/1", InterfaceType::olt, 0),
                             interface(5, "2/1", InterfaceType::dsl, 0),
                             atm};
+    described.port_vlans = {
+        {.port = 1, .vlan = 7, .settings = {.circuit_id_mode = 2, .remote_id_format = "R"}}};
     return described;
 }
 
@@ -67,6 +69,12 @@ Interface &port(Description &description, std::uint32_t id) {
 void erase_port(Description &description, std::uint32_t id) {
     std::erase_if(description.interfaces, [&](const Interface &there) { return there.id == id; });
 }
+
+const std::string agent_is_on = "[agent] enabled = true";
+const std::string vlan_is_on = "[[vlan]] id = 100 enabled = true";
+const std::string uplink_serves =
+    "[[port]] id = 1 role = \"server\"  [[port_vlan]] port = 1 vlan = 7 "
+    "circuit_id_mode = \"custom\" remote_id_format = \"R\"";
 
 class Announcements : public testing::Test {
 protected:
@@ -89,9 +97,9 @@ protected:
 
 TEST_F(Announcements, OfTheWholeNodeAtItsStart) {
     EXPECT_THAT(start(), ElementsAreArray(Lines{
-                             "+bridge br0 16", "pdu br0 1600", "state 1", "contact noc",
-                             "+vlan br0 100", "vlan-name 100 data", "vlan-state 100 1",
-                             "+port br0 1 up", "role 1 2", "+port br0 4 1/1", "+port br0 5 2/1",
+                             "+bridge br0 16", "pdu br0 1600", agent_is_on, "contact noc",
+                             "+vlan br0 100", "vlan-name 100 data", vlan_is_on, "+port br0 1 up",
+                             uplink_serves, "+port br0 4 1/1", "+port br0 5 2/1",
                              "+port br0 3 1/1/1", "onu 4 1 414243441234ABCD", "+port br0 6 2/1:1",
                              "pvc 6 8 35", "+port br0 2 1/1/1/7", "gem 2 3 7 0"}));
 }
@@ -123,8 +131,8 @@ const Change changes[] = {
      {"contact ", "location attic", "name n1"}},
     {"profile_mode", [](Description &d) { d.profile_mode = true; }, {"profile-mode 1"}},
     {"bridge_settings",
-     [](Description &d) { d.bridges[0].enabled = false, d.bridges[0].max_pdu = 1500; },
-     {"pdu br0 1500", "state 0"}},
+     [](Description &d) { d.bridges[0].settings.enabled = false, d.bridges[0].max_pdu = 1500; },
+     {"pdu br0 1500", "[agent] enabled = false"}},
     {"another_bridge_has_no_settings",
      [](Description &d) {
          d.bridges.push_back({.name = "br1"});
@@ -138,26 +146,49 @@ const Change changes[] = {
      },
      {"-port br0 2 1/1/1/7", "-port br0 6 2/1:1", "-port br0 3 1/1/1", "-port br0 5 2/1",
       "-port br0 4 1/1", "-port br0 1 up", "-vlan br0 100", "-bridge br0", "+bridge br0 32",
-      "pdu br0 1600", "state 1", "contact noc", "+vlan br0 100", "vlan-name 100 data",
-      "vlan-state 100 1", "+port br0 1 up", "role 1 2"}},
+      "pdu br0 1600", agent_is_on, "contact noc", "+vlan br0 100", "vlan-name 100 data", vlan_is_on,
+      "+port br0 1 up", uplink_serves}},
     {"vlan_renamed_and_disabled",
-     [](Description &d) { d.vlans[0].name = "voice", d.vlans[0].enabled = false; },
-     {"vlan-name 100 voice", "vlan-state 100 0"}},
+     [](Description &d) { d.vlans[0].name = "voice", d.vlans[0].settings.enabled = false; },
+     {"vlan-name 100 voice", "[[vlan]] id = 100 enabled = false"}},
     {"vlan_replaced",
-     [](Description &d) { d.vlans = {{.id = 7, .name = "", .bridge = "br0", .enabled = false}}; },
+     [](Description &d) {
+         d.vlans = {{.id = 7, .name = "", .bridge = "br0", .settings = {.enabled = false}}};
+     },
      {"-vlan br0 100", "+vlan br0 7"}},
     {"port_texts_and_rights",
      [](Description &d) {
          port(d, 5).description = "cellar";
-         port(d, 5).remote_id = "r5";
-         port(d, 5).role = 1;
-         port(d, 5).trust = 0;
+         port(d, 5).settings = {.role = 1, .trust = 0, .remote_id = "r5", .circuit_id_mode = 2};
      },
-     {"descr 5 cellar", "role 5 1", "trust 5 0", "remote-id 5 r5"}},
-    {"role_no_longer_said", [](Description &d) { port(d, 1).role.reset(); }, {"role 1 3"}},
+     {"descr 5 cellar",
+      "[[port]] id = 5 role = \"client\" trust = \"trusted\" remote_id = \"r5\" "
+      "circuit_id_mode = \"custom\""}},
+    {"formats_and_level_of_the_bridge",
+     [](Description &d) {
+         d.bridges[0].settings.circuit_id_format = "$PORT";
+         d.bridges[0].settings.log_level = 7;
+     },
+     {"[agent] circuit_id_format = \"$PORT\" log_level = 7"}},
+    // A first format brings the mode of its port along.
+    {"line_of_a_port",
+     [](Description &d) {
+         port(d, 6).settings.circuit_id_mode = 1;
+         d.port_vlans.insert(d.port_vlans.end(),
+                             {{.port = 6, .vlan = 100, .settings = {.circuit_id_format = "$PVC"}},
+                              {.port = 7, .vlan = 100, .settings = {.circuit_id_format = "none"}}});
+     },
+     {"[[port]] id = 6 circuit_id_mode = \"atm\"  [[port_vlan]] port = 6 vlan = 100 "
+      "circuit_id_mode = \"atm\" circuit_id_format = \"$PVC\""}},
+    {"line_no_longer_said",
+     [](Description &d) { d.port_vlans.clear(); },
+     {"[[port_vlan]] port = 1 vlan = 7 circuit_id_mode = \"not_set\" remote_id_format = \"\""}},
+    {"role_no_longer_said",
+     [](Description &d) { port(d, 1).settings.role.reset(); },
+     {"[[port]] id = 1 role = \"both\""}},
     {"port_on_another_device",
      [](Description &d) { port(d, 1).device = "lan9"; },
-     {"-port br0 1 up", "+port br0 1 up", "role 1 2"}},
+     {"-port br0 1 up", "+port br0 1 up", uplink_serves}},
     {"onu_renamed",
      [](Description &d) { port(d, 3).name = "1/1/2"; },
      {"-port br0 3 1/1/1", "+port br0 3 1/1/2", "onu 4 1 414243441234ABCD"}},
@@ -217,10 +248,9 @@ TEST_F(Announcements, BridgeTakesAlongThePortsThatMayNotGo) {
 TEST_F(Announcements, SettingsAreToldAgainAfterDefaults) {
     start();
     announce_settings_again(recorder());
-    EXPECT_THAT(recorder().lines,
-                ElementsAreArray(Lines{"contact noc", "pdu br0 1600", "state 1", "+vlan br0 100",
-                                       "vlan-name 100 data", "vlan-state 100 1", "role 1 2",
-                                       "pvc 6 8 35"}));
+    EXPECT_THAT(recorder().lines, ElementsAreArray(Lines{"contact noc", "pdu br0 1600", agent_is_on,
+                                                         "+vlan br0 100", "vlan-name 100 data",
+                                                         vlan_is_on, uplink_serves, "pvc 6 8 35"}));
 }
 
 }  // namespace

@@ -66,7 +66,7 @@ protected:
 TEST_F(Frameworks, StartsServesAndStops) {
     ASSERT_TRUE(framework.start(node));
     EXPECT_THAT(lines(), ElementsAre("start earlier", "start later", "apply {", "+bridge br0 256",
-                                     "state 1", "} 0"));
+                                     "[agent] enabled = true", "} 0"));
     node.shelf = "S2";
     node.bridges.push_back({.name = "br1"});
     recorder.refused = {"+bridge br1 256"};
@@ -74,7 +74,7 @@ TEST_F(Frameworks, StartsServesAndStops) {
     EXPECT_THAT(lines(), ElementsAre("apply {", "shelf S2", "+bridge br1 256", "} 1"));
     EXPECT_TRUE(framework.clear_configuration());
     EXPECT_THAT(lines(),
-                ElementsAre("clear {", "defaults earlier", "defaults later", "state 1", "}"));
+                ElementsAre("clear {", "defaults earlier", "defaults later", "[agent] enabled = true", "}"));
     framework.save_configuration();
     EXPECT_THAT(lines(), ElementsAre("save {", "save earlier", "save later", "}"));
     recorder.refused = {"stop later"};

@@ -4,11 +4,13 @@
 
 #include "node/framework/entity_calls.h"
 #include "node/framework/registry.h"
+#include "node/settings/settings_text.h"
 #include "platform/bll/Interfaces.h"
 #include "platform/bll/Ports.h"
 #include "platform/bll/kvbridge.h"
 #include "platform/bll/sysInfo.h"
 
+#include <algorithm>
 #include <set>
 #include <sstream>
 #include <string>
@@ -70,14 +72,12 @@ public:
         note("pvc", id, vpi, vci);
     }
     void profileModeChange(bool mode) override { note("profile-mode", mode); }
-    void setState(bool enabled) override { note("state", enabled); }
-    void setVsaMode(std::uint32_t mode) override { note("vsa", mode); }
     void maxPduSet(const std::string &bridge, unsigned pdu) override { note("pdu", bridge, pdu); }
-    void setVlanState(unsigned short id, bool enabled) override { note("vlan-state", id, enabled); }
-    void setInterfaceState(unsigned id, std::uint32_t state) override { note("role", id, state); }
-    void setInterfaceMode(unsigned id, std::uint32_t trust) override { note("trust", id, trust); }
-    void setInterfaceRemoteId(unsigned id, const std::string &text) override {
-        note("remote-id", id, text);
+    // As the settings file has them, on one line.
+    void make(const node::Settings &settings) override {
+        std::string text = node::write_settings(settings);
+        std::ranges::replace(text, '\n', ' ');
+        note(text.substr(0, text.find_last_not_of(' ') + 1));
     }
 
 private:

@@ -1,6 +1,7 @@
 """The operator's settings: saved, shown, compared, taken back; what waits for
 its port; files that do not check and disks that are full."""
 
+import json
 import subprocess
 from pathlib import Path
 
@@ -151,6 +152,42 @@ class Settings(testing.LabTest):
         self.assertEqual(self.config("diff"), "")
         self.control("set", "vlan-cid-format", 1, 100, "x" * 127)
         self.assertIn(127 * "x", self.config("diff"))
+
+    def test_all_of_it_can_be_described(self):
+        def described(line):
+            return description(bridge={"circuit_id_format": "port $PORT", "log_level": 4},
+                               ports={"sub1": {"circuit_id_mode": "custom"}}) + (
+                '[[port_vlan]]\nport = 1\nvlan = 100\n' f'circuit_id_format = "{line}"\n')
+
+        def circuit_id(*line):
+            said = json.loads(self.control("preview", *line, "--json"))["circuit_id"]["text"]
+            return said
+
+        self.lab.start_engine(described("line $VLAN"))
+        self.assertEqual((circuit_id(1), circuit_id(1, 100)), ("port 0", "line 100"))
+        self.assertIn("log_level = 4\n", self.config("show"))
+        self.assertEqual((self.config("diff"), self.status()["unsaved"]), ("", "0"))
+        # What an operator takes away stays away, and what he sets stays set.
+        self.control("unset", "line", 1, 100)
+        self.control("set", "log-level", 5)
+        taken_away = ('[agent]\n+ log_level = 5\n[[port_vlan]] port = 1 vlan = 100\n'
+                      '+ circuit_id_mode = "not_set"\n+ circuit_id_format = ""\n')
+        self.assertEqual(self.config("diff"), taken_away)
+        self.lab.kill_engine()
+        self.lab.restart_engine()
+        wait_until(lambda: self.status()["restores"] == "1", "the settings")
+        self.assertEqual(circuit_id(1, 100), "port 0")
+        self.lab.kill_management()
+        self.lab.restart_management()
+        self.assertEqual((circuit_id(1, 100), self.config("diff")), ("port 0", taken_away))
+        # A description read again is the newer word for what has changed in it.
+        (self.lab.folder / "node.toml").write_text(described("new $VLAN"))
+        self.assertIn("VLAN 100 of port 1 changes: circuit_id_format", self.control("reload"))
+        self.assertEqual(circuit_id(1, 100), "new 100")
+        self.assertIn("+ log_level = 5", self.config("diff"))
+        (self.lab.folder / "node.toml").write_text(described("new $VLAN") + "circuit_id_mode = 'atn'\n")
+        self.assertIn("circuit_id_mode is \"atn\", expected \"default\"",
+                      self.lab.control("reload")[1])
 
     def test_a_larger_mtu_is_followed(self):
         self.lab.start_engine(description())

@@ -124,7 +124,7 @@ TEST(DescriptionChanges, NamesWhatJoinsLeavesAndChanges) {
     now.description.vlans = {{.id = 100, .name = "", .bridge = "br0"}};
     node::Interface fourth = now.description.interfaces[0];
     now.description.interfaces[0].device = "other";
-    now.description.interfaces[0].remote_id = "line";
+    now.description.interfaces[0].settings.remote_id = "line";
     was.description.interfaces.push_back(fourth);
     was.description.interfaces[1].id = 4;
     EXPECT_EQ(describe_changes(was.description, now.description),

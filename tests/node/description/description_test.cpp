@@ -25,6 +25,10 @@ stag_ethertype = 0x9100
 max_pdu = 1522
 vsa_mode = "keep"
 enabled = false
+circuit_id_cvlan = true
+circuit_id_format = "$PORT"
+remote_id_format = ""
+log_level = -1
 
 [[interface]]
 id = 1
@@ -47,6 +51,7 @@ description = "flat 12"
 remote_id = "customer 4711"
 role = "client"
 trust = "untrusted"
+circuit_id_mode = "atm"
 
 [[vlan]]
 id = 4095
@@ -55,6 +60,12 @@ bridge = "br0"
 enabled = false
 [[vlan]]
 id = 0
+
+[[port_vlan]]
+port = 65535
+vlan = 0
+circuit_id_mode = "custom"
+circuit_id_format = { hex = "5ae9" }
 )");
     const Description description = read_description(file.path());
 
@@ -73,14 +84,22 @@ id = 0
     EXPECT_EQ(first.ports, 65536U);
     EXPECT_EQ(first.stag_ethertype, 0x9100);
     EXPECT_EQ(first.max_pdu, 1522U);
-    EXPECT_EQ(first.vsa_mode, 0U);
-    EXPECT_FALSE(first.enabled);
+    EXPECT_EQ(first.settings, (AgentSettings{.enabled = false,
+                                             .vsa_mode = 0,
+                                             .insert_circuit_id = {},
+                                             .insert_remote_id = {},
+                                             .circuit_id_cvlan = true,
+                                             .shelf = {},
+                                             .circuit_id_format = "$PORT",
+                                             .remote_id_format = "",
+                                             .log_level = -1}));
     EXPECT_EQ(first.line, 9U);
 
     ASSERT_EQ(description.interfaces.size(), 2U);
     const Interface &dsl = description.interfaces[0];
     EXPECT_EQ(dsl.bridge, "br0");
-    EXPECT_FALSE(dsl.role || dsl.trust || dsl.vpi || dsl.vci);
+    EXPECT_EQ(dsl.settings, PortSettings());
+    EXPECT_FALSE(dsl.vpi || dsl.vci);
     const Interface &pvc = description.interfaces[1];
     EXPECT_EQ(pvc.id, 65535U);
     EXPECT_EQ(pvc.name, "1/1/pvc1");
@@ -93,18 +112,23 @@ id = 0
     EXPECT_EQ(pvc.vpi, 8U);
     EXPECT_EQ(pvc.vci, 35U);
     EXPECT_EQ(pvc.description, "flat 12");
-    EXPECT_EQ(pvc.remote_id, "customer 4711");
-    EXPECT_EQ(pvc.role, 1U);
-    EXPECT_EQ(pvc.trust, 1U);
-    EXPECT_EQ(pvc.line, 23U);
+    EXPECT_EQ(pvc.settings, (PortSettings{1, 1, "customer 4711", 1}));
+    EXPECT_EQ(pvc.line, 27U);
 
     ASSERT_EQ(description.vlans.size(), 2U);
     EXPECT_EQ(description.vlans[0].id, 4095);
     EXPECT_EQ(description.vlans[0].name, "voice");
     EXPECT_EQ(description.vlans[0].bridge, "br0");
-    EXPECT_FALSE(description.vlans[0].enabled);
+    EXPECT_EQ(description.vlans[0].settings.enabled, false);
     EXPECT_EQ(description.vlans[1].bridge, "br0");
-    EXPECT_TRUE(description.vlans[1].enabled);
+    EXPECT_EQ(description.vlans[1].settings.enabled, std::nullopt);
+
+    ASSERT_EQ(description.port_vlans.size(), 1U);
+    const PortVlan &line = description.port_vlans[0];
+    EXPECT_EQ(line.port, 65535U);
+    EXPECT_EQ(line.vlan, 0U);
+    EXPECT_EQ(line.settings, (LineSettings{2, "Z\xE9", {}}));
+    EXPECT_EQ(description.warnings, "");
 }
 
 // Texts that fill their field to the last byte.
@@ -137,7 +161,7 @@ TEST(Description, holds_a_bridge_full_of_interfaces) {
     EXPECT_EQ(description.interfaces.back().device, "sub1023");
     EXPECT_EQ(description.bridges[0].device, "br0");
     EXPECT_EQ(description.bridges[0].stag_ethertype, 0x88A8);
-    EXPECT_TRUE(description.bridges[0].enabled);
+    EXPECT_EQ(description.bridges[0].settings, AgentSettings());
     EXPECT_EQ(description.warnings,
               file.path() +
                   ":1: warning: VLAN 0 is not listed: frames of subscribers without a tag, or "

@@ -1,5 +1,5 @@
-"""The node description's two documents name the same keys, and all that its reader
-knows, section by section.
+"""The documents of the node description and of the settings name the same keys, and
+all that their readers know, section by section.
 
     documents_test.py SOURCE_FOLDER
 """
@@ -8,11 +8,26 @@ import re
 import sys
 from pathlib import Path
 
+# A table of settings, by the section that has them.
+RECORDS = {"bridge": "Agent", "interface": "Port", "vlan": "Vlan", "port_vlan": "Line"}
+
+
+def setting_keys(source):
+    text = (source / "node/description/settings_records.h").read_text(encoding="utf-8")
+    return {record: re.findall(r'\{"(\w+)",\s*"', body)
+            for record, body in re.findall(
+                r"auto settings_of<(\w+)Settings> =(.*?)\n(?:\}\(\);|\n)", text, re.S)}
+
 
 def read_keys(source):
     text = (source / "node/description/sections.cpp").read_text(encoding="utf-8")
-    return {name: sorted(re.findall(r'^    \{"(\w+)",', body, re.M))
+    keys = {name: re.findall(r'^    \{"(\w+)",', body, re.M)
             for name, body in re.findall(r"> (\w+)_keys\[\] = \{\n(.*?)\n\};", text, re.S)}
+    settings = setting_keys(source)
+    for section, record in RECORDS.items():
+        keys[section] += settings[record]
+    keys["bridge"].remove("shelf")  # [node] has it
+    return {name: sorted(of_section) for name, of_section in keys.items()}
 
 
 def sections(text, heading):
@@ -34,6 +49,13 @@ def manual_keys(source):
             for name, body in sections(text, r"^\.SH \[+(\w+)\]+.*$").items()}
 
 
+def settings_page_keys(source):
+    """The keys of settings, but those that say what a section is about."""
+    text = (source / "docs/settings.md").read_text(encoding="utf-8")
+    return [re.findall(r"`(\w+)`", row.split(";")[-1])
+            for row in re.findall(r"^\| `\[+\w+\]+` \|(.*)\|$", text, re.M)]
+
+
 def main(source):
     known = read_keys(Path(source))
     page = page_keys(Path(source))
@@ -42,8 +64,11 @@ def main(source):
              for name in sorted(page.keys() | manual.keys()) if page.get(name) != manual.get(name)]
     wrong += [f"[{name}] {key}: in no document"
               for name, keys in known.items() for key in keys if key not in page.get(name, [])]
+    wrong += [f"docs/settings.md has {said}, the table {there}" for said, there in
+              zip(settings_page_keys(Path(source)), setting_keys(Path(source)).values(),
+                  strict=True) if said != there]
     print("\n".join(wrong) or f"{sum(map(len, known.values()))} keys in step")
-    return 1 if wrong or len(known) < 7 else 0
+    return 1 if wrong or len(known) < 8 else 0
 
 
 if __name__ == "__main__":

@@ -56,7 +56,9 @@ const Refusal file_rows[] = {
     {"no_keys_in_texts_and_remarks",
      bridge + "x = '" + repeated(99, ".[") + "' # a.b.c.d.e.f.g.h.i\n",
      "FILE:3: [[bridge]] unknown key \"x\", expected \"name\", \"device\", \"ports\", "
-     "\"stag_ethertype\", \"max_pdu\", \"vsa_mode\" or \"enabled\""},
+     "\"stag_ethertype\", \"max_pdu\", \"enabled\", \"vsa_mode\", \"insert_circuit_id\", "
+     "\"insert_remote_id\", \"circuit_id_cvlan\", \"circuit_id_format\", \"remote_id_format\" or "
+     "\"log_level\""},
     {"a_second_bridge", bridge + "[[bridge]]\nname = 'lan'\n",
      "FILE:3: this is a second [[bridge]], expected one: the agent manages exactly one bridge"},
     {"a_bridge_of_another_name", "[[bridge]]\nname = 'lan'\n",
@@ -102,6 +104,13 @@ const Refusal value_rows[] = {
      "\"both\""},
     {"bad_trust", bridge + interface("1", "eth", "trust = true\n"),
      "FILE:8: [[interface]] trust is true or false, expected \"trusted\" or \"untrusted\""},
+    {"number_for_a_word", bridge + "vsa_mode = 1\n",
+     "FILE:3: [[bridge]] vsa_mode is an integer, expected \"keep\" or \"remove\""},
+    {"log_level_without_a_meaning", bridge + "log_level = 8\n",
+     "FILE:3: [[bridge]] log_level is 8, expected -1 to 7"},
+    {"line_without_a_vlan", bridge + "[[port_vlan]]\nport = 1\nremote_id_fromat = 'x'\n",
+     "FILE:3: [[port_vlan]] has no vlan, expected one\n"
+     "FILE:5: [[port_vlan]] unknown key \"remote_id_fromat\", expected \"remote_id_format\""},
     {"escape_in_a_text", "[node]\ncontact = \"a\\u001Bb\"\n" + bridge,
      "FILE:2: [node] contact \"a\\x1Bb\" has control characters, expected none"},
     {"slash_in_a_device", "[node]\nmanagement = 'eth/0'\n" + bridge,
@@ -152,6 +161,12 @@ const Refusal length_rows[] = {
              "FILE:8: [[interface]] description "
              "\"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...\" has 65 "
              "characters, expected at most 64"),
+    too_long("format_of_a_line",
+             bridge + interface("1", "eth") + "[[port_vlan]]\nport = 1\nvlan = 0\n",
+             "remote_id_format", 128,
+             "FILE:11: [[port_vlan]] remote_id_format "
+             "\"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...\" has 128 "
+             "characters, expected at most 127"),
     too_long("remote_id", bridge + interface("1", "eth"), "remote_id", 64,
              "FILE:8: [[interface]] remote_id "
              "\"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...\" has 64 "
@@ -198,6 +213,14 @@ const Refusal cross_rows[] = {
      "FILE:8: [[interface]] serial \"410043441234ABCD\" has 00 for a letter of the vendor, "
      "expected "
      "four letters in hexadecimal"},
+    {"lines_twice_and_of_no_port",
+     bridge + interface("1", "eth") + "[[vlan]]\nid = 7\n" +
+         "[[port_vlan]]\nport = 1\nvlan = 7\n[[port_vlan]]\nvlan = 7\nport = 1\n"
+         "[[port_vlan]]\nport = 2\nvlan = 7\n",
+     "FILE:15: [[port_vlan]] port 1, VLAN 7 is already used on line 11, expected each once\n"
+     "FILE:17: there is no port 2, expected the id of an [[interface]]"},
+    {"atm_form_on_eth", bridge + interface("1", "eth", "circuit_id_mode = 'atm'\n"),
+     "FILE:8: circuit_id_mode \"atm\" on \"eth\", expected only on \"atm\""},
     {"mac_alone", bridge + interface("1", "onu", "mac = '00:1A:2B:3C:4D:5E'\n"),
      "FILE:8: mac without serial, expected a serial beside it"},
 };
