@@ -39,6 +39,18 @@ class Debian:
 
     def __enter__(self):
         SCRATCH.mkdir()
+        (SCRATCH / "cgroup").mkdir()
+        _mount("-t", "cgroup2", "cgroup2", SCRATCH / "cgroup")
+        for folder in ("changes", "work", "root"):
+            (SCRATCH / folder).mkdir()
+        self.switch_on()
+        return self
+
+    def __exit__(self, *_):
+        self.switch_off()
+
+    def switch_on(self):
+        """Boots it, with the files that it had."""
         self._group = _control_group()
         self._outer = Process(["sh", "-c", JOIN, "sh", self._group, *NAMESPACES, sys.executable,
                                "-B", "-m", "lab.booted", self._base])
@@ -47,9 +59,9 @@ class Debian:
                    "systemd to have started all", 90)
         if not self._outer.running():
             raise RuntimeError(f"systemd did not boot:\n{self._outer.output()}")
-        return self
 
-    def __exit__(self, *_):
+    def switch_off(self):
+        """Every process ends at once."""
         # unshare itself does not listen, and ends after its child.
         if first := self._child():
             os.kill(int(first), signal.SIGKILL)
@@ -102,10 +114,7 @@ class Debian:
 
 def _control_group():
     """An empty group of the second hierarchy for the Debian to be the root of."""
-    point = SCRATCH / "cgroup"
-    point.mkdir()
-    subprocess.run(["mount", "-t", "cgroup2", "cgroup2", point], check=True)
-    group = point / f"booted.{os.getpid()}.{os.urandom(4).hex()}"
+    group = SCRATCH / "cgroup" / f"booted.{os.getpid()}.{os.urandom(4).hex()}"
     group.mkdir()
     return group
 
@@ -117,8 +126,6 @@ def _mount(*words):
 def _make_root(base):
     """The overlay with the kernel's file systems in it."""
     root = SCRATCH / "root"
-    for folder in ("changes", "work", "root"):
-        (SCRATCH / folder).mkdir()
     _mount("--make-rprivate", "/")
     _mount("-t", "overlay", "overlay", "-o",
            f"lowerdir={base},upperdir={SCRATCH}/changes,workdir={SCRATCH}/work", root)

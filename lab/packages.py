@@ -13,7 +13,8 @@ import time
 from lab import frames, isolation, netns
 from lab.booted import Debian
 from lab.processes import WaitFailed
-from lab.topology import REPOSITORY, Lab
+from lab.node import BRIDGE
+from lab.topology import REPOSITORY, Lab, programs
 from lab.traffic import Traffic
 
 README = (REPOSITORY / "debian/README.Debian").read_text(encoding="utf-8")
@@ -21,6 +22,19 @@ README = (REPOSITORY / "debian/README.Debian").read_text(encoding="utf-8")
 SOURCES = {"sub1": frames.mac("02:00:00:00:01:99"), "sub2": frames.mac("02:00:00:00:02:99")}
 REMOTE_IDS = {SOURCES["sub1"]: b"customer-1", SOURCES["sub2"]: b"customer-2"}
 CUSTOM = b"access-1/1/2:0"  # of README's format, port 1/2, untagged
+# As the system's own units for networks are ordered.
+NETWORK_UNIT = f"""[Unit]
+DefaultDependencies=no
+After=local-fs.target network-pre.target
+Before=network.target
+
+[Service]
+Type=oneshot
+ExecStart=/bin/sh -c "echo 0x1003 >/sys/class/net/{BRIDGE}/flags"
+
+[Install]
+WantedBy=multi-user.target
+"""
 PAUSE = 0.004  # of each of two subscribers: 500 requests a second
 COLUMNS = ("step", "seconds", "sent", "marked", "unmarked", "wrong", "client", "verdict")
 WIDTHS = (46, 8, 7, 7, 9, 6, 7, 8)
@@ -194,12 +208,34 @@ class Tour:
     def up(self):
         self.shows(lambda: self.active() == ["active", "active"], "both services to be active")
 
-    def edit_and_reload(self):
+    def edit_and_apply(self):
+        for word, apply in (("customer-2a", self.commands("4. Change the description")),
+                            ("customer-2b", lambda: self.inside("systemctl reload pppoeia-mgmt")),
+                            ("customer-2c", lambda: self.inside("systemctl reload pppoeia-fe"))):
+            described = self.debian.path("/etc/pppoeia/node.toml")
+            described.write_text(re.sub("customer-2[a-c]?", word, described.read_text()))
+            apply()
+            if word not in self.inside("pppoeiactl show ports"):
+                raise Wrong(f"{word} is not in force")
+
+    def refused(self):
         described = self.debian.path("/etc/pppoeia/node.toml")
-        described.write_text(described.read_text().replace("customer-2", "customer-2b"))
-        self.commands("4. Change the description")()
-        self.shows(lambda: "customer-2b" in self.inside("pppoeiactl show ports"),
-                   "the description that was read again")
+        text = described.read_text()
+        described.write_text(text.replace("remote_id", "remoteid"))
+        status, said = self.debian.run("systemctl", "reload", "pppoeia-fe")
+        described.write_text(text)
+        if status == 0 or "customer-2c" not in self.inside("pppoeiactl show ports"):
+            raise Wrong(f"a description with a mistake was taken: {said}")
+
+    def boot(self):
+        """The machine is switched off and on; its network is set up by a unit."""
+        self.debian.path("/etc/systemd/system/lab-network.service").write_text(NETWORK_UNIT)
+        self.inside("systemctl enable lab-network")
+        self.debian.switch_off()
+        netns.run("ip", "link", "set", BRIDGE, "down")
+        netns.run(programs() / "pppoeia-fe", "--release")
+        self.debian.switch_on()
+        self.up()
 
     def kill(self):
         self.inside("systemctl kill -s KILL pppoeia-fe pppoeia-mgmt")
@@ -207,14 +243,18 @@ class Tour:
         self.up()
 
     def upgrade(self):
-        settings = self.inside("pppoeiactl show")
+        self.inside("pppoeiactl set vlan-cid-mode 1/3 100 custom; "
+                    "pppoeiactl set vlan-cid-format 1/3 100 'fiber $PORT $VLAN'")
+        settings = self.inside("pppoeiactl config show")
         self.apt("install /packages/two/*.deb")()
         self.up()
         version = self.inside("dpkg-query -W -f '${Version}' pppoeia")
         if version != "0.1.1":
             raise Wrong(f"version {version}")
-        self.shows(lambda: self.debian.run("pppoeiactl", "show")[1] == settings,
-                   f"the settings of before:\n{settings}\nnow:\n{self.inside('pppoeiactl show')}")
+        self.shows(lambda: self.debian.run("pppoeiactl", "config", "show")[1] == settings,
+                   f"the settings of before:\n{settings}")
+        if "fiber $PORT $VLAN" not in settings:
+            raise Wrong(f"a line's format is not among the settings:\n{settings}")
 
     def install_again(self):
         self.apt("install /packages/two/*.deb")()
@@ -235,9 +275,8 @@ class Tour:
         self.step("description put in place: both start", self.describe, "begins", True)
         self.step("look: status, show, stats", self.commands("2. Look"), "marked", True)
         self.step("set a custom Circuit ID", self.commands("3. Set"), "marked", True)
-        self.step("edit the description, systemctl reload", self.edit_and_reload, "marked")
-        self.step("systemctl reload pppoeia-fe",
-                  lambda: self.inside("systemctl reload pppoeia-fe"), "marked")
+        self.step("edit the description: reload of three kinds", self.edit_and_apply, "marked")
+        self.step("reload of a wrong description", self.refused, "marked")
         self.step("systemctl restart pppoeia-fe",
                   lambda: (self.inside("systemctl restart pppoeia-fe"), self.up()), "marked", True)
         self.step("systemctl restart pppoeia-mgmt",
@@ -252,6 +291,8 @@ class Tour:
                   lambda: (self.inside(stop[0]), self.inside(stop[1])), "released", True)
         arrivals = self.step("systemctl start", lambda: (self.inside(stop[2]), self.up()), "begins",
                              True)
+        self.same_ids(arrivals)
+        arrivals = self.step("machine off and on, its network comes late", self.boot, "marked", True)
         self.same_ids(arrivals)
         self.step("apt remove", self.apt("remove pppoeia"), "released", True)
         self.step("apt install again", self.install_again, "begins", True)
