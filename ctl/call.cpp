@@ -1,5 +1,7 @@
 #include "ctl/command.h"
 
+#include <algorithm>
+
 namespace ia::ctl {
 
 const std::vector<PortName> &Session::ports() {
@@ -49,7 +51,14 @@ std::uint32_t Call::number(const Argument &argument) {
 
 std::vector<PortName> Call::ports() {
     const std::string given = text("port");
-    if (const auto number = parse_number(given)) return {{*number, given}};
+    if (const auto number = parse_number(given)) {
+        // Several are refused one by one, by the agent.
+        const bool one = argument("port").kind == Kind::port;
+        if (one && std::ranges::find(session_.ports(), *number, &PortName::number) ==
+                       session_.ports().end())
+            throw Refused("there is no port " + given + "; 'pppoeiactl show ports' lists them");
+        return {{*number, given}};
+    }
     return find_ports(session_.ports(), given);
 }
 

@@ -1,6 +1,8 @@
 #include "ctl/change.h"
 
 #include "ctl/answers.h"
+#include "ctl/screen.h"
+#include "idgen/explain.h"
 
 #include <cstdio>
 
@@ -12,10 +14,23 @@ std::string subject_of(Call &call) {
     return call.has("vlan") ? "VLAN " + call.text("vlan") : "the setting";
 }
 
+namespace {
+
+// What an operator would not expect of a format that is now in force.
+void warn_of_format(Call &call) {
+    const FormatReport report =
+        explain_format(call.text("format"), [](customIdFormat) { return std::nullopt; });
+    for (const FormatNote &note : report.notes)
+        std::fprintf(stderr, "pppoeiactl: warning: %s\n", printable(note.text).c_str());
+}
+
+}  // namespace
+
 Json for_each_port(Call &call, const std::function<void()> &change) {
     Json answer = {{"done", true}};
     if (!call.has("port")) {
         change();
+        warn_of_format(call);
         return answer;
     }
     const bool several = is_pattern(call.text("port"));
@@ -34,6 +49,7 @@ Json for_each_port(Call &call, const std::function<void()> &change) {
     if (refused > 0)
         throw Refused(std::to_string(refused) + " of " + std::to_string(ports.size()) +
                       " ports refused:\n" + refusals);
+    warn_of_format(call);
     return answer;
 }
 

@@ -31,6 +31,7 @@ std::size_t distance(const std::string &from, const std::string &to) {
 
 std::string nearest(const std::string &word, const std::vector<std::string> &candidates) {
     std::string best;
+    if (word.size() < 3) return best;  // "no" is not "on"
     std::size_t least = std::max<std::size_t>(word.size() / 3, 1) + 1;
     for (const std::string &candidate : candidates) {
         const std::size_t changes = distance(word, candidate);

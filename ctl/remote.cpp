@@ -2,6 +2,7 @@
 
 #include "node/linux/sockets.h"
 
+#include <grp.h>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -16,11 +17,19 @@ namespace ia::ctl {
 
 namespace {
 
+// The group that may enter the folder of a socket.
+std::string group_of(const std::filesystem::path &path) {
+    struct stat folder {};
+    const bool known = stat(path.parent_path().c_str(), &folder) == 0;
+    const group *const named = known ? getgrgid(folder.st_gid) : nullptr;
+    return named ? std::string("'") + named->gr_name + '\'' : "of " + path.string();
+}
+
 [[noreturn]] void throw_unreachable(int error) {
     const std::string path = rpc_socket;
     if (error == EACCES)
-        throw Unreachable(
-            "this user may not call the agent: it takes root, or a member of the group of " + path);
+        throw Unreachable("this user may not call the agent: it takes root, or a member of group " +
+                          group_of(path));
     if (error == ENOENT || error == ECONNREFUSED)
         throw Unreachable("pppoeia-mgmt is not running (" + path + ": " + std::strerror(error) +
                           ')');

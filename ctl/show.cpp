@@ -204,6 +204,9 @@ Json show_vlans(Call &call) {
 Json show_vlan(Call &call) {
     const std::uint32_t vlan = call.number("vlan");
     const rpcResultPppoeiaVlanInfo &reply = call.agent().call(rpc_pppoeia_get_vlan_info_1, vlan);
+    if (reply.result == RPC_PPPOEIA_NOT_FOUND)
+        throw Refused("there is no VLAN " + std::to_string(vlan) +
+                      "; 'pppoeiactl show vlans' lists them");
     Remote::expect(reply.result, "VLAN " + std::to_string(vlan));
     return {
         {"vlans", Json::array({{{"vlan", reply.info.vlanId}, {"agent", reply.info.state != 0}}})}};

@@ -80,9 +80,12 @@ namespace {
 
 std::string settings_text(const Json &settings) {
     if (settings.is_null()) return line("settings", "not kept: no file is described");
-    const char *saved = settings.at("saved").get<bool>() ? "saved in " : "not all saved in ";
+    const bool by_itself = settings.at("auto").get<bool>();
+    const char *saved = settings.at("saved").get<bool>() ? "saved in "
+                        : by_itself                      ? "soon saved in "
+                                                         : "not all saved in ";
     std::string text = line("settings", saved + settings.at("file").get<std::string>() +
-                                            (settings.at("auto").get<bool>() ? ", by itself" : ""));
+                                            (by_itself ? ", by itself" : ""));
     if (settings.at("waiting") != 0)
         text += line("", settings.at("waiting").dump() + " wait for their port or VLAN");
     if (!settings.at("problem").is_null())

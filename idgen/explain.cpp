@@ -60,11 +60,14 @@ public:
 
     FormatReport run() {
         while (next_macro()) {
+            note_no_macros(position_, start_);
             literal(position_, start_);
             position_ = start_ + macro_.size();
             expand();
         }
+        const std::size_t notes = report_.notes.size();
         note_what_stopped();
+        if (report_.notes.size() == notes) note_no_macros(position_, format_.size());
         literal(position_, format_.size());
         finish();
         return std::move(report_);
@@ -179,6 +182,21 @@ private:
             note_macro(FormatWarning::carries_over,
                        "no count follows: " + std::to_string(options_.count) +
                            " of an earlier macro is taken");
+    }
+
+    // What looks like a macro in literal text: '$', options and a name in capitals.
+    void note_no_macros(std::size_t from, std::size_t to) {
+        const auto option = [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); };
+        const auto capital = [](char c) { return (c >= 'A' && c <= 'Z') || c == '_'; };
+        const std::string_view text = std::string_view(format_).substr(0, to);
+        for (std::size_t at = text.find('$', from); at < to; at = text.find('$', at + 1)) {
+            const auto name = std::find_if_not(text.begin() + at + 1, text.end(), option);
+            const auto end = std::find_if_not(name, text.end(), capital);
+            if (name == end) continue;
+            const std::string word(text.begin() + at, end);
+            note(FormatWarning::never_resolves, at, word.size(),
+                 word + " names no macro: it stays in the ID as it stands here");
+        }
     }
 
     // The scanner has found nothing more: because the format ends, or because of

@@ -7,6 +7,7 @@ namespace ia {
 std::optional<int> read_command_line(int argc, char **argv, const char *program, const char *what,
                                      CommandLine &options) {
     CLI::App app(std::string("PPPoE Intermediate Agent: ") + what, program);
+    app.set_version_flag("--version", std::string(program) + ' ' + PPPOEIA_VERSION);
     auto *const node =
         app.add_option("--node", options.node, "The node description")->type_name("FILE");
     app.add_flag("--check", options.check, "Only read and check the description");

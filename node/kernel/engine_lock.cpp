@@ -57,7 +57,7 @@ bool EngineLock::take() {
         throw std::runtime_error(path + ": not a file of its own");
     if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK) fail(errno, path);
-        throw std::runtime_error("another forwarding engine runs on this machine");
+        throw std::runtime_error("another forwarding engine runs on this machine: stop it first");
     }
     struct stat named {};
     if (fstatat(folder_.get(), name_.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {

@@ -85,6 +85,7 @@ const warning_row warning_rows[] = {
     {"a macro empty on this line", "$VPI.$VCI", "empty 0+4, empty 5+4"},
     {"no VLAN", "$VLAN", "empty 0+5", GEM, 0x0FFF},
     {"a macro that never resolves", "$TCONT", "never-resolves 0+6"},
+    {"a name that is misspelt", "$SYSNAM:$VLAN $z4PRT", "never-resolves 0+7, never-resolves 14+6"},
     {"HEX without digits", "a $HEX", "never-resolves 2+4"},
     {"hexadecimal", "line $hVLAN $hPORT", "binary 5+6"},
     {"bytes of the format itself", "$0102HEX", "binary 0+8"},
