@@ -7,6 +7,7 @@ comes; the times are printed.
 """
 
 import os
+import re
 import subprocess
 import time
 
@@ -51,6 +52,12 @@ class Rounds(testing.LabTest):
                               check=False)
         self.assertEqual(call.returncode, 0, call.stdout)
         return call.stdout
+
+    def problem(self):
+        """What the status says is wrong with the settings."""
+        said = subprocess.run([CONFIG_CALL, "status"], capture_output=True, text=True, timeout=30,
+                              check=True).stdout
+        return re.search("^problem ?(.*)$", said, re.M)[1]
 
     def change_settings(self, generation):
         """Settings of every kind, others than before. Gives the IDs of each line."""

@@ -306,10 +306,12 @@ class Lab:
         self.engine, news = self._service("pppoeia-fe", self.folder / "node.toml", seconds)
         news.close()
 
-    def restart_management(self, seconds=10.0):
+    def restart_management(self, seconds=10.0, environment=None):
+        """The management process again, and the socket on which it gives news."""
         self.management, self._management_news = self._service(
-            "pppoeia-mgmt", self.folder / "node.toml", seconds)
+            "pppoeia-mgmt", self.folder / "node.toml", seconds, environment)
         self._undo.append(self._management_news.close)
+        return self._management_news
 
     def stop_engine(self):
         """Asks both processes to end; the engine's status and the seconds it took."""

@@ -1,7 +1,9 @@
 // Sends the frames of a plan as fast as they come out again, and compares every
 // byte of what does.
 //
-//   frame_fire PLAN frames|seconds NUMBER
+//   frame_fire PLAN frames|seconds NUMBER [RATE]
+//
+// With RATE it sends so many a second, whatever comes out, and some may be lost.
 //
 // The plan, a line each, numbered from 0 in their order:
 //   peer NAMESPACE DEVICE      where frames are sent and received, "-" for the own namespace
@@ -92,6 +94,11 @@ public:
         }
     }
 
+    // Takes what comes, until then.
+    void receive_until(Clock::time_point end) {
+        for (take_all(); Clock::now() < end; take_all()) wait_for_any(plan_.peers, 1);
+    }
+
     // Until no more than `limit` frames are to come.
     void receive(std::uint64_t limit) {
         Clock::time_point last = Clock::now();
@@ -125,6 +132,7 @@ public:
     }
 
     bool clean() const { return wrong_ == 0 && under_way_ == 0; }
+    bool nothing_wrong() const { return wrong_ == 0; }
 
 private:
     bool take_all() {
@@ -177,6 +185,19 @@ private:
     std::string first_wrong_;
 };
 
+int run_at_rate(const char *path, std::uint64_t seconds, std::uint64_t rate) {
+    Fire fire(read_plan(path));
+    const Clock::time_point begin = Clock::now();
+    while (fire.total() < seconds * rate) {
+        fire.send_round(seconds * rate);
+        fire.receive_until(begin + std::chrono::microseconds(fire.total() * 1000000 / rate));
+    }
+    const std::chrono::duration<double> took = Clock::now() - begin;
+    fire.receive_until(Clock::now() + std::chrono::milliseconds(500));
+    fire.report(took.count());
+    return !fire.nothing_wrong();
+}
+
 int run(const char *path, const std::string &unit, std::uint64_t number) {
     Fire fire(read_plan(path));
     const Clock::time_point begin = Clock::now();
@@ -202,6 +223,7 @@ int run(const char *path, const std::string &unit, std::uint64_t number) {
 }  // namespace
 
 int main(int argc, char **argv) try {
+    if (argc == 5) return run_at_rate(argv[1], std::stoull(argv[3]), std::stoull(argv[4]));
     if (argc != 4) return 2;
     return run(argv[1], argv[2], std::stoull(argv[3]));
 } catch (const std::exception &error) {

@@ -8,15 +8,20 @@ mark of the other line.
 
 import contextlib
 import os
+import re
+import subprocess
 import threading
 
-from lab import frames, netns, node, testing
+from lab import fire_frames, frames, netns, node, testing
+from lab.agent import counters
 from lab.processes import limited, wait_until
-from lab.topology import PEERS, mac_of
+from lab.topology import PEERS, mac_of, tool
 from lab.traffic import Traffic, padi
 from lab.wire import Wire
 
 ROUNDS = int(os.environ.get("PPPOEIA_ROUNDS", "3"))
+RATES = (5_000, 150_000)  # frames a second
+SECONDS = "3"
 FORGED = frames.discovery(frames.BROADCAST, mac_of("sub2"), frames.PADI,
                           frames.tag(frames.SERVICE_NAME) + frames.vendor_tag())
 
@@ -99,14 +104,6 @@ class Changes(testing.LabTest):
 
         self.rounds(clear)
 
-    def test_exchanged_ids(self):
-        def described(**ports):
-            (self.lab.folder / "node.toml").write_text(node.description(ports=ports),
-                                                       encoding="utf-8")
-            self.lab.reload(30)
-
-        self.rounds(lambda: described(sub1={"id": 2}, sub2={"id": 1}), described)
-
     def test_engine_without_descriptors(self):
         def made_anew():
             with limited(self.lab.engine, "nofile", 3):
@@ -116,6 +113,52 @@ class Changes(testing.LabTest):
                 self.look()
 
         self.rounds(made_anew)
+
+
+class ExchangedIds(testing.LabTest):
+    """The numbers of two lines are exchanged in the description, by one reload; every
+    frame that comes out has the IDs of its own line, compared byte by byte."""
+
+    def plan(self):
+        lines = ["peer sub1 wan", "peer sub2 wan", "peer bng net"]
+        name = frames.tag(frames.SERVICE_NAME)
+        for number in range(64):
+            line = number % 2
+            marked = name + fire_frames.mark(f"sub{line + 1}", 0)
+            for what, peer, tags in (("frame", line, name), ("out", 2, marked)):
+                frame = frames.discovery(frames.BROADCAST, fire_frames.address(number),
+                                         frames.PADI, tags)
+                lines.append(f"{what} {peer} {frame.hex()}")
+        path = self.lab.folder / "plan"
+        path.write_text("\n".join(lines), encoding="ascii")
+        return path
+
+    def exchange(self, rate):
+        exchanged = node.description(ports={"sub1": {"id": 2}, "sub2": {"id": 1}})
+        with subprocess.Popen([tool("frame_fire"), self.plan(), "seconds", SECONDS, str(rate)],
+                              stdout=subprocess.PIPE, text=True) as fire:
+            wait_until(lambda: counters(self.lab)["PADI"] > rate / 10, "the frames")
+            for text in (exchanged, node.description()) * ROUNDS:
+                before = self.lab.control("show", "ports")[1]
+                (self.lab.folder / "node.toml").write_text(text, encoding="utf-8")
+                self.lab.reload(30)
+                self.assertNotEqual(self.lab.control("show", "ports")[1], before)
+            self.assertIsNone(fire.poll(), "the frames ended before the last exchange")
+            said = fire.communicate(timeout=60)[0]
+        self.assertEqual((fire.returncode, re.findall("^wrong.*", said, re.M)), (0, []))
+        sent, came = (list(map(int, re.findall(rf"^{what}.* (\d+)$", said, re.M)))
+                      for what in ("sent", "out"))
+        self.assertGreater(min(came), 0)
+        seconds = float(re.search("^seconds (.*)$", said, re.M)[1])
+        print(f"  {sum(sent) / seconds:.0f} a second: {sum(came)} of {sum(sent)} frames came out, "
+              f"{2 * ROUNDS} exchanges, none with the other line's IDs", flush=True)
+
+    def test_under_traffic(self):
+        self.lab.start_engine()
+        for rate in RATES:
+            with self.subTest(rate):
+                self.lab.control("reset")
+                self.exchange(rate)
 
 
 if __name__ == "__main__":

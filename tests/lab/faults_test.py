@@ -19,7 +19,7 @@ from pathlib import Path
 from lab import confined, netns, testing
 from lab.processes import limited, wait_until
 from lab.rounds import Rounds
-from lab.topology import PEERS, SANITIZED, programs, tool
+from lab.topology import PEERS, SANITIZED, tool
 
 STOP_SECONDS = float(os.environ.get("PPPOEIA_STOP_SECONDS", "1.5"))
 NO_MEMORY = "-2"  # of an entry that cannot be linked
@@ -124,11 +124,6 @@ class Faults(Rounds):
         netns.run("mount", "-o", "remount,size=2m", "/run")
         filler = Path("/run/filler")
 
-        def problem():
-            said = subprocess.run([tool("config_call"), "status"], capture_output=True,
-                                  text=True, timeout=30, check=True).stdout
-            return re.search("^problem ?(.*)$", said, re.M)[1]
-
         def lose():
             self.shelf = re.search('shelf = "(.*)"', self.settings())[1]
             with filler.open("wb", buffering=0) as file, contextlib.suppress(OSError):
@@ -136,6 +131,7 @@ class Faults(Rounds):
                     file.write(bytes(4096))
             # What cannot be kept is not answered 0.
             self.assertNotEqual(self.lab.control("set", "shelf", "without room")[0], 0)
+            self.assertIn("No space left on device", self.problem())
             self.served_meanwhile()
             filler.unlink()
             wait_until(lambda: self.lab.control("set", "shelf", "with room")[0] == 0,

@@ -12,7 +12,8 @@ import sys
 import time
 from pathlib import Path
 
-from lab import testing
+from lab import netns, testing
+from lab.processes import wait_until
 from lab.syslog import Syslog
 from lab.topology import PROGRAM, REPOSITORY, SANITIZED, programs
 
@@ -72,6 +73,9 @@ class HostileUser(testing.LabTest):
         self.assertEqual(self.lab.control("set", "shelf", "before")[0], 0)
         root = Caller()
         self.addCleanup(root.socket.close)
+        half = Caller()
+        self.addCleanup(half.socket.close)
+        half.socket.send(bytes.fromhex("8000002800"))  # a length, and one byte of the call
         descriptors, memory = self.size()
         lines = len(self.log.lines)
         attack = subprocess.Popen([sys.executable, REPOSITORY / "lab" / "hostile.py", str(seconds)],
@@ -100,6 +104,7 @@ class HostileUser(testing.LabTest):
         if not SANITIZED:  # a sanitizer keeps what was given back
             self.assertLess(memory_now, memory + ROOM)
         self.assertLess(len(said), 10 + seconds, "\n".join(said[:20]))
+        self.assertEqual(half.socket.recv(1), b"", "closed after 10 s")
         self.assertEqual(self.lab.control("set", "shelf", "after")[0], 0)
         status, shown = self.lab.control("show")
         self.assertEqual(status, 0)
@@ -108,9 +113,35 @@ class HostileUser(testing.LabTest):
         self.assertEqual(self.lab.stop_management(), 0)
         self.assertLess(time.monotonic() - begin, 3)
 
+    def test_connections_of_all_users(self):
+        """256 in all: the idlest go, and the next caller is served."""
+        listed = netns.run("rpcinfo", "-p", "127.0.0.1")
+        port = int(re.search(rf"{PROGRAM} +1 +tcp +(\d+)", listed)[1])
+        held = []
+        for user in range(1000, 1009):
+            os.seteuid(user)
+            try:
+                for _ in range(32):
+                    held.append(socket.socket())
+                    self.addCleanup(held[-1].close)
+                    held[-1].connect(("127.0.0.1", port))
+            finally:
+                os.seteuid(0)
+
+        def open_ones():
+            kept = 0
+            for one in held:
+                try:
+                    one.recv(1, socket.MSG_DONTWAIT)
+                except BlockingIOError:
+                    kept += 1
+            return kept
+
+        wait_until(lambda: open_ones() == 256, "32 to be closed")
+        self.assertEqual(self.lab.control("show")[0], 0)
+
     def test_who_may_call(self):
         """The group of the socket reads; others do not; only root changes anything."""
-        os.chmod("/run/lab", 0o755)
         tool = str(programs() / "pppoeiactl")
         group = self.lab.user  # the agent's own, as operators are made members of it
         for user_group, words, status, said in (

@@ -7,7 +7,7 @@ import time
 
 from lab import frames, netns, node, testing
 from lab.syslog import Syslog
-from lab.topology import PROGRAM, mac_of, programs, tool
+from lab.topology import PROGRAM, programs, tool
 from lab.traffic import Traffic, padi
 
 CLIENT = programs().parent / "tests" / "rpc" / "procedures_client"
@@ -195,26 +195,6 @@ class ChangedDescription(ManagementTest):
         self.assertEqual(status, 0, said)
         self.change_description(text.replace(second, ""))
         self.assertNotEqual(self.lab.discover("sub2")[0], 0, "a port that has left")
-
-    def test_exchanged_lines_keep_their_own_ids(self):
-        """Each frame has the IDs that its device had or has, and no others."""
-        self.lab.start_engine()
-        exchanged = node.description(ports={"sub1": {"id": 2}, "sub2": {"id": 1}})
-        server = self.lab.wire("bng")
-        traffic = [Traffic(self.lab.wire(peer), peer) for peer in ("sub1", "sub2")]
-        for text in (exchanged, node.description()) * 3:
-            self.change_description(text)
-        for sender in traffic:
-            sender.stop()
-        server.waiting()
-        seen = {}
-        for frame in map(frames.parse, server.recorded()):
-            if frame.code == frames.PADI:
-                marks = [mark.get(frames.REMOTE_ID) for mark in frame.marks]
-                seen.setdefault((frame.source, *marks), 0)
-                seen[frame.source, *marks] += 1
-        print(" ", seen)
-        self.assertEqual(set(seen), {(mac_of("sub1"), b"line-0001"), (mac_of("sub2"), b"line-0002")})
 
     def test_reload_says_what_it_does(self):
         self.lab.start_engine()
