@@ -6,6 +6,7 @@
 #include "tests/support/datagrams.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -54,9 +55,8 @@ inline Bytes request(std::uint16_t id, const std::vector<Bytes> &params) {
 
 struct OperationRow {
     std::uint8_t id;
-    const char *name;
     std::vector<Bytes> params;
-    int (*call)();
+    std::function<int()> call;
     std::string (*look)();                     // reads what the call changes, in any process
     std::string in_engine;                     // what it reads after the call
     std::optional<std::string> in_store = {};  // unless the same

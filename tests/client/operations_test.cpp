@@ -78,8 +78,9 @@ TEST_F(Operations, SendTheirRequestAndRepeatNoRefusal) {
     Recorder recorder(path_);
     pppoeia_cache_init();
     for (const OperationRow &row : operation_rows()) {
-        EXPECT_EQ(row.call(), 1) << row.name;
-        EXPECT_EQ(to_hex(recorder.take()), to_hex(request(row.id, row.params))) << row.name;
+        EXPECT_EQ(row.call(), 1) << "operation " << int{row.id};
+        EXPECT_EQ(to_hex(recorder.take()), to_hex(request(row.id, row.params)))
+            << "operation " << int{row.id};
     }
     EXPECT_TRUE(ia::bridge_list_snapshot().empty());
 }
@@ -87,9 +88,11 @@ TEST_F(Operations, SendTheirRequestAndRepeatNoRefusal) {
 TEST_F(Operations, ChangeTheEngineAndTheStore) {
     EngineProcess engine(path_);
     for (const OperationRow &row : operation_rows()) {
-        EXPECT_EQ(row.call(), 0) << row.name;
-        EXPECT_EQ(engine.look(row.look), row.in_engine) << row.name << " in the engine";
-        EXPECT_EQ(row.look(), row.in_store.value_or(row.in_engine)) << row.name << " in the store";
+        EXPECT_EQ(row.call(), 0) << "operation " << int{row.id};
+        EXPECT_EQ(engine.look(row.look), row.in_engine)
+            << "operation " << int{row.id} << " in the engine";
+        EXPECT_EQ(row.look(), row.in_store.value_or(row.in_engine))
+            << "operation " << int{row.id} << " in the store";
     }
 }
 
