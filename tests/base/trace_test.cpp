@@ -2,13 +2,10 @@
 #include "fe/base/trace.h"
 #include "fe/base/terminal.h"
 #include "tests/support/captured_syslog.h"
+#include "tests/support/terminal.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <syslog.h>
-#include <termios.h>
-#include <unistd.h>
-#include <cstdlib>
 
 using namespace ia::test;
 
@@ -71,24 +68,9 @@ std::ostringstream report(const std::string &text) {
 }
 
 TEST_F(Trace, ReportsReachTheTerminal) {
-    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_GE(terminal, 0);
-    ASSERT_EQ(grantpt(terminal), 0);
-    ASSERT_EQ(unlockpt(terminal), 0);
-    const std::string path = ptsname(terminal);
-    // Held open, so that what is written is there to read.
-    const int held = open(path.c_str(), O_RDWR | O_NOCTTY);
-    termios raw{};
-    ASSERT_EQ(tcgetattr(held, &raw), 0);
-    cfmakeraw(&raw);
-    ASSERT_EQ(tcsetattr(held, TCSANOW, &raw), 0);
-
-    pppoeia_send_stream_to_tty(report("two\nlines\n"), path);
-    char text[64] = "";
-    EXPECT_EQ(read(terminal, text, sizeof text - 1), 10);
-    EXPECT_STREQ(text, "two\nlines\n");
-    close(held);
-    close(terminal);
+    const Terminal terminal;
+    pppoeia_send_stream_to_tty(report("two\nlines\n"), terminal.path());
+    EXPECT_EQ(terminal.written(), "two\nlines\n");
 }
 
 TEST_F(Trace, WhatCannotBeWrittenIsRecorded) {

@@ -17,25 +17,6 @@ protected:
     }
 };
 
-TEST_F(Dump, AnEmptyBridge) {
-    EXPECT_EQ(fe_pppoeia_dump(br, 0, tty()), 0);
-    EXPECT_EQ(written(),
-              " Global data:\n"
-              " ------------\n"
-              " pppoeia_cid_format: ''\n"
-              " pppoeia_rid_format: ''\n"
-              " stag_ethertype_nf: 0x88a8\n"
-              "\n"
-              " port_vlan data:\n"
-              " ---------------\n"
-              "\n"
-              " port data:\n"
-              " ---------------\n"
-              "\n"
-              " vlan data:\n"
-              " ---------------\n");
-}
-
 constexpr const char *global =
     " Global data:\n"
     " ------------\n"

@@ -8,13 +8,7 @@
 #include "tests/client/operation_rows.h"
 #include "tests/client/recorder.h"
 #include "tests/entity/managed_node.h"
-
-#include <fcntl.h>
-#include <poll.h>
-#include <stdlib.h>
-#include <termios.h>
-#include <unistd.h>
-#include <array>
+#include "tests/support/terminal.h"
 
 using namespace ia::test;
 using ia::node::InterfaceType;
@@ -186,24 +180,9 @@ TEST_F(Lifecycle, DiagnosticCommandsAreRouted) {
 
 TEST_F(Lifecycle, ReportsReachTheOperatorsTerminal) {
     start();
-    const int master = posix_openpt(O_RDWR | O_NOCTTY);
-    std::array<char, 64> name{};
-    ASSERT_EQ(grantpt(master), 0);
-    ASSERT_EQ(unlockpt(master), 0);
-    ASSERT_EQ(ptsname_r(master, name.data(), name.size()), 0);
-    const int slave = open(name.data(), O_RDWR | O_NOCTTY);  // keeps its mode
-    termios mode{};
-    tcgetattr(slave, &mode);
-    cfmakeraw(&mode);
-    tcsetattr(slave, TCSANOW, &mode);
-    message("pppoeiaTestSetVlan", "77", name.data());
-    std::array<char, 256> said{};
-    pollfd ready{master, POLLIN, 0};
-    ASSERT_EQ(poll(&ready, 1, 2000), 1);
-    ASSERT_GT(read(master, said.data(), said.size() - 1), 0);
-    EXPECT_STREQ(said.data(), "\nSetting vlan: 77\n\n");
-    close(slave);
-    close(master);
+    const Terminal terminal;
+    message("pppoeiaTestSetVlan", "77", terminal.path());
+    EXPECT_EQ(terminal.written(), "\nSetting vlan: 77\n\n");
 }
 
 TEST_F(Lifecycle, DefaultsAreAppliedToTheBridgeThereIs) {

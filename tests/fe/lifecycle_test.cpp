@@ -90,11 +90,6 @@ TEST_F(Module, FiniReleasesEveryBridge) {
     EXPECT_EQ(traces().back(), "PPPoE IA not initialized.");
 }
 
-TEST_F(Module, ABridgeNeedsAStart) {
-    EXPECT_EQ(fe_pppoeia_bridge_add("br0", 4), -6);
-    EXPECT_EQ(traces().back(), "Not initialized.");
-}
-
 class Bridge : public Module {
 protected:
     void SetUp() override {

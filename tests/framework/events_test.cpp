@@ -1,30 +1,14 @@
 // Notifications and the log.
 #include "platform/bll/Log.h"
 #include "platform/bll/Notification.h"
+#include "tests/support/captured_syslog.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <syslog.h>
 #include <boost/bind/bind.hpp>
-#include <cstdarg>
 
 using testing::ElementsAre;
-
-namespace {
-
-std::vector<std::pair<int, std::string>> recorded;
-
-}  // namespace
-
-// The log's way out, kept here instead of sent to the machine's log.
-extern "C" void syslog(int priority, const char *format, ...) {
-    char text[256];
-    std::va_list args;
-    va_start(args, format);
-    std::vsnprintf(text, sizeof text, format, args);
-    va_end(args);
-    recorded.emplace_back(priority, text);
-}
 
 namespace {
 
@@ -108,10 +92,13 @@ TEST_F(Events, CallbacksMayUnsubscribeAndSubscribe) {
 TEST(Log, RecordsWholeLinesAsWritten) {
     Log &log = singleton<Log>::instance();
     log.setMsgLevel(0).write("pppoeia: Error adding port ").write(4294967295U);
-    EXPECT_TRUE(recorded.empty()) << "the line has not ended";
+    EXPECT_TRUE(ia::test::syslog_records().empty()) << "the line has not ended";
     log.write(" to pppoeia module").write("\n");
     log.setMsgLevel(1).write("result ").write(-19).write(".\n\x1b[2J unfinished");
     log.setMsgLevel(0);
+    std::vector<std::pair<int, std::string>> recorded;
+    for (const auto &[priority, text] : ia::test::syslog_records())
+        recorded.emplace_back(priority, text);
     EXPECT_THAT(
         recorded,
         ElementsAre(std::pair(LOG_ERR, "pppoeia: Error adding port 4294967295 to pppoeia module\n"),

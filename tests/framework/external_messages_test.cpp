@@ -1,6 +1,9 @@
 // Messages over a real socket, good and bad.
 #include "node/framework/external_messages.h"
 
+#include "tests/support/raw_socket.h"
+#include "tests/support/temp_dir.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -20,37 +23,26 @@ using testing::ThrowsMessage;
 
 class Messages : public testing::Test {
 protected:
-    Messages() {
-        char made[] = "/tmp/messages.XXXXXX";
-        directory = mkdtemp(made);
-        path = directory / "socket";
+    void SetUp() override {
+        if (geteuid() != 0) GTEST_SKIP() << "missing: root";
     }
-    ~Messages() override { std::filesystem::remove_all(directory); }
 
     static std::string answer(const ExternalMessage &message) {
         return message.command + "(" + message.argument + ") for " + message.target + "\n";
     }
 
-    std::filesystem::path directory;
-    std::string path;
+    const ia::test::TempDir directory;
+    const std::string path = directory / "socket";
 };
 
 // What comes back for these bytes in one record.
 std::string reply_to(const std::string &path, const std::string &record) {
-    const Descriptor connection(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-    sockaddr_un address{AF_UNIX, ""};
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    if (connect(connection.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) !=
-        0)
-        return "not connected";
-    send(connection.get(), record.data(), record.size(), MSG_NOSIGNAL);
-    char reply[4096];
-    const ssize_t size = recv(connection.get(), reply, sizeof reply, 0);
-    return size < 0 ? "no reply" : std::string(reply, static_cast<std::size_t>(size));
+    const ia::test::Bytes reply =
+        ia::test::RawSocket(path).exchange({record.begin(), record.end()});
+    return {reply.begin(), reply.end()};
 }
 
 TEST_F(Messages, AreDeliveredAndAnswered) {
-    if (geteuid() != 0) GTEST_SKIP() << "missing: root";
     const ExternalMessages receiver(path, answer);
     EXPECT_EQ(send_external_message(path, {"pppoeiaDump", "", "/dev/pts/3"}),
               "ok\npppoeiaDump() for /dev/pts/3\n");
@@ -59,7 +51,6 @@ TEST_F(Messages, AreDeliveredAndAnswered) {
 }
 
 TEST_F(Messages, BadRecordsAreRefused) {
-    if (geteuid() != 0) GTEST_SKIP() << "missing: root";
     const ExternalMessages receiver(path, answer);
     const struct {
         const char *name;
@@ -82,12 +73,11 @@ TEST_F(Messages, BadRecordsAreRefused) {
 
 // Even when the file's mode would let others in.
 TEST_F(Messages, OnlyRootIsHeard) {
-    if (geteuid() != 0) GTEST_SKIP() << "missing: root";
     const ExternalMessages receiver(path, answer);
     struct stat file {};
     stat(path.c_str(), &file);
     EXPECT_EQ(file.st_mode & 0777, 0600U);
-    chmod(directory.c_str(), 0755);
+    chmod((directory / "").c_str(), 0755);
     chmod(path.c_str(), 0666);
     const pid_t child = fork();
     if (child == 0) {
@@ -108,8 +98,7 @@ TEST_F(Messages, SocketLeftBehindIsReplacedButNotOneInUse) {
     EXPECT_FALSE(std::filesystem::exists(path));
 
     const Descriptor abandoned(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-    sockaddr_un address{AF_UNIX, ""};
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const sockaddr_un address = ia::test::unix_address(path);
     ASSERT_EQ(bind(abandoned.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address),
               0);
     EXPECT_NO_THROW(ExternalMessages(path, answer));

@@ -10,19 +10,6 @@ using namespace ia::test;
 
 namespace {
 
-TEST(TestData, StartsWithItsInitialValues) {
-    const customFormatTestData_t data;
-    EXPECT_EQ(data.vlan, 100);
-    EXPECT_EQ(data.cvid, 3999);
-    EXPECT_EQ(data.intfId, 10U);
-    EXPECT_EQ(data.onu, 1U);
-    EXPECT_EQ(data.vgem, 200U);
-    EXPECT_EQ(data.tcontType, 4U);
-    EXPECT_EQ(hex_dump({data.clntMac.bytes, data.clntMac.bytes + 6}), "11 22 33 44 55 66");
-    EXPECT_EQ(data.customCidStr + data.customRidStr, "");
-    EXPECT_FALSE(ia::test_debug);
-}
-
 // Run under the thread sanitizer this also shows that nothing races.
 TEST(TestData, IsReadWholeWhileItIsWritten) {
     std::atomic<bool> done{false};

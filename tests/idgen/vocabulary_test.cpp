@@ -24,18 +24,6 @@ TEST(Vocabulary, MacrosTakeOptionsByTheirValue) {
     EXPECT_EQ(all_that(macroIsSupportedForUserString), (std::set<std::uint32_t>{26}));
 }
 
-TEST(Vocabulary, NamesAreInTheirOrder) {
-    const char *names[] = {"SHELF",   "CHASSIS",   "PANEL",       "INTF_TYPE",  "AGENT_BOARD",
-                           "BOARD",   "PORT",      "PORT_REM_ID", "INTF",       "INTF_DSCR",
-                           "ONU",     "VGEM",      "TCONT",       "PVC_INTF",   "VPI",
-                           "VCI",     "CLNT_MAC",  "AGENT_MAC",   "AGENT_IPV4", "AGENT_IPV6",
-                           "VLAN",    "VLAN_NAME", "CVID",        "SYSNAME",    "LOCATION",
-                           "CONTACT", "HEX",       "CPE_SERIAL",  "CPE_MAC",    "N/A"};
-    for (std::uint32_t type = 0; type < std::size(names); ++type)
-        EXPECT_EQ(macroFormatTypeToString(customIdFormat{type}), names[type]);
-    EXPECT_EQ(macroFormatTypeToString(customIdFormat{0xFFFFFFFF}), "N/A");
-}
-
 struct flags_row {
     const char *name;
     customIdFormat macro;
@@ -51,28 +39,19 @@ constexpr char NO_COUNT[] = "<PPPOEIA> >> ERROR: macroStringNumOfChars set, but 
 constexpr char NO_HEX[] = "<PPPOEIA> >> ERROR: macro not supported for HEX format";
 
 const flags_row flags_rows[] = {
-    {"nothing", MACRO_PORT, 0, 0, ""},
     {"both paddings", MACRO_PORT, 0x0C, 5, BOTH},
-    {"both paddings of an IP address", MACRO_AGENT_IPV4, 0x0C, 0, BOTH},
     {"both paddings before everything else", MACRO_SHELF, 0x0F, 0, BOTH},
     {"zeroes with a count", MACRO_PORT, 0x06, 1, ""},
     {"zeroes with an earlier macro's count", MACRO_PORT, 0x04, 5, ""},
     {"zeroes without a count", MACRO_PORT, 0x04, 0, NO_WIDTH},
-    {"spaces without a count", MACRO_INTF, 0x08, 0, NO_WIDTH},
     {"spaces and count 0", MACRO_PORT, 0x0A, 0, NO_WIDTH},
     {"zeroes without a count of a MAC", MACRO_CLNT_MAC, 0x04, 0, NO_WIDTH},
     {"zeroes without a count, IPv4", MACRO_AGENT_IPV4, 0x04, 0, ""},
-    {"zeroes without a count, IPv6", MACRO_AGENT_IPV6, 0x04, 0, ""},
     {"spaces without a count, IPv6", MACRO_AGENT_IPV6, 0x08, 0, ""},
     {"zeroes and count 0, IPv4", MACRO_AGENT_IPV4, 0x06, 0, NO_COUNT},
     {"count 0", MACRO_PORT, 0x02, 0, NO_COUNT},
-    {"count 0 before hex", MACRO_SHELF, 0x03, 0, NO_COUNT},
-    {"hex and count 0", MACRO_PORT, 0x03, 0, NO_COUNT},
-    {"any count", MACRO_PORT, 0x02, 0xFFFFFFFF, ""},
-    {"hex of a number", MACRO_TCONT, 0x01, 0, ""},
     {"hex of a text", MACRO_VLAN_NAME, 0x01, 0, NO_HEX},
     {"hex of HEX", MACRO_HEX, 0x01, 0, NO_HEX},
-    {"hex of no macro", customIdFormat{29}, 0x01, 0, NO_HEX},
     {"delimiter is not looked at", MACRO_SHELF, 0x10, 0, ""},
 };
 

@@ -134,20 +134,8 @@ TEST(RpcWireTypes, ArgumentsOfSeveralValues) {
     EXPECT_EQ(
         encode(xdr_rpc_pppoeia_set_interface_state_1_argument, {7, RPC_PPPOEIA_INTERFACE_SERVER}),
         hex("00000007 00000002"));
-    EXPECT_EQ(
-        encode(xdr_rpc_pppoeia_set_interface_mode_1_argument, {7, RPC_PPPOEIA_INTERFACE_UNTRUSTED}),
-        hex("00000007 00000001"));
     EXPECT_EQ(encode(xdr_rpc_pppoeia_set_remoteid_1_argument, {7, west}),
               hex("00000007 00000006 77657374 20370000"));
-    EXPECT_EQ(
-        encode(xdr_rpc_pppoeia_set_interface_circuit_id_mode_1_argument, {7, RPC_PPPOEIA_CID_ATM}),
-        hex("00000007 00000001"));
-    EXPECT_EQ(encode(xdr_rpc_pppoeia_port_vlan_info_get_1_argument, {7, 100}),
-              hex("00000007 00000064"));
-    EXPECT_EQ(encode(xdr_rpc_pppoeia_get_circuit_id_gen_1_argument, {7, 100}),
-              hex("00000007 00000064"));
-    EXPECT_EQ(encode(xdr_rpc_pppoeia_get_remote_id_gen_1_argument, {7, 100}),
-              hex("00000007 00000064"));
     EXPECT_EQ(encode(xdr_rpc_pppoeia_set_intf_vlan_circuit_id_mode_1_argument,
                      {7, 100, RPC_PPPOEIA_CID_CUSTOM}),
               hex("00000007 00000064 00000002"));

@@ -76,13 +76,10 @@ TEST_F(Defaults, NeedABridge) {
 }
 
 TEST_F(Defaults, KindsOneAndFiveFaceTheNetwork) {
-    const std::pair<std::uint32_t, bool> kinds[] = {{0, false}, {1, true},  {3, false},
-                                                    {4, false}, {5, true},  {9, false},
-                                                    {6, false}, {7, false}, {8, false}};
-    for (const auto &[kind, faces_network] : kinds) {
+    for (std::uint32_t kind = 0; kind < 10; ++kind) {
         pppoeia_port p;
         p.intf_kind = kind;
-        EXPECT_EQ(p.faces_network(), faces_network) << kind;
+        EXPECT_EQ(p.faces_network(), kind == 1 || kind == 5) << kind;
     }
 }
 

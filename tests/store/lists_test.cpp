@@ -50,46 +50,6 @@ TEST_F(Lists, ARemovedEntryEndsTheWalk) {
     EXPECT_EQ(cache_pppoeia_port_vlan_del(bridge, port, 1), 0);  // not an error
 }
 
-TEST_F(Lists, TheLastSettingClearedRemovesTheEntry) {
-    constexpr std::uint32_t unset = 0xFFFFFFFF;
-    // the mode
-    ASSERT_EQ(cache_pppoeia_circuit_id_mode_port_vlan_set(bridge, port, 100, unset), 0);
-    EXPECT_TRUE(walk().empty());
-    ASSERT_EQ(cache_pppoeia_circuit_id_mode_port_vlan_set(bridge, port, 100, 2), 0);
-    EXPECT_EQ(walk().size(), 1U);
-    ASSERT_EQ(cache_pppoeia_circuit_id_mode_port_vlan_set(bridge, port, 100, unset), 0);
-    EXPECT_TRUE(walk().empty());
-    // a format
-    ASSERT_EQ(cache_pppoeia_remote_id_format_port_vlan_set(bridge, port, 100, ""), 0);
-    EXPECT_TRUE(walk().empty());
-    ASSERT_EQ(cache_pppoeia_remote_id_format_port_vlan_set(bridge, port, 100, "r"), 0);
-    ASSERT_EQ(cache_pppoeia_remote_id_format_port_vlan_set(bridge, port, 100, ""), 0);
-    EXPECT_TRUE(walk().empty());
-    // a mode that is unset beside a format becomes the default and stays
-    ASSERT_EQ(cache_pppoeia_circuit_id_format_port_vlan_set(bridge, port, 100, "c"), 0);
-    ASSERT_EQ(cache_pppoeia_circuit_id_mode_port_vlan_set(bridge, port, 100, unset), 0);
-    EXPECT_EQ(number(cache_pppoeia_circuit_id_mode_port_vlan_get, port, std::uint16_t{100}), 0U);
-    ASSERT_EQ(cache_pppoeia_circuit_id_format_port_vlan_set(bridge, port, 100, ""), 0);
-    EXPECT_EQ(walk().size(), 1U);
-}
-
-TEST_F(Lists, DefSetChangesOnlyWhatIsThere) {
-    EXPECT_EQ(cache_pppoeia_circuit_id_mode_port_vlan_def_set(bridge, port, 100), -2);
-    EXPECT_EQ(cache_pppoeia_circuit_id_format_port_vlan_def_set(bridge, port, 100), -2);
-    EXPECT_EQ(cache_pppoeia_remote_id_format_port_vlan_def_set(bridge, port, 100), -2);
-    cache_pppoeia_circuit_id_format_port_vlan_set(bridge, port, 100, "c");
-    cache_pppoeia_remote_id_format_port_vlan_set(bridge, port, 100, "r");
-    EXPECT_EQ(cache_pppoeia_circuit_id_format_port_vlan_def_set(bridge, port, 100), 0);
-    EXPECT_EQ(cache_pppoeia_remote_id_format_port_vlan_def_set(bridge, port, 100), 0);
-    EXPECT_EQ(walk().size(), 1U);  // bare now, and kept
-    EXPECT_EQ(cache_pppoeia_circuit_id_mode_port_vlan_def_set(bridge, port, 100), 0);
-    pppoeia_port_vlan_info info;
-    ASSERT_EQ(cache_pppoeia_port_vlan_info_get(bridge, port, 100, &info), 0);
-    EXPECT_EQ(info.cid_mode, 0U);
-    EXPECT_STREQ(info.cid_format, "");
-    EXPECT_STREQ(info.rid_format, "");
-}
-
 TEST_F(Lists, ClearingAllSkipsDeletedPorts) {
     cache_pppoeia_port_vlan_add(bridge, 1, 5);
     cache_pppoeia_port_vlan_add(bridge, 3, 5);
@@ -138,7 +98,7 @@ void step(Model &model, std::mt19937 &random) {
         if (there && entry->second.bare()) model.erase(vid);
         return 0;
     };
-    switch (random() % 8) {
+    switch (random() % 9) {
         case 0:
             model[vid];
             ASSERT_EQ(cache_pppoeia_port_vlan_add(bridge, port, vid), 0);
@@ -174,6 +134,11 @@ void step(Model &model, std::mt19937 &random) {
         case 6:
             if (there) entry->second.mode = 0;
             ASSERT_EQ(cache_pppoeia_circuit_id_mode_port_vlan_def_set(bridge, port, vid),
+                      there ? 0 : -2);
+            break;
+        case 7:
+            if (there) entry->second.cid = "";
+            ASSERT_EQ(cache_pppoeia_circuit_id_format_port_vlan_def_set(bridge, port, vid),
                       there ? 0 : -2);
             break;
         default:

@@ -65,20 +65,6 @@ TEST_F(Settings, NumbersStartAtTheirDefaults) {
     EXPECT_EQ(ia::LockedBridge(bridge)->board_pos, 3U);
 }
 
-TEST_F(Settings, EachNumberHasItsOwnField) {
-    ASSERT_EQ(cache_pppoeia_bridge_chassis_id_set(bridge, 11), 0);
-    ASSERT_EQ(cache_pppoeia_bridge_vsa_mode_set(bridge, 12), 0);
-    ASSERT_EQ(cache_pppoeia_bridge_vsa_insert_circuit_id_set(bridge, 13), 0);
-    ASSERT_EQ(cache_pppoeia_bridge_vsa_insert_remote_id_set(bridge, 14), 0);
-    ASSERT_EQ(cache_pppoeia_bridge_vsa_circuit_id_cvlan_set(bridge, 15), 0);
-    const ia::LockedBridge b(bridge);
-    EXPECT_EQ(b->chassis_id, 11U);
-    EXPECT_EQ(b->vsa_mode, 12U);
-    EXPECT_EQ(b->vsa_insert_circuit_id, 13U);
-    EXPECT_EQ(b->vsa_insert_remote_id, 14U);
-    EXPECT_EQ(b->vsa_circuit_id_cvlan, 15U);
-}
-
 TEST_F(Settings, AnyStateButZeroEnables) {
     ASSERT_EQ(cache_pppoeia_bridge_state_set(bridge, 5), 0);
     EXPECT_EQ(number(cache_pppoeia_bridge_state_get), 1U);
