@@ -9,6 +9,7 @@
 #include "rpc/service.h"
 #include "tests/client/engine_process.h"
 #include "tests/rpc/private_node.h"
+#include "tests/support/interface.h"
 #include "tests/support/temp_dir.h"
 
 #include <syslog.h>
@@ -70,14 +71,9 @@ ia::node::Description describe() {
     std::uint32_t id = 0;
     for (const InterfaceType type : {InterfaceType::access, InterfaceType::eth, InterfaceType::olt,
                                      InterfaceType::onu, InterfaceType::gem}) {
-        ia::node::Interface made;
-        made.id = ++id;
-        made.name = "1/" + std::to_string(id);
-        made.type = type;
-        made.device = "dev" + std::to_string(id);
-        made.bridge = "br0";
-        made.parent = type == InterfaceType::onu || type == InterfaceType::gem ? id - 1 : 0;
-        node.interfaces.push_back(made);
+        ++id;
+        const bool below = type == InterfaceType::onu || type == InterfaceType::gem;
+        node.interfaces.push_back(ia::test::interface(id, type, below ? id - 1 : 0));
     }
     return node;
 }

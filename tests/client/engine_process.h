@@ -1,6 +1,10 @@
 // The engine in a process of its own, on the scripted node, served at a path.
 #pragma once
 
+#include "client/request.h"
+#include "tests/support/temp_dir.h"
+
+#include <gtest/gtest.h>
 #include <sys/types.h>
 #include <string>
 
@@ -27,6 +31,15 @@ public:
 private:
     pid_t pid_ = 0;
     int control_ = -1;
+};
+
+// The client's engine is at a path of the test's own.
+class EngineAt : public testing::Test {
+protected:
+    EngineAt() { engine_path = path_.c_str(); }
+
+    const TempDir dir_;
+    const std::string path_ = dir_ / "main";
 };
 
 }  // namespace ia::test

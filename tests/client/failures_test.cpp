@@ -4,7 +4,6 @@
 #include "pppoeia/pppoeia.h"
 #include "store/bridge_list.h"
 #include "tests/client/engine_process.h"
-#include "tests/support/temp_dir.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -32,10 +31,8 @@ std::string vendor() {
     return text;
 }
 
-class Failures : public testing::Test {
+class Failures : public EngineAt {
 protected:
-    Failures() { ia::engine_path = path_.c_str(); }
-
     // A bridge with an Ethernet port in both processes.
     static void provision() {
         const pppoeia_port_info info = port_kind("eth");
@@ -51,9 +48,6 @@ protected:
         ASSERT_EQ(pppoeia_cache_on_bridge_add(br, 8), 0);
         ASSERT_EQ(cache_pppoeia_bridge_vendor_set(br, "ACME"), 0);
     }
-
-    TempDir dir_;
-    const std::string path_ = dir_ / "main";
 };
 
 // --- an engine that does not answer ---------------------------------------------------

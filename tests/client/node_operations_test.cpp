@@ -4,10 +4,9 @@
 #include "client/wire.h"
 #include "pppoeia/node.h"
 #include "tests/client/engine_process.h"
+#include "tests/client/operation_rows.h"
 #include "tests/client/recorder.h"
-#include "tests/support/datagrams.h"
 #include "tests/support/scripted_node.h"
-#include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -16,90 +15,68 @@ using namespace ia::test;
 
 namespace {
 
-class NodeOperations : public testing::Test {
-protected:
-    NodeOperations() { ia::engine_path = path_.c_str(); }
+using NodeOperations = EngineAt;
 
-    TempDir dir_;
-    const std::string path_ = dir_ / "main";
+const pppoeia_mac mac = {{0x02, 0x00, 0x5E, 0x10, 0x00, 0x01}};
+const Bytes mac_bytes = block(6, "02005e100001");
+
+struct NodeRow {
+    std::uint16_t id;
+    int (*call)();
+    std::vector<Bytes> params;
 };
 
-TEST_F(NodeOperations, TheirRequests) {
-    Recorder recorder(path_);
-    EXPECT_EQ(ia::hold_frames("br0", 0), 1);
-    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0200 e8030000"
-                                                  "0000 0000 04000000 'br0' 00"
-                                                  "0400 0000 04000000 00000000")));
-    EXPECT_EQ(ia::release_frames("br0", 300), 1);
-    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0200 e9030000"
-                                                  "0000 0000 04000000 'br0' 00"
-                                                  "0400 0000 04000000 2c010000")));
-}
+const NodeRow node_rows[] = {
+    {1000, [] { return ia::hold_frames(br, 0); }, {text(br), u32(0)}},
+    {1001, [] { return ia::release_frames(br, 300); }, {text(br), u32(300)}},
+    {1003,
+     [] { return ia::bind_port(br, 300, "gem300", ia::side_network); },
+     {text(br), u32(300), text("gem300"), u32(1)}},
+    {1004, [] { return ia::unbind_port(br, 300); }, {text(br), u32(300)}},
+    {1005,
+     [] { return ia::describe_bridge(br, "lan", 0x88A8, 1500); },
+     {text(br), text("lan"), u16(0x88A8), u32(1500)}},
+    {1010,
+     [] {
+         ia::macro_value_block value{};
+         return ia::macro_value(br, 6, 1, 100, 0x0FFF, &mac, &value);
+     },
+     {text(br), u32(6), u32(1), u16(100), u16(0x0FFF), mac_bytes, hex("8000 0100 00000000")}},
+    {1013,
+     [] {
+         ia::line_ids_block ids{};
+         return ia::line_ids(br, 1, 100, 5, &mac, &ids);
+     },
+     {text(br), u32(1), u16(100), u16(5), mac_bytes, hex("1001 0100 00000000")}},
+    {1014,
+     [] {
+         ia::port_frames_block frames{};
+         return ia::port_frames(br, 300, &frames);
+     },
+     {text(br), u32(300), hex("b001 0100 00000000")}},
+    {1011,
+     [] {
+         std::uint64_t next = 0;
+         return ia::watch_frames(&next);
+     },
+     {hex("0800 0100 00000000")}},
+    {1012,
+     [] {
+         ia::watched_frame frame{};
+         return ia::watched_frame_get(0x123456789A, &frame);
+     },
+     {hex("0800 0000 08000000 9a78563412000000"), hex("800c 0100 00000000")}},
+};
 
-TEST_F(NodeOperations, RequestsOfBridgesAndPorts) {
+TEST_F(NodeOperations, SendTheirRequest) {
     Recorder recorder(path_);
-    EXPECT_EQ(ia::bind_port("br0", 300, "gem300", ia::side_network), 1);
-    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0400 eb030000"
-                                                  "0000 0000 04000000 'br0' 00"
-                                                  "0400 0000 04000000 2c010000"
-                                                  "0000 0000 07000000 'gem300' 00"
-                                                  "0400 0000 04000000 01000000")));
-    EXPECT_EQ(ia::unbind_port("br0", 300), 1);
-    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0200 ec030000"
-                                                  "0000 0000 04000000 'br0' 00"
-                                                  "0400 0000 04000000 2c010000")));
-    EXPECT_EQ(ia::describe_bridge("br0", "lan", 0x88A8, 1500), 1);
-    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0400 ed030000"
-                                                  "0000 0000 04000000 'br0' 00"
-                                                  "0000 0000 04000000 'lan' 00"
-                                                  "0200 0000 02000000 a888"
-                                                  "0400 0000 04000000 dc050000")));
-}
-
-TEST_F(NodeOperations, RequestsOfThoseWhoWatch) {
-    Recorder recorder(path_);
-    const pppoeia_mac client = {{0x02, 0x00, 0x5E, 0x10, 0x00, 0x01}};
-    ia::macro_value_block value{};
-    EXPECT_NE(ia::macro_value("br0", 6, 1, 100, 0x0FFF, &client, &value), 0);
-    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0700 f2030000"
-                                                  "0000 0000 04000000 'br0' 00"
-                                                  "0400 0000 04000000 06000000"
-                                                  "0400 0000 04000000 01000000"
-                                                  "0200 0000 02000000 6400"
-                                                  "0200 0000 02000000 ff0f"
-                                                  "0600 0000 06000000 02005e100001"
-                                                  "8000 0100 00000000")));
-    ia::line_ids_block ids{};
-    EXPECT_NE(ia::line_ids("br0", 1, 100, 5, &client, &ids), 0);
-    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0600 f5030000"
-                                                  "0000 0000 04000000 'br0' 00"
-                                                  "0400 0000 04000000 01000000"
-                                                  "0200 0000 02000000 6400"
-                                                  "0200 0000 02000000 0500"
-                                                  "0600 0000 06000000 02005e100001"
-                                                  "1001 0100 00000000")));
-    std::uint64_t next = 0;
-    EXPECT_NE(ia::watch_frames(&next), 0);
-    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0100 f3030000"
-                                                  "0800 0100 00000000")));
-    ia::watched_frame frame{};
-    EXPECT_NE(ia::watched_frame_get(0x123456789A, &frame), 0);
-    EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0200 f4030000"
-                                                  "0800 0000 08000000 9a78563412000000"
-                                                  "800c 0100 00000000")));
-}
-
-TEST_F(NodeOperations, FramesOfAPort) {
-    ia::port_frames_block frames{};
-    {
-        Recorder recorder(path_);
-        EXPECT_NE(ia::port_frames("br0", 300, &frames), 0);
-        EXPECT_EQ(to_hex(recorder.take()), to_hex(hex("0101 0300 f6030000"
-                                                      "0000 0000 04000000 'br0' 00"
-                                                      "0400 0000 04000000 2c010000"
-                                                      "b001 0100 00000000")));
+    for (const NodeRow &row : node_rows) {
+        EXPECT_EQ(row.call(), 1) << row.id;
+        EXPECT_EQ(to_hex(recorder.take()), to_hex(request(row.id, row.params))) << row.id;
     }
-    // What crosses between the processes is the same number on both sides.
+}
+
+TEST(PortFrames, AreTheSameNumbersOnBothSides) {
     ia::port_frames_block sent{};
     sent.outcomes[0] = 0x0807060504030201;
     sent.outcomes[47] = 47;

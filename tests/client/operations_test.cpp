@@ -6,7 +6,6 @@
 #include "tests/client/engine_process.h"
 #include "tests/client/operation_rows.h"
 #include "tests/client/recorder.h"
-#include "tests/support/temp_dir.h"
 
 #include <gtest/gtest.h>
 #include <algorithm>
@@ -17,13 +16,7 @@ using namespace ia::test;
 
 namespace {
 
-class Operations : public testing::Test {
-protected:
-    Operations() { ia::engine_path = path_.c_str(); }
-
-    TempDir dir_;
-    const std::string path_ = dir_ / "main";
-};
+using Operations = EngineAt;
 
 TEST_F(Operations, AllAreHere) {
     std::set<int> expected;

@@ -13,6 +13,7 @@
 #include "tests/client/engine_process.h"
 #include "tests/rpc/private_node.h"
 #include "tests/support/captured_syslog.h"
+#include "tests/support/interface.h"
 #include "tests/support/temp_dir.h"
 
 #include <gmock/gmock.h>
@@ -26,18 +27,6 @@
 namespace ia::test {
 
 using Lines = std::vector<std::string>;
-
-inline node::Interface interface(std::uint32_t id, node::InterfaceType type,
-                                 std::uint32_t parent = 0) {
-    node::Interface made;
-    made.id = id;
-    made.name = "1/" + std::to_string(id);
-    made.type = type;
-    made.device = "dev" + std::to_string(id);
-    made.bridge = "br0";
-    made.parent = parent;
-    return made;
-}
 
 template <class... Words>
 std::string spaced(const Words &...words) {

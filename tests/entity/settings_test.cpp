@@ -1,5 +1,7 @@
 // The typed operations that do more than one call, or turn values.
+#include "platform/bll/configFile.h"
 #include "platform/bll/servprofile.h"
+#include "rpc/metrics.h"
 #include "tests/entity/managed_node.h"
 
 using namespace ia::test;
@@ -161,32 +163,29 @@ TEST_F(Settings, AllOfOneInterface) {
     EXPECT_EQ(entity.getInterfaceInfo(77, info), 1);
 }
 
+template <auto Field>
+std::string stored() {
+    return spaced(ia::LockedBridge("br0").operator->()->*Field);
+}
+
 // Each setter beside the engine's own record, so that none lands in another's.
 TEST_F(Settings, LandWhereTheyBelong) {
+    using B = pppoeia_bridge;
     const struct {
         const char *name;
         int result;
         EngineProcess::Look look;
         const char *stored;
     } rows[] = {
-        {"state", entity.setState(false), [] { return spaced(ia::LockedBridge("br0")->disabled); },
-         "1"},
-        {"shelf", entity.setShelfId("S5"), [] { return spaced(ia::LockedBridge("br0")->shelf_id); },
-         "S5"},
-        {"chassis", entity.setChassisId(-1),
-         [] { return spaced(ia::LockedBridge("br0")->chassis_id); }, "4294967295"},
-        {"VSA mode", entity.setVsaMode(pppoeia::vsaMode_t(0)),
-         [] { return spaced(ia::LockedBridge("br0")->vsa_mode); }, "0"},
-        {"Circuit ID", entity.setVsaCircuitIdState(false),
-         [] { return spaced(ia::LockedBridge("br0")->vsa_insert_circuit_id); }, "0"},
-        {"C-VLAN", entity.setVsaCircuitIdCVlanState(true),
-         [] { return spaced(ia::LockedBridge("br0")->vsa_circuit_id_cvlan); }, "1"},
-        {"Remote ID stays", 0, [] { return spaced(ia::LockedBridge("br0")->vsa_insert_remote_id); },
-         "1"},
-        {"Circuit-ID format", entity.setVsaCircuitIdFormat("c"),
-         [] { return spaced(ia::LockedBridge("br0")->cid_format); }, "c"},
-        {"Remote-ID format", entity.setVsaRemoteIdFormat("r"),
-         [] { return spaced(ia::LockedBridge("br0")->rid_format); }, "r"},
+        {"state", entity.setState(false), stored<&B::disabled>, "1"},
+        {"shelf", entity.setShelfId("S5"), stored<&B::shelf_id>, "S5"},
+        {"chassis", entity.setChassisId(-1), stored<&B::chassis_id>, "4294967295"},
+        {"VSA mode", entity.setVsaMode(pppoeia::vsaMode_t(0)), stored<&B::vsa_mode>, "0"},
+        {"Circuit ID", entity.setVsaCircuitIdState(false), stored<&B::vsa_insert_circuit_id>, "0"},
+        {"C-VLAN", entity.setVsaCircuitIdCVlanState(true), stored<&B::vsa_circuit_id_cvlan>, "1"},
+        {"Remote ID stays", 0, stored<&B::vsa_insert_remote_id>, "1"},
+        {"Circuit-ID format", entity.setVsaCircuitIdFormat("c"), stored<&B::cid_format>, "c"},
+        {"Remote-ID format", entity.setVsaRemoteIdFormat("r"), stored<&B::rid_format>, "r"},
         {"VLANs", entity.setVlanStateAll(true),
          [] { return spaced(ia::LockedBridge("br0")->vlan_enabled.test(3000)); }, "1"},
     };
@@ -194,6 +193,16 @@ TEST_F(Settings, LandWhereTheyBelong) {
         EXPECT_EQ(row.result, 0) << row.name;
         EXPECT_EQ(engine->look(row.look), row.stored) << row.name;
     }
+}
+
+TEST_F(Settings, ALabelOfTheMetricsIsOneWhateverItsText) {
+    const auto found = [](std::vector<configFile::finding_t> &findings) {
+        findings = {{configFile::finding_t::warning, "code", "port \"1\\\n\"", "", ""}};
+        return 0;
+    };
+    configFile::instance().health = found;
+    EXPECT_NE(ia::metrics_text().find(R"(subject="port \"1\\\n\""} 1)"), std::string::npos);
+    configFile::instance().health.clear();
 }
 
 TEST_F(Settings, DefaultsOfTheNode) {

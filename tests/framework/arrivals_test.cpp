@@ -1,6 +1,7 @@
 // What is held before it is announced, and what is told to have arrived.
 #include "node/framework/changes.h"
 #include "tests/framework/recorder.h"
+#include "tests/support/interface.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -33,12 +34,7 @@ Follower &follower() {
 }
 
 Interface port(std::uint32_t id) {
-    Interface made;
-    made.id = id;
-    made.name = "p" + std::to_string(id);
-    made.type = InterfaceType::access;
-    made.device = made.name;
-    made.bridge = "br0";
+    Interface made = ia::test::interface(id, InterfaceType::access);
     made.settings.role = 1;
     return made;
 }
@@ -58,25 +54,25 @@ TEST(Arrivals, HeldFirstAndToldLast) {
     // Its bridge holds for a port that comes with it.
     EXPECT_THAT(announce(node),
                 ElementsAre("hold br0 0", "+bridge br0 256", "[agent] enabled = true",
-                            "+vlan br0 7", "[[vlan]] id = 7 enabled = true", "+port br0 1 p1",
+                            "+vlan br0 7", "[[vlan]] id = 7 enabled = true", "+port br0 1 1/1",
                             "[[port]] id = 1 role = \"client\"", "arrived br0",
                             "arrived br0 vlan 7", "arrived br0 port 1", "all"));
     node.interfaces.push_back(port(2));
     EXPECT_THAT(announce(node),
-                ElementsAre("hold br0 2", "+port br0 2 p2", "[[port]] id = 2 role = \"client\"",
+                ElementsAre("hold br0 2", "+port br0 2 1/2", "[[port]] id = 2 role = \"client\"",
                             "arrived br0 port 2", "all"));
     // A changed setting is no arrival, and a port that goes none either.
     node.interfaces[0].settings.role = 3;
     node.interfaces.pop_back();
     EXPECT_THAT(announce(node),
-                ElementsAre("-port br0 2 p2", "[[port]] id = 1 role = \"both\"", "all"));
+                ElementsAre("-port br0 2 1/2", "[[port]] id = 1 role = \"both\"", "all"));
     // Frames that cannot be held would pass unmarked: the port waits outside.
     node.interfaces.push_back(port(2));
     follower().can_hold = false;
     EXPECT_THAT(announce(node), ElementsAre("hold br0 2", "all"));
     follower().can_hold = true;
     EXPECT_THAT(announce(node),
-                ElementsAre("hold br0 2", "+port br0 2 p2", "[[port]] id = 2 role = \"client\"",
+                ElementsAre("hold br0 2", "+port br0 2 1/2", "[[port]] id = 2 role = \"client\"",
                             "arrived br0 port 2", "all"));
 }
 

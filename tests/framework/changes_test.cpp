@@ -1,6 +1,7 @@
 // What each change of the node's description is announced as.
 #include "node/framework/changes.h"
 #include "tests/framework/recorder.h"
+#include "tests/support/interface.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,13 +19,8 @@ ia::test::Recorder &recorder() {
 }
 
 Interface interface(std::uint32_t id, const char *name, InterfaceType type, std::uint32_t parent) {
-    Interface made;
-    made.id = id;
+    Interface made = ia::test::interface(id, type, parent);
     made.name = name;
-    made.type = type;
-    made.device = "dev" + std::to_string(id);
-    made.bridge = "br0";
-    made.parent = parent;
     return made;
 }
 

@@ -56,8 +56,6 @@ const selection_row circuit_ids[] = {
      [](B &b) { b.shelf_id[0] = '\0'; }},
     {"default, customer VLAN", "KORVALEN:R2-S4 eth 3/2/1:100:5", DSL, 100,
      [](B &b) { b.vsa_circuit_id_cvlan = 1; }},
-    {"default, no customer VLAN", "KORVALEN:R2-S4 eth 3/2/1:100", DSL, 100,
-     [](B &b) { b.vsa_circuit_id_cvlan = 1, receive_frame(b, 100, 0x0FFF); }},
     {"default, customer VLAN 4095 with priority", "KORVALEN:R2-S4 eth 3/2/1:100:4095", DSL, 100,
      [](B &b) { b.vsa_circuit_id_cvlan = 1, receive_frame(b, 100, 0x2FFF); }},
     {"default, not a member", "KORVALEN:R2-S4 eth 3/2/1", DSL, 100,
@@ -74,9 +72,6 @@ const selection_row circuit_ids[] = {
      [](B &b) { b.vsa_circuit_id_cvlan = 1, b.frame.reset(); }},
     {"default of 63 characters", "KORVALEN:SSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSS eth 3/2/1:<vid>",
      DSL, NONE, [](B &b) { put(b.shelf_id, std::string(38, 'S')); }},
-    {"default of 64 characters is cut",
-     "KORVALEN:SSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSS eth 3/2/1:<vid", DSL, NONE,
-     [](B &b) { put(b.shelf_id, std::string(39, 'S')); }},
     {"default of the longest fields is cut",
      "VVVVVVVVVVVVVVVVVVV:SSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSSS eth", DSL, NONE,
      [](B &b) {
@@ -110,13 +105,8 @@ const selection_row circuit_ids[] = {
          put(dsl(b).port_vlans[100].cid_format, "own $INTF");
      },
      "<br0> >> Using custom CID format from intf-VLAN='own $INTF'\n"},
-    {"custom, empty at the port and VLAN", "bridge", DSL, 100,
-     [](B &b) { dsl(b).port_vlans[100].cid_mode = 2, put(b.cid_format, "bridge"); },
-     "br_circuit_id_format_get(br0)"},
     {"custom without a format", "", DSL, 100, [](B &b) { dsl(b).vsa_circuit_id_mode = 2; },
      "<br0> >> No custom CID format configured for intf=2, vid=100. Return empty CID\n"},
-    {"custom without a VLAN", "<>", DSL, NONE, [](B &b) { custom(b, "<$VLAN>"); },
-     "<br0> >> Custom CID mode for intfId=2, vid=4095\n"},
     {"custom without a customer VLAN", "<>", DSL, 100,
      [](B &b) {
          custom(b, "<$CVID>");
@@ -129,19 +119,6 @@ const selection_row circuit_ids[] = {
      }},
     {"custom of bytes", "A64", DSL, 100, [](B &b) { custom(b, "A$hVLAN"); },
      "<br0> >> Generated custom CID='A64'\n", "41 64"},
-    {"custom of bytes, the text is cut",
-     "01234567890123456789012345678901234567890123456789012345678906"
-     "4",
-     DSL, 100,
-     [](B &b) {
-         custom(b,
-                "0123456789012345678901234567890123456789012345678901234567890"
-                "$hVLAN$hVLAN");
-     },
-     "",
-     "30 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 37 38 39 "
-     "30 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 37 38 39 "
-     "30 64 64"},
     {"custom of the longest format",
      "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx", DSL, 100,
      [](B &b) { custom(b, std::string(128, 'x')); },
@@ -156,11 +133,6 @@ const selection_row circuit_ids[] = {
          dsl(b).port_vlans[101].cid_mode = 0;
      },
      "br_circuit_id_mode_port_vlan_get()=-ENOENT"},
-    {"without a VLAN its mode does not", "bridge", DSL, NONE,
-     [](B &b) {
-         custom(b, "bridge");
-         dsl(b).port_vlans[NONE].cid_mode = 0;
-     }},
     {"the VLAN's mode is not set", nullptr, DSL, 100,
      [](B &b) { put(dsl(b).port_vlans[100].cid_format, "own"); },
      "<br0> >> Selected CID mode: -1\n"},
@@ -263,29 +235,24 @@ protected:
     char out_[64] = "before";
 };
 
-TEST_F(Query, OfACircuitIdByVlan) {
+TEST_F(Query, ByNameAnswersWithTheText) {
     EXPECT_EQ(fe_gen_circuit_id_by_intf_vlan("br0", DSL, 100, out_), 0);
     EXPECT_STREQ(out_, "KORVALEN:R2-S4 eth 3/2/1:100");
-    EXPECT_EQ(traces().front(), "fe_gen_circuit_id_by_intf_vlan(br0, 2)");
-}
-
-TEST_F(Query, OfARemoteIdByVlan) {
     EXPECT_EQ(fe_gen_remote_id_by_intf_vlan("br0", DSL, 100, out_), 0);
     EXPECT_STREQ(out_, "line-2 100 11:22:33:44:55:66");
-    EXPECT_EQ(traces().front(), "fe_gen_remote_id_by_intf_vlan(br0, 2)");
+    put(bridge_->rid_format, "$hVLAN");
+    EXPECT_EQ(fe_gen_remote_id_by_intf_vlan("br0", DSL, 100, out_), 0);
+    EXPECT_STREQ(out_, "64");
+    EXPECT_TRUE(was_traced("fe_gen_remote_id_by_intf_vlan(br0, 2)"));
 }
 
 TEST_F(Query, OfAPortsCircuitId) {
     EXPECT_EQ(cache_pppoeia_port_circuit_id_get("br0", DSL, out_), 0);
     EXPECT_STREQ(out_, "KORVALEN:R2-S4 eth 3/2/1:<vid>");
-    EXPECT_EQ(traces().front(), "cache_pppoeia_port_circuit_id_get(br0, 2)");
-    EXPECT_EQ(traces().back(), "cache_pppoeia_port_circuit_id_get()=0");
-}
-
-TEST_F(Query, OfAPortsCustomCircuitIdHasTheFramesMac) {
-    custom(*bridge_, "$CLNT_MAC|$VLAN");
+    custom(*bridge_, "$CLNT_MAC|$VLAN");  // the frame's, and none
     EXPECT_EQ(cache_pppoeia_port_circuit_id_get("br0", DSL, out_), 0);
     EXPECT_STREQ(out_, "02:00:5E:10:00:01|");
+    EXPECT_EQ(traces().back(), "cache_pppoeia_port_circuit_id_get()=0");
 }
 
 // The IDs that a frame would have, with the customer VLAN asked for or left open.
@@ -320,12 +287,6 @@ TEST_F(Query, OfALineAnswersAsAFrameWould) {
         EXPECT_EQ(hex_dump(sent), row.vid == 100 ? "64 02 00 00 00 00 09" : "00 02 00 00 00 00 09");
         EXPECT_EQ(bridge_->frame->vlan, 200) << "the frame in hand is as it was";
     }
-}
-
-TEST_F(Query, OfBytesAnswersWithTheText) {
-    put(bridge_->rid_format, "$hVLAN");
-    EXPECT_EQ(fe_gen_remote_id_by_intf_vlan("br0", DSL, 100, out_), 0);
-    EXPECT_STREQ(out_, "64");
 }
 
 TEST_F(Query, RefusesUnknownBridgesAndAbsentPorts) {

@@ -81,12 +81,19 @@ Opened opened() {
     return opened;
 }
 
-using Registration = ia::test::PrivateNode;
+// With the receive loop and a port mapper, where a test begins them.
+class Registration : public ia::test::PrivateNode {
+protected:
+    void SetUp() override {
+        PrivateNode::SetUp();
+        if (!IsSkipped()) ia::test::bring_loopback_up();
+    }
+
+    RPCProxy loop{[](void *) -> void * { return nullptr; }, "BLLManager_mng"};
+};
 
 TEST_F(Registration, ReceiveLoopServesAProgramOverBothTransports) {
-    ia::test::bring_loopback_up();
     const ia::test::PortMapper mapper;
-    RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
     ASSERT_TRUE(loop.start());
     RPCProxy service(register_program, "pppoeia_mng");
     ASSERT_TRUE(service.start());
@@ -171,9 +178,7 @@ const Sent streams[] = {
 };
 
 TEST_F(Registration, NoConnectionKeepsOthersWaiting) {
-    ia::test::bring_loopback_up();
     const ia::test::PortMapper mapper;
-    RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
     ASSERT_TRUE(loop.start());
     register_program(nullptr);
     std::vector<int> callers;
@@ -207,10 +212,8 @@ TEST_F(Registration, TheIdlestConnectionsOfAUserGo) {
     getrlimit(RLIMIT_NOFILE, &limit);
     limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 4 * many);
     setrlimit(RLIMIT_NOFILE, &limit);
-    ia::test::bring_loopback_up();
     const ia::test::PortMapper mapper;
     register_program(nullptr);
-    RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
     ASSERT_TRUE(loop.start());
     std::vector<int> callers;
     for (int count = 0; count < many; ++count) callers.push_back(connect_to_program());
@@ -243,10 +246,8 @@ void take_text(svc_req *, SVCXPRT *transport) {
 }
 
 TEST_F(Registration, ADatagramThatIsCutIsNotTakenFurther) {
-    ia::test::bring_loopback_up();
     const ia::test::PortMapper mapper;
     rpcProxyRegisterSvc(program + 2, version, take_text);
-    RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
     ASSERT_TRUE(loop.start());
     sockaddr_in server = loopback(0);
     server.sin_port = htons(pmap_getport(&server, program + 2, version, IPPROTO_UDP));
@@ -298,7 +299,6 @@ const std::string udp_not_bound =
     "0x20000011/536870929, version 1 (98 - Address already in use).\n";
 
 TEST_F(Registration, UdpBindFailureLeavesTcpRegistered) {
-    ia::test::bring_loopback_up();
     const ia::test::PortMapper mapper;
     EXPECT_EQ(errors_with_port_taken({SOCK_DGRAM}), udp_not_bound);
     EXPECT_EQ(mapped_port(IPPROTO_UDP), 0);
@@ -306,7 +306,6 @@ TEST_F(Registration, UdpBindFailureLeavesTcpRegistered) {
 }
 
 TEST_F(Registration, WithoutFreePortsNeitherBinds) {
-    ia::test::bring_loopback_up();
     EXPECT_EQ(errors_with_port_taken({SOCK_DGRAM, SOCK_STREAM}),
               udp_not_bound +
                   "rte/BLL/core/rpcProxy:76 Cannot bind TCP socket for RPC service "
@@ -314,7 +313,6 @@ TEST_F(Registration, WithoutFreePortsNeitherBinds) {
 }
 
 TEST_F(Registration, WithoutAPortMapperNeitherRegisters) {
-    ia::test::bring_loopback_up();
     EXPECT_EQ(registration_errors(),
               "rte/BLL/core/rpcProxy:61 Cannot register UDP RPC service 0x20000011/536870929, "
               "version 1.\n"
@@ -324,7 +322,6 @@ TEST_F(Registration, WithoutAPortMapperNeitherRegisters) {
     // They are open all the same, for a port mapper that comes later.
     const ia::test::PortMapper mapper;
     EXPECT_TRUE(pmap_set(program, version, IPPROTO_TCP, opened().tcp_port));
-    RPCProxy loop([](void *) -> void * { return nullptr; }, "BLLManager_mng");
     ASSERT_TRUE(loop.start());
     EXPECT_EQ(call(IPPROTO_TCP), RPC_SUCCESS);
     EXPECT_TRUE(loop.stop(false));

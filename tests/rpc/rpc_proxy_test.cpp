@@ -1,7 +1,9 @@
 // The service host's thread: start, end, interruption.
+#include "rte/BLL/core/record.h"
 #include "rte/BLL/core/rpcProxy.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <atomic>
 #include <chrono>
@@ -107,6 +109,17 @@ TEST(RpcProxy, JoiningFromTheServiceThreadIsRefused) {
     while (!join_error) boost::this_thread::yield();
     EXPECT_EQ(join_error, 35);
     EXPECT_TRUE(proxy.stop(false));
+}
+
+// The first fragment has four bytes, the last one as many as a whole call may have.
+TEST(RecordReader, FragmentsTogetherKeepTheLimitOfACall) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    const unsigned char bytes[] = {0, 0, 0, 4, 0, 0, 0, 7, 0x80, 0x02, 0, 0};
+    ASSERT_EQ(send(ends[1], bytes, sizeof bytes, 0), ssize_t{sizeof bytes});
+    ia::RecordReader reader;
+    EXPECT_EQ(reader.read(ends[0]), ia::RecordReader::ended);
+    for (const int end : ends) close(end);
 }
 
 }  // namespace
