@@ -26,9 +26,9 @@ bool elsewhere(auto &&action) {
 }
 
 // Whether another thread could have the lock, which it gives back.
-bool free_for(FrameworkLock &lock, Mode mode) {
+bool free_for(FrameworkLock &lock, Mode mode, FrameworkLock::Limit limit = at_once) {
     return elsewhere([&] {
-        const bool held = ::lock(lock, mode, at_once);
+        const bool held = ::lock(lock, mode, limit);
         if (held) lock.unlock();
         return held;
     });
@@ -83,12 +83,18 @@ TEST(FrameworkLock, WaitingWriterKeepsNewReadersOutButNotTheReaderItWaitsFor) {
     EXPECT_TRUE(written);
 }
 
-TEST(FrameworkLock, WriterThatGivesUpLetsReadersIn) {
+TEST(FrameworkLock, WriterThatGivesUpLetsTheReadersInThatItKeptOut) {
+    using std::chrono::milliseconds;
     FrameworkLock lock;
     ASSERT_TRUE(lock.lock_shared(at_once));
-    EXPECT_FALSE(elsewhere([&] { return lock.lock_exclusive(std::chrono::milliseconds(5)); }));
-    EXPECT_TRUE(free_for(lock, Mode::shared));
-    lock.unlock();
+    std::atomic<bool> gave_up = false;
+    std::thread writer([&] { gave_up = !lock.lock_exclusive(milliseconds(300)); });
+    while (!gave_up && free_for(lock, Mode::shared)) std::this_thread::yield();  // until it waits
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_TRUE(free_for(lock, Mode::shared, milliseconds(10000)));
+    EXPECT_LT(std::chrono::steady_clock::now() - before, milliseconds(9000)) << "it was not woken";
+    writer.join();
+    EXPECT_TRUE(gave_up);
 }
 
 TEST(FrameworkLock, WritersAreAloneAndReadersSeeNoHalfWrittenPair) {
