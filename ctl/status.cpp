@@ -52,6 +52,8 @@ Json show_status(Call &call) {
     const rpcNodeStatus &now = call.agent().node(rpc_node_status_1);
     const rpcNodeHealth &health = call.agent().node(rpc_node_health_1);
     Remote::expect(health.result, "the health of the node");
+    const auto &info = call.agent().call(rpc_pppoeia_get_info_1);
+    const Json agent = info.result == RPC_PPPOEIA_SUCCESS ? Json(info.state != 0) : Json();
     const rpcNodeConfigStatus &kept = call.agent().node(rpc_node_config_status_1);
     Json settings;
     if (kept.result == 0 && kept.file[0])
@@ -66,6 +68,7 @@ Json show_status(Call &call) {
     return {{"status",
              {{"health", word_for(healths, worst_of(findings))},
               {"findings", findings},
+              {"agent", agent},
               {"version", now.release},
               {"build", now.build},
               {"started", now.started},
@@ -122,7 +125,10 @@ void print_status(const Json &answer) {
     const Json &now = answer.at("status");
     const bool engine = now.at("engine").get<bool>();
     std::fputs(
-        (health_text(now) + field("version", now.at("version")) + field("build", now.at("build")) +
+        (health_text(now) +
+         line("agent", now.at("agent") == false ? ink(Ink::yellow, "off: no frame gets an ID")
+                                                : shown(now.at("agent"))) +
+         field("version", now.at("version")) + field("build", now.at("build")) +
          line("running since", time_text(now.at("started").get<std::time_t>())) +
          line("engine", engine ? ink(Ink::green, "answers")
                                : ink(Ink::red, "does not answer: is pppoeia-fe running?")) +

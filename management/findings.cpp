@@ -58,7 +58,7 @@ private:
     void engine() {
         if (!facts_.engine_answers)
             return find(critical, "engine-away", "engine",
-                        "pppoeia-fe does not answer: Discovery frames are held",
+                        "pppoeia-fe does not answer: Discovery frames are held, unless released",
                         "look at `systemctl status pppoeia-fe` and its log");
         if (!facts_.configured)
             find(critical, "engine-not-configured", "engine",

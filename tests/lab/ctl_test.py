@@ -64,7 +64,7 @@ ANSWERS = [
 ]
 
 STATUSES = [
-    (["status"], 0, "health                 good"),
+    (["status"], 0, "agent                  on"),
     (["preview", "1", "999"], 0, "VLAN 999 is not served"),
     (["preview", "10"], 0, "requests of clients are dropped there"),
     (["show", "ports", "--vlan", "999"], 0, "VLAN 999 is not served"),
