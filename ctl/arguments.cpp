@@ -36,12 +36,16 @@ class Usage : public CLI::Formatter {
 public:
     std::string make_usage(const CLI::App *app, std::string) const override {
         Line path;
+        const bool more = !app->get_subcommands(nullptr).empty();
         for (; app->get_parent(); app = app->get_parent())
             path.insert(path.begin(), app->get_name());
         const Found found = find_command(path);
-        std::string words = " [OPTION...] COMMAND ...";
-        if (!path.empty()) words = ' ' + path.front() + words;
-        if (found.command && found.words == path.size()) words = ' ' + usage_of(*found.command);
+        std::string words;
+        for (const std::string &word : path) words += ' ' + word;
+        if (found.command && found.words == path.size())
+            words = ' ' + usage_of(*found.command) + (more ? " [COMMAND ...]" : "");
+        else
+            words += " [OPTION...] COMMAND ...";
         return "Usage: pppoeiactl" + words + '\n';
     }
 };
@@ -106,7 +110,7 @@ Tool::Tool() {
     app_.add_flag("-k,--keep-going", keep_going_, "Go on after a command of the file that fails");
     app_.footer(
         "Exit status: 0 done, 1 refused, 2 wrong command line, 3 not reachable;\n"
-        "of status: 0 healthy, 1 warnings, 2 errors, 3 not reachable.");
+        "of status: 0 good, 1 warnings, 2 critical, 3 not reachable.");
     for (const Group &group : groups()) {
         CLI::App *made = subcommand(app_, group.name);
         made->description(group.help);

@@ -4,7 +4,7 @@
 namespace ia::ctl {
 
 // Exit statuses: 0 done, 1 refused, 2 wrong command line, 3 the agent or its engine
-// cannot be reached. Those of `status`: 0 healthy, 1 warnings, 2 errors, 3 as above.
+// cannot be reached. Those of `status`: 0 good, 1 warnings, 2 critical, 3 as above.
 enum Status {
     done = 0,
     refused = 1,
