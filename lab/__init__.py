@@ -10,6 +10,7 @@
     node.py       the node description of the lab
     topology.py   the lab: two subscribers, the node, a BNG
     confined.py   the node's processes as their systemd units have them
+    as_unit.py    becomes one of them
     testing.py    what the tests need around unittest
     rounds.py     losses under traffic, settings before and after
     fire_frames.py  frames of every kind and what has to become of each

@@ -1,6 +1,6 @@
 """The agent in the lab: its programs, and what it counted."""
 
-import re
+import json
 
 from lab import netns
 from lab.topology import programs
@@ -15,7 +15,7 @@ def missing_programs():
 
 def counters(lab, port=None):
     """What `pppoeiactl stats` says, of the bridge or of one port: {name: number}."""
-    status, said = lab.control("stats", *([port] if port else []))
+    status, said = lab.control("stats", *([port] if port else []), "--json")
     if status != 0:
         raise netns.CommandFailed(f"pppoeiactl stats: status {status}: {said}")
-    return {name: int(count) for name, count in re.findall(r"^(\w[\w ]*?)\W+(\d+)$", said, re.M)}
+    return json.loads(said)["counters"][0]

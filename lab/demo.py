@@ -109,7 +109,7 @@ def demonstrate(lab):
     section("Counters")
     control(lab, "stats")
     counted = counters(lab)
-    expect(min(counted["PADI"], counted["PADO"]) >= 2, "both discoveries were not counted")
+    expect(min(counted["padi"], counted["pado"]) >= 2, "both discoveries were not counted")
 
     section("Both stop")
     status, seconds = lab.stop_engine()

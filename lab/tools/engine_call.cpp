@@ -1,9 +1,7 @@
-// Sets what only the client API can set in a running engine, from a process of
-// its own: the mode and formats of a port and VLAN of "br0". Says what the engine
-// counted, a line for the bridge (0) and each port: the nine counters in order.
+// Calls a running engine over the client API, from a process of its own.
 //
-//   engine_call mode|cid-format|rid-format PORT VLAN VALUE
-//   engine_call stats PORT...
+//   engine_call stats PORT...  what it counted, a line for the bridge (0) and each
+//                            port: the nine counters in order
 //   engine_call fill PORT    formats for one VLAN after the other, until refused;
 //                            says how many there are, and the refusal
 //   engine_call clear PORT   takes them off again
@@ -28,17 +26,6 @@ bool make_mirror() {
     for (std::uint32_t port = 1; port < port_records; ++port)
         if (cache_pppoeia_port_add(bridge, port, "mirror", "", &info) != 0) return false;
     return true;
-}
-
-int set(const std::string &what, std::uint32_t port, std::uint16_t vlan, const char *value) {
-    if (what == "mode")
-        return pppoeia_circuit_id_mode_port_vlan_set(
-            bridge, port, vlan, static_cast<std::uint32_t>(std::strtoll(value, nullptr, 0)));
-    if (what == "cid-format")
-        return pppoeia_circuit_id_format_port_vlan_set(bridge, port, vlan, value);
-    if (what == "rid-format")
-        return pppoeia_remote_id_format_port_vlan_set(bridge, port, vlan, value);
-    return -1;
 }
 
 int say_stats(std::uint32_t port) {
@@ -83,8 +70,7 @@ int run(const std::string &what, int argc, char **argv) {
     if (what == "stats") return on_ports(say_stats, argc, argv);
     if (what == "fill") return on_ports(fill, argc, argv);
     if (what == "clear") return on_ports(clear, argc, argv);
-    if (argc != 5) return -1;
-    return set(what, number_of(argv[2]), static_cast<std::uint16_t>(number_of(argv[3])), argv[4]);
+    return -1;
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ import threading
 
 from lab import fire_frames, frames, netns, node, testing
 from lab.agent import counters
-from lab.processes import limited, wait_until
+from lab.processes import wait_until
 from lab.topology import PEERS, mac_of, tool
 from lab.traffic import Traffic, padi
 from lab.wire import Wire
@@ -104,16 +104,6 @@ class Changes(testing.LabTest):
 
         self.rounds(clear)
 
-    def test_engine_without_descriptors(self):
-        def made_anew():
-            with limited(self.lab.engine, "nofile", 3):
-                device, mac, node_device = PEERS["sub2"]
-                netns.run("ip", "link", "del", node_device)
-                self.lab.add_peer_device("sub2", device, mac, node_device)
-                self.look()
-
-        self.rounds(made_anew)
-
 
 class ExchangedIds(testing.LabTest):
     """The numbers of two lines are exchanged in the description, by one reload; every
@@ -137,7 +127,7 @@ class ExchangedIds(testing.LabTest):
         exchanged = node.description(ports={"sub1": {"id": 2}, "sub2": {"id": 1}})
         with subprocess.Popen([tool("frame_fire"), self.plan(), "seconds", SECONDS, str(rate)],
                               stdout=subprocess.PIPE, text=True) as fire:
-            wait_until(lambda: counters(self.lab)["PADI"] > rate / 10, "the frames")
+            wait_until(lambda: counters(self.lab)["padi"] > rate / 10, "the frames")
             for text in (exchanged, node.description()) * ROUNDS:
                 before = self.lab.control("show", "ports")[1]
                 (self.lab.folder / "node.toml").write_text(text, encoding="utf-8")

@@ -1,9 +1,6 @@
 """Custom IDs on a real client's PADI, text and binary; tshark reads them."""
 
-
 from lab import decode, frames, node, testing
-from lab.processes import Process
-from lab.topology import tool
 
 # Shelf "shelf1", location port 7, VLAN 0, the client's address with "-" between.
 TEXT_FORMAT = "$SHELF/$z4PORT.$VLAN $d-CLNT_MAC"
@@ -26,11 +23,6 @@ class CustomIds(testing.LabTest):
         status, said = self.lab.control(*words)
         self.assertEqual(status, 0, said)
 
-    def engine_call(self, *words):
-        """Another process sets what the remote procedures do not."""
-        call = Process([tool("engine_call"), *words])
-        self.assertEqual(call.wait(), 0, call.output())
-
     def marked_padi(self):
         """The PADI of one discovery, as the server received it."""
         status, said = self.lab.discover()
@@ -51,16 +43,6 @@ class CustomIds(testing.LabTest):
         padi = [row for row in rows if int(row["pppoe.code"], 16) == frames.PADI][-1]
         self.assertEqual(padi["pppoed.tags.circuit_id"], TEXT.decode())
         self.assertTrue(padi["pppoed.tags.remote_id"].startswith("Lc"))
-
-    def test_a_line_of_its_own(self):
-        for what, value in (("mode", "2"), ("cid-format", "line $PORT")):
-            self.engine_call(what, "1", "0", value)
-        self.assertEqual(self.marked_padi()[frames.CIRCUIT_ID], b"line 7")
-        self.engine_call("cid-format", "1", "0", "")
-        self.assertEqual(self.marked_padi()[frames.CIRCUIT_ID], TEXT)
-        # Without a mode the entry goes, and the port's own mode counts again.
-        self.engine_call("mode", "1", "0", "0xFFFFFFFF")
-        self.assertEqual(self.marked_padi()[frames.CIRCUIT_ID], TEXT)
 
 
 if __name__ == "__main__":

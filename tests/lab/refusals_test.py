@@ -62,7 +62,7 @@ class Refusals(testing.LabTest):
         self.assertEqual(earlier, [])
         for port in (None, node.PORTS["sub1"]["id"]):
             counted = counters(self.lab, port)
-            self.assertEqual((counted["dropped"], counted["PADI"]), (1, 1))
+            self.assertEqual((counted["dropped"], counted["padi"]), (1, 1))
 
     def test_a_tag_from_a_trusted_port_is_replaced(self):
         self.start(trust="trusted")
