@@ -1,21 +1,14 @@
 #include "management/device_watch.h"
 
-#include <utility>
+#include <sys/epoll.h>
 
 namespace ia {
 
-DeviceWatch::DeviceWatch(std::function<void()> changed)
-    : changed_(std::move(changed)), thread_([this] {
-          while (events_.wait()) {
-              const auto change = events_.take();
-              if (change.lost || !change.links.empty()) changed_();
-          }
+DeviceWatch::DeviceWatch(EventLoop &loop, std::function<void()> changed)
+    : source_(loop, events_.descriptor(), EPOLLIN, [this, changed] {
+          const auto change = events_.take();
+          if (change.lost || !change.links.empty()) changed();
       }) {}
-
-DeviceWatch::~DeviceWatch() {
-    events_.stop();
-    thread_.join();
-}
 
 std::set<std::string> present_devices() {
     std::set<std::string> names;

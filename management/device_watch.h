@@ -1,27 +1,25 @@
 // Notices that a network device has come, gone or changed.
 #pragma once
 
+#include "management/event_loop.h"
 #include "node/kernel/links.h"
 
 #include <functional>
 #include <set>
 #include <string>
-#include <thread>
 
 namespace ia {
 
-// Calls `changed` on a thread of its own, once for all that changed at once.
+// Has the loop call `changed`, once for all that changed at once.
 class DeviceWatch {
 public:
-    explicit DeviceWatch(std::function<void()> changed);
-    ~DeviceWatch();
+    DeviceWatch(EventLoop &loop, std::function<void()> changed);
     DeviceWatch(const DeviceWatch &) = delete;
     DeviceWatch &operator=(const DeviceWatch &) = delete;
 
 private:
     node::LinkEvents events_;
-    const std::function<void()> changed_;
-    std::thread thread_;
+    EventLoop::Source source_;
 };
 
 // The names of the devices there are.

@@ -1,5 +1,6 @@
 #include "management/port_mapper_watch.h"
 
+#include "management/service_watch.h"
 #include "node/linux/sockets.h"
 #include "rte/BLL/core/rpcProxy.h"
 
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <mutex>
 #include <vector>
 
 namespace ia {
@@ -24,15 +26,14 @@ constexpr std::size_t transports = 4;  // two programs, each over UDP and TCP
 constexpr std::chrono::seconds patience{2};
 constexpr std::chrono::seconds retry{30};
 
-// Of all that is told and asked: the port mapper is told by several threads.
-struct Known {
+// Who has registered a number of the services, for any thread.
+struct Other {
     std::mutex lock;
-    bool told = false;  // it took all of the services
-    std::string other;  // who has registered a number of theirs
+    std::string owner;
 };
 
-Known &known() {
-    static Known state;
+Other &other() {
+    static Other state;
     return state;
 }
 
@@ -67,83 +68,67 @@ void say(const std::string &other, unsigned long program) {
                program, other.c_str(), program);
 }
 
-// What it may have kept of a process that was killed goes first. `again`: it was said
-// before who else is there.
-void tell_of(const Transports &services, bool again) {
-    const std::lock_guard guard(known().lock);
-    const std::string before = known().other;
-    known().told = true;
-    known().other.clear();
+// What it may have kept of a process that was killed goes first. Whether it took all
+// of the services; `again`: it was said before who else is there.
+bool tell_of(const Transports &services, bool again) {
+    const std::string before = PortMapperWatch::other_owner();
+    std::string owner;
+    bool told = true;
     for (const rpcProxyTransport_t &service : services)
         pmap_unset(service.program, service.version);
     for (const rpcProxyTransport_t &service : services) {
         if (pmap_set(service.program, service.version, service.protocol, service.port)) continue;
-        if (known().told) {
-            known().other = owner_of(service.program);
-            if (!again || known().other != before) say(known().other, service.program);
+        if (told) {
+            owner = owner_of(service.program);
+            if (!again || owner != before) say(owner, service.program);
         }
-        known().told = false;
+        told = false;
     }
-    if (known().told)
-        syslog(LOG_NOTICE, "the port mapper knows the RPC programs of this node again");
-}
-
-void tell_when_new() {
-    const Transports services = rpcProxyTransports(transports, patience);
-    if (!all_known(services)) return tell_of(services, false);
-    const std::lock_guard guard(known().lock);
-    known().told = true;
-}
-
-void lost() {
     {
-        const std::lock_guard guard(known().lock);
-        known().told = true;  // there is nobody to be told
+        const std::lock_guard guard(other().lock);
+        other().owner = owner;
     }
-    syslog(LOG_WARNING,
-           "the port mapper is gone: remote calls of other programs fail until it is "
-           "back");
+    if (told) syslog(LOG_NOTICE, "the port mapper knows the RPC programs of this node again");
+    return told;
 }
 
 }  // namespace
 
-PortMapperWatch::PortMapperWatch() {
-    known().told = true;
-    watch_.emplace(
-        port_mapper_socket, SOCK_STREAM,
-        ServiceWatch::Notices{tell_when_new, lost,
-                              [] { tell_of(rpcProxyTransports(transports, patience), false); }});
-    keeper_ = std::thread([this] { keep(); });
-}
+PortMapperWatch::PortMapperWatch() : thread_([this] { keep(); }) {}
 
 PortMapperWatch::~PortMapperWatch() {
-    {
-        const std::lock_guard guard(lock_);
-        ending_ = true;
-    }
-    ends_.notify_all();
-    keeper_.join();
-    watch_.reset();
+    stop_.ask();
+    thread_.join();
     if (access(port_mapper_socket, F_OK) != 0 || !other_owner().empty()) return;
     for (const rpcProxyTransport_t &service : rpcProxyTransports(0, {}))
         if (service.protocol == IPPROTO_TCP) pmap_unset(service.program, service.version);
 }
 
+// Services register themselves when they start, which is once an engine is there; only
+// a port mapper that forgets them, or has not taken them, is told.
 void PortMapperWatch::keep() {
-    std::unique_lock guard(lock_);
-    while (!ends_.wait_for(guard, retry, [this] { return ending_; })) {
-        bool told = false;
-        {
-            const std::lock_guard known_guard(known().lock);
-            told = known().told;
-        }
-        if (!told) tell_of(rpcProxyTransports(transports, patience), true);
-    }
+    bool forgot = false;
+    const auto tell = [&](EventLoop::Task &again, std::chrono::seconds limit, bool said) {
+        const Transports services = rpcProxyTransports(transports, limit);
+        if (!forgot && all_known(services)) return;
+        if (services.empty() || !tell_of(services, said)) again.at(loop_.now() + retry);
+    };
+    EventLoop::Task again(loop_, [&] { tell(again, {}, true); });
+    const auto went = [&] {
+        forgot = true;
+        again.cancel();
+        syslog(LOG_WARNING,
+               "the port mapper is gone: remote calls of other programs fail until it is back");
+    };
+    const ServiceWatch watch(loop_, port_mapper_socket, SOCK_STREAM,
+                             {[&] { tell(again, patience, false); }, went});
+    if (watch.connected()) tell(again, patience, false);
+    loop_.run();
 }
 
 std::string PortMapperWatch::other_owner() {
-    const std::lock_guard guard(known().lock);
-    return known().other;
+    const std::lock_guard guard(other().lock);
+    return other().owner;
 }
 
 void PortMapperWatch::wait_until_known() {

@@ -1,11 +1,8 @@
 // Keeps this node's RPC programs known to the machine's port mapper.
 #pragma once
 
-#include "management/service_watch.h"
+#include "management/event_loop.h"
 
-#include <condition_variable>
-#include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 
@@ -15,10 +12,15 @@ namespace ia {
 // told of the services then. Somebody else who has registered their numbers keeps them,
 // unless this process may take them away; it is tried again every half minute. When the
 // watch ends, the port mapper is told that the services are gone.
+//
+// It has a loop and a thread of its own: a port mapper that does not answer delays
+// nothing else.
 class PortMapperWatch {
 public:
     PortMapperWatch();
     ~PortMapperWatch();
+    PortMapperWatch(const PortMapperWatch &) = delete;
+    PortMapperWatch &operator=(const PortMapperWatch &) = delete;
 
     // Waits until the port mapper knows the services, which register on threads of
     // their own. When it does not within two seconds, the log says so.
@@ -30,11 +32,9 @@ public:
 private:
     void keep();
 
-    std::mutex lock_;
-    std::condition_variable ends_;
-    bool ending_ = false;
-    std::optional<ServiceWatch> watch_;
-    std::thread keeper_;
+    EventLoop loop_;
+    EventLoop::Task stop_{loop_, [this] { loop_.stop(); }};
+    std::thread thread_;
 };
 
 }  // namespace ia

@@ -1,12 +1,9 @@
 #include "management/service_watch.h"
 
 #include <poll.h>
-#include <sys/eventfd.h>
+#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
-#include <cerrno>
-#include <cstdint>
 #include <system_error>
 #include <utility>
 
@@ -14,72 +11,59 @@ namespace ia {
 
 namespace {
 
-constexpr int retry_ms = 50;
+constexpr std::chrono::milliseconds between_tries{50};
 
-int make_event() {
-    const int event = eventfd(0, EFD_CLOEXEC);
-    if (event < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
-    return event;
+// A connection, or none while nobody serves the socket. Never waits.
+node::Descriptor connected_to(const std::string &path, int type) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    node::Descriptor connection(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (connection && connect(connection.get(), reinterpret_cast<const sockaddr *>(&address),
+                              sizeof address) == 0)
+        return connection;
+    return {};
 }
 
 }  // namespace
 
-ServiceWatch::ServiceWatch(std::string socket_path, int type, Notices notices)
-    : path_(std::move(socket_path)),
+ServiceWatch::ServiceWatch(EventLoop &loop, std::string socket_path, int type, Notices notices)
+    : loop_(loop),
+      path_(std::move(socket_path)),
       type_(type),
       notices_(std::move(notices)),
-      stop_(make_event()),
-      thread_([this] { watch(); }) {}
-
-ServiceWatch::~ServiceWatch() {
-    const std::uint64_t one = 1;
-    while (write(stop_, &one, sizeof one) < 0 && errno == EINTR) {
-    }
-    thread_.join();
-    close(stop_);
+      again_(loop, [this] { try_again(); }) {
+    if (!connect()) again_.at(loop_.now() + between_tries);
 }
 
-void ServiceWatch::watch() {
-    for (bool first = true;; first = false) {
-        int connection = connect(path_, type_);
-        while (connection < 0) {
-            if (stop_within(retry_ms)) return;
-            connection = connect(path_, type_);
-        }
-        (first ? notices_.found : notices_.returned)();
-        pollfd waits[] = {{stop_, POLLIN, 0}, {connection, POLLRDHUP, 0}};
-        while (poll(waits, 2, -1) < 0 && errno == EINTR) {
-        }
-        close(connection);
-        if (waits[0].revents != 0) return;
-        notices_.lost();
-        // A process that ends takes connections until the last of its files is closed.
-        if (stop_within(retry_ms)) return;
+bool ServiceWatch::connected() const {
+    pollfd look{connection_.get(), POLLRDHUP, 0};
+    return connection_ && poll(&look, 1, 0) == 0;
+}
+
+bool ServiceWatch::connect() {
+    connection_ = connected_to(path_, type_);
+    if (!connection_) return false;
+    try {
+        end_.emplace(loop_, connection_.get(), EPOLLRDHUP, [this] { lose(); });
+        return true;
+    } catch (const std::system_error &) {  // for want of memory: as if it were not there
+        connection_ = {};
+        return false;
     }
 }
 
-// A connection, or -1 while nobody serves the socket.
-int ServiceWatch::connect(const std::string &path, int type) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    const int connection = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
-    if (connection < 0) return -1;
-    if (::connect(connection, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
-        return connection;
-    close(connection);
-    return -1;
+void ServiceWatch::try_again() {
+    if (connect()) return notices_.came();
+    again_.at(loop_.now() + between_tries);
 }
 
-bool ServiceWatch::is_served(const std::string &socket_path, int type) {
-    const int connection = connect(socket_path, type);
-    if (connection >= 0) close(connection);
-    return connection >= 0;
-}
-
-bool ServiceWatch::stop_within(int milliseconds) const {
-    pollfd wait{stop_, POLLIN, 0};
-    return poll(&wait, 1, milliseconds) == 1;
+// A process that ends takes connections until the last of its files is closed.
+void ServiceWatch::lose() {
+    end_.reset();
+    connection_ = {};
+    again_.at(loop_.now() + between_tries);
+    notices_.went();
 }
 
 }  // namespace ia

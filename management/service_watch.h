@@ -1,42 +1,47 @@
 // Notices that a service of this machine has gone and come back.
 #pragma once
 
+#include "management/event_loop.h"
+#include "node/descriptor.h"
+
 #include <functional>
+#include <optional>
 #include <string>
-#include <thread>
 
 namespace ia {
 
-// Keeps a connection to the service's local socket on a thread of its own. When
-// the service ends, however it ends, the connection does. The notices are given
-// on that thread: the first connection, the end of one, and any later one.
+// Keeps a connection to the service's local socket. When the service ends, however
+// it ends, the connection does.
 class ServiceWatch {
 public:
+    // Given by the loop: each connection but one that the constructor made, and
+    // the end of each.
     struct Notices {
-        std::function<void()> found;
-        std::function<void()> lost;
-        std::function<void()> returned;
+        std::function<void()> came;
+        std::function<void()> went;
     };
 
-    // `type`: SOCK_SEQPACKET or SOCK_STREAM.
-    ServiceWatch(std::string socket_path, int type, Notices notices);
-    ~ServiceWatch();
+    // Connects if it can. `type`: SOCK_SEQPACKET or SOCK_STREAM.
+    ServiceWatch(EventLoop &loop, std::string socket_path, int type, Notices notices);
     ServiceWatch(const ServiceWatch &) = delete;
     ServiceWatch &operator=(const ServiceWatch &) = delete;
 
-    // Whether somebody serves the socket now.
-    static bool is_served(const std::string &socket_path, int type);
+    // Whether the service that was connected last is there still, also if its end
+    // is yet to be noticed.
+    bool connected() const;
 
 private:
-    void watch();
-    static int connect(const std::string &path, int type);
-    bool stop_within(int milliseconds) const;
+    bool connect();
+    void try_again();
+    void lose();
 
+    EventLoop &loop_;
     const std::string path_;
     const int type_;
     const Notices notices_;
-    const int stop_;  // an event: readable once the thread shall end
-    std::thread thread_;
+    node::Descriptor connection_;
+    std::optional<EventLoop::Source> end_;  // of the connection
+    EventLoop::Task again_;
 };
 
 }  // namespace ia

@@ -15,7 +15,6 @@
 
 #include <syslog.h>
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -65,11 +64,7 @@ void serve(const node::Description &description) {
     const Bridges bridges;
     const node::IppcServer requests(served_path(engine_socket), dispatch, warn_ippc);
     const ServiceReady ready;
-    stop.wait(
-        [&](int signal) {
-            if (signal == SIGHUP) reload(description.file, kernel);
-        },
-        [&] { return answers(description); });
+    stop.wait([&] { reload(description.file, kernel); }, [&] { return answers(description); });
 }
 
 // What the engine leaves when it ends, which holds every frame, goes.

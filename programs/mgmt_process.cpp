@@ -1,52 +1,70 @@
 #include "programs/mgmt_process.h"
 
 #include "management/device_watch.h"
+#include "management/event_loop.h"
+#include "management/loop_signals.h"
 #include "management/management.h"
 #include "management/metrics_file.h"
 #include "management/port_mapper_watch.h"
-#include "management/service_watch.h"
 #include "node/linux/ncfm.h"
 #include "node/linux/run_folder.h"
-#include "node/linux/sockets.h"
 #include "programs/process.h"
 #include "programs/sd_notify.h"
 #include "programs/stop_signals.h"
 #include "rpc/metrics.h"
 
-#include <sys/socket.h>
-#include <unistd.h>
-#include <csignal>
+#include <chrono>
+#include <optional>
+#include <string>
 
 namespace ia {
 
 namespace {
 
+// The service manager's watchdog hears from the loop, as long as remote calls are served.
+class Watchdog {
+public:
+    Watchdog(EventLoop &loop, Management &management)
+        : task_(loop, [this, &loop, &management] {
+              if (management.serves()) sd_notify("WATCHDOG=1");
+              task_.at(loop.now() + *pulse_);
+          }) {
+        if (pulse_) task_.at(loop.now());
+    }
+
+private:
+    const std::optional<std::chrono::microseconds> pulse_ = watchdog_pulse();
+    EventLoop::Task task_;
+};
+
+// Every line is undone at the end, the last one first.
 void serve(const node::Description &description) {
-    const StopSignals stop;  // before there is any other thread
+    const StopSignals signals;  // before there is any other thread
     const OnlyProcess alone("pppoeia-mgmt");
     node::describe_node(description);
-    Management management(description, [] { kill(getpid(), SIGUSR1); });
-    const ServiceWatch engine(
-        engine_socket, SOCK_SEQPACKET,
-        {[&] { management.engine_found(); }, [&] { management.engine_lost(); },
-         [&] { management.engine_returned(); }});
+    EventLoop loop;
+    Management management(loop, description);
     MetricsFile metrics(metrics_text);  // asks for its text until it ends
     metrics.use(description.metrics_file, description.metrics_interval);
     const PortMapperWatch port_mapper;
-    const DeviceWatch devices([&] { management.devices_changed(); });
-    PortMapperWatch::wait_until_known();
+    const DeviceWatch devices(loop, [&] { management.devices_changed(); });
+    if (management.link() != EngineLink::State::away) PortMapperWatch::wait_until_known();
+    management.tell({.configured = [] { sd_notify("READY=1"); },
+                     .news = [](const std::string &said) { sd_notify(("STATUS=" + said).c_str()); },
+                     .reread =
+                         [&](const node::Description &now) {
+                             metrics.use(now.metrics_file, now.metrics_interval);
+                         }});
+    const auto reload = [&] {
+        management.reload_now();
+        sd_notify("READY=1");
+    };
+    const LoopSignals arriving(loop, signals.set(), [&](int signal) {
+        StopSignals::is_stop(signal) ? loop.stop() : reload();
+    });
+    const Watchdog watchdog(loop, management);
     const ServiceReady ready;
-    stop.wait(
-        [&](int signal) {
-            std::string unused;
-            if (signal == SIGHUP) management.reload(false, unused);
-            const bool anew = management.attend();
-            const node::Description now = management.description();
-            metrics.use(now.metrics_file, now.metrics_interval);
-            if (anew || signal == SIGHUP) sd_notify("READY=1");
-            if (const auto said = management.news()) sd_notify(("STATUS=" + *said).c_str());
-        },
-        [&] { return management.due(); }, [&] { return management.serves(); });
+    loop.run();
 }
 
 }  // namespace

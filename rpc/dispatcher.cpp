@@ -72,7 +72,10 @@ void *rpcPppoeiaStart(void *) {
 
 namespace {
 
-// Loading the library hands the service to the entity's host.
-[[maybe_unused]] const bool handed_in = (ia::serve_with(rpcPppoeiaStart), true);
+// Loading the library hands the service to the entity's host. How the node is can be
+// asked also while no engine is there, and with it no entity.
+[[maybe_unused]] const bool handed_in =
+    (ia::serve_with(rpcPppoeiaStart),
+     rpcProxyServeLocally(ia::node_rpc_program, ia::node_rpc_version, ia::dispatch_node), true);
 
 }  // namespace

@@ -55,22 +55,49 @@ Framework::~Framework() {
     stop();
 }
 
-bool Framework::start(const Description &description) {
+bool Framework::serve(const Description &description) {
     const std::scoped_lock guard(serving, operation);
     begin_registry(description);
+    return start_serving();
+}
+
+// Requests that are served already wait for the lock until all is announced.
+bool Framework::start(const Description &description) {
+    const std::scoped_lock guard(serving, operation);
+    const bool served = is_serving;
+    const BLLManager::exclusiveLock_t alone;
+    if (!alone.owns_lock()) return false;
+    begin_registry(description);
+    if (start_entities()) {
+        announce(description);
+        if (receive_messages() && start_serving()) return true;
+    }
+    if (!served) stop_serving();
+    stop_entities();
+    return false;
+}
+
+bool Framework::receive_messages() {
     try {
-        if (start_entities()) {
-            announce(description);
-            if (!message_path.empty()) messages.emplace(message_path, deliver);
-            if (!rpc_path.empty()) local_requests.emplace(rpc_path);
-            if (receive_loop.start()) return true;
-            syslog(LOG_ERR, "cannot start the RPC receive loop");
-        }
+        if (!message_path.empty()) messages.emplace(message_path, deliver);
+        return true;
+    } catch (const std::system_error &error) {
+        syslog(LOG_ERR, "cannot receive requests: %s", error.what());
+        return false;
+    }
+}
+
+bool Framework::start_serving() {
+    if (is_serving) return true;
+    try {
+        if (!rpc_path.empty()) local_requests.emplace(rpc_path);
+        is_serving = receive_loop.start();
+        if (!is_serving) syslog(LOG_ERR, "cannot start the RPC receive loop");
     } catch (const std::system_error &error) {
         syslog(LOG_ERR, "cannot receive requests: %s", error.what());
     }
-    stop_running();
-    return false;
+    if (!is_serving) local_requests.reset();
+    return is_serving;
 }
 
 bool Framework::start_entities() {
@@ -149,15 +176,19 @@ bool Framework::serves() const {
 bool Framework::stop() {
     const std::lock_guard no_start(serving);
     messages.reset();
-    receive_loop.stop(false);
+    stop_serving();
     const std::lock_guard guard(operation);
-    return stop_running();
+    return stop_entities();
 }
 
-bool Framework::stop_running() {
-    messages.reset();
+void Framework::stop_serving() {
     receive_loop.stop(false);
     local_requests.reset();
+    is_serving = false;
+}
+
+bool Framework::stop_entities() {
+    messages.reset();
     bool stopped = true;
     for (; !running.empty(); running.pop_back()) stopped = running.back()->stop() && stopped;
     return stopped;

@@ -29,9 +29,14 @@ public:
     Framework(const Framework &) = delete;
     Framework &operator=(const Framework &) = delete;
 
+    // Serves requests at the local socket before start(), with nothing of the node
+    // announced: most are refused, but not those that ask how the node is. False, with
+    // the reason in the log, when it cannot.
+    bool serve(const Description &description);
+
     // Starts the entities, each after those it depends on, announces the node
-    // to them, then serves requests. False, with everything stopped again and
-    // the reason in the log, when something does not start.
+    // to them, then serves requests. False, with the reason in the log, when something
+    // does not start: what was made is stopped again, and requests are served as before.
     bool start(const Description &description);
 
     // Announces how the node differs from what it was. False when a change was
@@ -59,8 +64,11 @@ public:
     bool stop();
 
 private:
+    bool receive_messages();
+    bool start_serving();
+    void stop_serving();
     bool start_entities();
-    bool stop_running();
+    bool stop_entities();
     bool announce(const Description &description);
 
     EntityCalls &entity_calls;
@@ -71,6 +79,7 @@ private:
     std::vector<BLEntity *> running;  // in the order of their start
     std::optional<RPCLocalSocket> local_requests;
     RPCProxy receive_loop;
+    bool is_serving = false;
     std::optional<ExternalMessages> messages;
 };
 

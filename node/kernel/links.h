@@ -83,6 +83,8 @@ public:
     // Takes the notices there are.
     Change take();
 
+    int descriptor() const { return notices_.get(); }  // readable when there are notices
+
     void wake();  // from any thread
     void stop();  // from any thread
 

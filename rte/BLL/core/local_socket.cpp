@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -51,7 +52,23 @@ void listen_at(int socket, const std::string &path) {
         fail(errno, path);
 }
 
+struct LocalProgram {
+    unsigned long program;
+    unsigned long version;
+    void (*dispatch)(svc_req *request, SVCXPRT *transport);
+};
+
+std::vector<LocalProgram> &local_programs() {
+    static std::vector<LocalProgram> programs;
+    return programs;
+}
+
 }  // namespace
+
+void rpcProxyServeLocally(unsigned long program, unsigned long version,
+                          void (*dispatch)(svc_req *request, SVCXPRT *transport)) {
+    local_programs().push_back({program, version, dispatch});
+}
 
 RPCLocalSocket::RPCLocalSocket(std::string socketPath) : path(std::move(socketPath)) {
     Socket made;
@@ -63,6 +80,9 @@ RPCLocalSocket::RPCLocalSocket(std::string socketPath) : path(std::move(socketPa
         fail(ENOMEM, path);
     }
     made.descriptor = -1;  // the transport's now
+    constexpr int no_port_mapper = 0;
+    for (const LocalProgram &local : local_programs())
+        svc_register(transport, local.program, local.version, local.dispatch, no_port_mapper);
     ia::registered().add(ia::Endpoint{transport, AF_UNIX, true});
 }
 

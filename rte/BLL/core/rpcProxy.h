@@ -37,6 +37,11 @@ struct rpcProxyTransport_t {
 std::vector<rpcProxyTransport_t> rpcProxyTransports(std::size_t count,
                                                     std::chrono::milliseconds limit);
 
+// Makes `dispatch` reachable at each local socket from its making on, without a port.
+// While libraries are loaded.
+void rpcProxyServeLocally(unsigned long program, unsigned long version,
+                          void (*dispatch)(svc_req *request, SVCXPRT *transport));
+
 // A second way to the registered programs: a stream socket in the file system. Its
 // callers are known by their users. Made before the receive loop starts, ended after it
 // has stopped.

@@ -1,0 +1,86 @@
+// The management process follows the machine's devices: ports join and leave with
+// theirs.
+#include "client/request.h"
+#include "management/description_changes.h"
+#include "management/management.h"
+#include "management/own_changes.h"
+#include "platform/bll/BLLManager.h"
+#include "pppoeia/node.h"
+
+#include <syslog.h>
+#include <algorithm>
+#include <cerrno>
+
+namespace ia {
+
+namespace {
+
+constexpr std::chrono::seconds next_look{1};
+
+void end_hold(const std::string &bridge, std::uint32_t port) {
+    if (release_frames(bridge.c_str(), port) != 0) OwnChanges::current()->fail();
+}
+
+}  // namespace
+
+void Management::follow_devices() {
+    devices_task_.at(loop_.now() + next_look);  // unless this comes to its end
+    look_task_.ask();
+    const std::set<std::string> there = seams_.devices();
+    if (there != devices_) {
+        const node::Description before = present();
+        devices_ = there;
+        announced_ = false;
+        for (const std::string &change : describe_changes(before, present()))
+            syslog(LOG_NOTICE, "%s", change.c_str());
+    }
+    if (!announced_) announced_ = announce();
+    if (!announced_) return;
+    // A new engine may answer before its notice comes, which brings all of it back.
+    if (link_.state() == EngineLink::State::in_force && !bridges_are_served()) fail_link();
+    devices_task_.cancel();
+}
+
+// Also true if the engine does not answer: its notices tell of that.
+bool Management::bridges_are_served() const {
+    return std::ranges::all_of(description_.bridges, [&](const node::Bridge &bridge) {
+        if (!devices_.contains(bridge.device)) return true;
+        const int result = check_bridge(bridge.name.c_str());
+        return result != -ENODEV && result != -EMSGSIZE;
+    });
+}
+
+// The settings of what leaves are kept for its return.
+bool Management::announce() {
+    const BLLManager::exclusiveLock_t alone;
+    if (!alone.owns_lock()) return false;
+    if (!started_) return true;  // all of it will be announced
+    make_all([this] {
+        const bool bound = bindings_.tell(description_, false);
+        refused_ = !framework_.apply(present());  // what it refuses stays refused
+        return bindings_.end_others(description_) && bound;
+    });
+    return true;
+}
+
+void Management::arrive(const node::Arrivals &arrivals) {
+    settings_.arrived(arrivals);
+    for (const std::string &bridge : arrivals.bridges) end_hold(bridge, 0);
+    for (const auto &[bridge, port] : arrivals.ports)
+        if (!arrivals.bridges.contains(bridge)) end_hold(bridge, port);
+}
+
+// What has others below it is there as described, whatever its own device.
+node::Description Management::present() const {
+    std::set<std::uint32_t> parents;
+    for (const node::Interface &interface : description_.interfaces)
+        parents.insert(interface.parent);
+    node::Description present = description_;
+    std::erase_if(present.interfaces, [&](const node::Interface &interface) {
+        return follows_device(interface) && !parents.contains(interface.id) &&
+               !devices_.contains(interface.device);
+    });
+    return present;
+}
+
+}  // namespace ia
