@@ -55,7 +55,7 @@ Management::Management(EventLoop &loop, node::Description description, Seams sea
     const std::lock_guard guard(lock_);
     start_or_wait();
     devices_changed();  // since they were listed
-    copy_settings();
+    copy_task_.ask();
     look_task_.ask();
 }
 
