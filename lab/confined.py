@@ -34,8 +34,9 @@ def prepare(programs):
     if STAGE.exists():
         return
     for folder in ("programs", "library", "lab/tools"):
-        (STAGE / folder).mkdir(parents=True)
-        mount(programs.parent / folder, STAGE / folder, flags=BIND)
+        if (programs.parent / folder).is_dir():  # not all of it may have been built
+            (STAGE / folder).mkdir(parents=True)
+            mount(programs.parent / folder, STAGE / folder, flags=BIND)
     mount("none", "/var/lib", "tmpfs")  # of this lab's world only
     _open_tun_device()
     # Terminals as Debian mounts them: their group may write.
