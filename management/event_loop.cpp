@@ -43,12 +43,10 @@ void EventLoop::Task::ask() {
 }
 
 void EventLoop::Task::at(Clock::time_point time) {
-    asked_ = false;
     due_ = time;
 }
 
 void EventLoop::Task::cancel() {
-    asked_ = false;
     due_.reset();
 }
 

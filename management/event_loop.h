@@ -43,9 +43,11 @@ public:
         Task(const Task &) = delete;
         Task &operator=(const Task &) = delete;
 
-        void ask();  // any thread; asked twice before it is done, it is done once
+        // Any thread. Asked twice before it begins, it is done once; asked while it is
+        // done, once more.
+        void ask();
 
-        // Instead of what was asked and told before. The loop's thread.
+        // Instead of a time told before; what is asked stays. The loop's thread.
         void at(Clock::time_point time);
         void cancel();
         std::optional<Clock::time_point> due() const { return due_; }

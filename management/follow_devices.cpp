@@ -37,7 +37,7 @@ void Management::follow_devices() {
     if (!announced_) announced_ = announce();
     if (!announced_) return;
     // A new engine may answer before its notice comes, which brings all of it back.
-    if (link_.state() == EngineLink::State::in_force && !bridges_are_served()) fail_link();
+    if (link_.state() == EngineLink::State::in_force && !bridges_are_served()) make_anew();
     devices_task_.cancel();
 }
 
@@ -55,11 +55,12 @@ bool Management::announce() {
     const BLLManager::exclusiveLock_t alone;
     if (!alone.owns_lock()) return false;
     if (!started_) return true;  // all of it will be announced
-    make_all([this] {
+    const bool made = make_all([this] {
         const bool bound = bindings_.tell(description_, false);
         refused_ = !framework_.apply(present());  // what it refuses stays refused
         return bindings_.end_others(description_) && bound;
     });
+    if (!made) configure_task_.ask();
     return true;
 }
 

@@ -37,7 +37,7 @@ Management::Management(EventLoop &loop, node::Description description, Seams sea
       settings_(seams_.settings_copy, seams_.journal),
       framework_(calls_, seams_.messages, seams_.calls),
       devices_(seams_.devices()),
-      fail_task_(loop, part(&Management::fail_link)),
+      fail_task_(loop, part(&Management::make_anew)),
       configure_task_(loop, part(&Management::configure_when_due)),
       devices_task_(loop, part(&Management::follow_devices)),
       repair_task_(loop, part(&Management::repair)),
@@ -119,14 +119,15 @@ void Management::unanswered(const engine_call &call) {
 bool Management::make_all(const std::function<bool()> &changes) {
     const OwnChanges own;
     if (changes() && !own.failed()) return true;
-    fail_link();
+    link_.on(EngineLink::Event::failed);
+    look_task_.ask();
     return false;
 }
 
-void Management::fail_link() {
+void Management::make_anew() {
     link_.on(EngineLink::Event::failed);
-    configure_task_.ask();
     look_task_.ask();
+    configure_task_.ask();
 }
 
 // Not under the lock, which findings() takes.

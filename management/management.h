@@ -85,7 +85,7 @@ private:
     int made(const engine_call &call);
     void unanswered(const engine_call &call);
     bool make_all(const std::function<bool()> &changes);
-    void fail_link();
+    void make_anew();
     void look();
     void tell_reread();
 

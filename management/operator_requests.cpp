@@ -65,16 +65,18 @@ int Management::clear(std::string &text) {
         return framework_.clear_configuration();
     });
     if (!cleared) {
+        configure_task_.ask();
         text = "the agent did not take all of its settings back: nothing is cleared\n";
         return 1;
     }
-    make_all([this] {
+    const bool made = make_all([this] {
         settings_.forget();
         bool released = true;
         for (const node::Bridge &bridge : description_.bridges)
             released = release_frames(bridge.name.c_str(), 0) == 0 && released;
         return released;
     });
+    if (!made) configure_task_.ask();
     try {
         settings_.copy();
         return 0;

@@ -106,6 +106,19 @@ class Procedures(ManagementTest):
         self.assertNotIn(str(PROGRAM), listed, "entries stay after a clean stop")
 
 
+class WithoutAnEngine(ManagementTest):
+    def test_status_answers_until_one_comes(self):
+        (self.lab.folder / "node.toml").write_text(node.description(), encoding="utf-8")
+        self.lab.restart_management()
+        status, said = self.lab.control("status")
+        self.assertEqual(status, 3, said)
+        self.assertIn("pppoeia-fe does not answer", said)
+        self.assertEqual(self.lab.control("set", "shelf", "late")[0], 3)
+        self.lab.start_engine()
+        self.assertIn("health                 good", self.control("status"))
+        self.control("set", "shelf", "now")
+
+
 class ChangedDescription(ManagementTest):
     PORTS = 500
     CHANGED = range(100, 600, 50)  # ten ports
