@@ -35,6 +35,7 @@ public:
         management_device();
         description();
         settings();
+        port_mapper();
         std::ranges::stable_sort(found_, std::ranges::greater{}, &Finding::severity);
         return std::move(found_);
     }
@@ -84,6 +85,15 @@ private:
             find(critical, "bridge-not-served", subject,
                  "its frames do not reach the engine: the pseudo device is gone or too small",
                  "it is made anew within a second; if it stays, look at the log of pppoeia-fe");
+        if (checked->second == -ENOPROTOOPT)
+            find(warning, "netfilter-missing", subject,
+                 "its netfilter rules were taken away: a device that joins it passes Discovery "
+                 "unmarked until the filter is at its port",
+                 "systemctl restart pppoeia-fe makes them anew");
+        if (checked->second == -EOPNOTSUPP)
+            find(note, "netfilter-unavailable", subject,
+                 "the kernel has no netfilter for bridges: the filter at the ports stands alone",
+                 "modprobe nf_tables, then systemctl restart pppoeia-fe");
     }
 
     void look_at_port(const node::Interface &port) {
@@ -148,6 +158,14 @@ private:
             find(note, "settings-waiting", "settings",
                  std::to_string(facts_.waiting) + " settings wait for their port or VLAN",
                  "nothing, when it will come; pppoeiactl config diff shows them");
+    }
+
+    void port_mapper() {
+        if (!facts_.other_owner.empty())
+            find(warning, "port-mapper-foreign", "port mapper",
+                 "it gives callers of this node's RPC programs to " + facts_.other_owner +
+                     "; pppoeiactl is not affected",
+                 "the log of pppoeia-mgmt has the command that takes that away, as root");
     }
 
     const NodeFacts &facts_;

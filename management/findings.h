@@ -24,6 +24,7 @@ struct NodeFacts {
     bool engine_answers = false;
     bool configured = false;             // the engine has all of the description and settings
     std::map<std::string, int> bridges;  // what check_bridge() says of each
+    std::string other_owner;             // of this node's numbers at the port mapper
     bool refused = false;                // changes that the last announcement could not make
     std::string reload_problem;          // of the last reload; empty: it was applied
     std::string settings_problem;        // of the file or its copy

@@ -4,6 +4,7 @@
 #include "management/device_watch.h"
 #include "management/log_error.h"
 #include "management/own_changes.h"
+#include "management/port_mapper_watch.h"
 #include "node/linux/run_folder.h"
 #include "node/linux/sockets.h"
 #include "pppoeia/client.h"
@@ -156,6 +157,7 @@ std::vector<Finding> Management::findings() const {
     if (answers)
         for (const node::Bridge &bridge : description_.bridges)
             facts.bridges[bridge.name] = check_bridge(bridge.name.c_str());
+    facts.other_owner = PortMapperWatch::other_owner();
     facts.refused = refused_;
     facts.reload_problem = reload_problem_;
     facts.settings_problem = settings_.problem();

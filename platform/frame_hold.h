@@ -28,7 +28,9 @@ int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_e
 // Whether a bridge's frames come to the engine's pseudo device, or would but for
 // a hold. Returns 0, also while the node has no such bridge device; -ENODEV when
 // the pseudo device has gone or was never attached, -EMSGSIZE when the node's
-// frames have become larger than it takes: the bridge is then to be made anew.
+// frames have become larger than it takes: the bridge is then to be made anew. They
+// come, but what joins the bridge is not held back by netfilter before it has a filter:
+// -ENOPROTOOPT when its rules have been taken away, -EOPNOTSUPP when the kernel has none.
 int check_bridge(const char *bridge);
 
 // What became of the frames of a bridge's port since it was bound, as far as the

@@ -3,7 +3,9 @@
 #include "node/description/read_description.h"
 #include "programs/command_line.h"
 
+#include <sys/resource.h>
 #include <syslog.h>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -19,12 +21,23 @@ ExitStatus complain(const std::exception &error, ExitStatus status) {
     return status;
 }
 
+// Bridges and callers have descriptors each. A shell's or manager's usual limit is for
+// programs that use select().
+void raise_descriptor_limit() {
+    constexpr rlim_t wanted = 4096;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wanted) return;
+    limit.rlim_cur = std::min(limit.rlim_max, wanted);
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 }  // namespace
 
 int run_process(int argc, char **argv, const char *program, const char *what,
                 void (*serve)(const node::Description &), void (*release)()) {
     openlog(program, LOG_PID, LOG_DAEMON);
     std::signal(SIGPIPE, SIG_IGN);  // whoever goes away in the middle of an answer
+    raise_descriptor_limit();
     CommandLine options;
     options.releases = release != nullptr;
     if (const auto status = read_command_line(argc, argv, program, what, options))

@@ -53,7 +53,8 @@ int fe_describe_bridge(const char *bridge, const char *device, std::uint16_t sta
 // Whether the engine gets the bridge's frames. 0 when it does, or has none to
 // get because there is no such device; -19 when its pseudo device is gone, -90
 // when the node's frames have outgrown it, -2 for no bridge of the node: -19 and
-// -90 are healed by making the bridge anew.
+// -90 are healed by making the bridge anew. It does, but netfilter does not hold back what
+// joins the bridge: -92 when its rules have been taken away, -95 when the kernel has none.
 int check_bridge(const char *bridge);
 int fe_check_bridge(const char *bridge);
 

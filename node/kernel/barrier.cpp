@@ -10,6 +10,7 @@
 #include <libnftnl/table.h>
 #include <linux/netfilter.h>
 #include <linux/netfilter/nf_tables.h>
+#include <linux/netfilter/nfnetlink.h>
 #include <linux/netfilter_bridge.h>
 #include <array>
 #include <cerrno>
@@ -281,6 +282,16 @@ void Barrier::put(const Rules &rules) {
         if (error != 0) knows_bridges_ = true;
     }
     if (error != 0) rules_fail(error);
+}
+
+bool Barrier::stands() {
+    constexpr auto get_table =
+        static_cast<std::uint16_t>(NFNL_SUBSYS_NFTABLES << 8 | NFT_MSG_GETTABLE);
+    Netlink::Request request;
+    Netlink::begin(request, get_table, 0,
+                   nfgenmsg{.nfgen_family = NFPROTO_BRIDGE, .version = NFNETLINK_V0, .res_id = 0});
+    mnl_attr_put_strz(request.header, NFTA_TABLE_NAME, table_name);
+    return kernel_.ask(request) == 0;
 }
 
 bool Barrier::remove() {

@@ -36,6 +36,9 @@ public:
     // there are none.
     void put(const Rules &rules);
 
+    // Whether the table is there: others may have taken it away.
+    bool stands();
+
     // Takes the rules away. Whether there were any.
     bool remove();
 

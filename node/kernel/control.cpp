@@ -160,7 +160,9 @@ int Kernel::check(const char *name) {
         if (!bridge) return -ENOENT;
         if (bridge->device == 0) return 0;
         if (bridge->pseudo == 0) return -ENODEV;
-        return bridge->attached_mtu < bridge->pseudo_mtu() ? -EMSGSIZE : 0;
+        if (bridge->attached_mtu < bridge->pseudo_mtu()) return -EMSGSIZE;
+        if (!kernel.barrier_) return -EOPNOTSUPP;
+        return kernel.barrier_->stands() ? 0 : -ENOPROTOOPT;
     });
 }
 

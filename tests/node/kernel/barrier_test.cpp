@@ -79,8 +79,10 @@ TEST_F(SecondLine, IsReplacedAndRemoved) {
     barrier.put(rules);
     rules.bridges = {"br1", "fifteen-letters"};
     barrier.put(rules);
+    EXPECT_TRUE(barrier.stands());
     EXPECT_TRUE(Barrier().remove());
     EXPECT_FALSE(Barrier().remove());
+    EXPECT_FALSE(barrier.stands());
     const Host h1("h1"), s1("s1");
     h1.send(discovery(PADI, broadcast, mac_h1, {}).bytes());
     EXPECT_EQ(1U, discovery_heard(s1, h1));
