@@ -76,6 +76,7 @@ namespace {
 // asked also while no engine is there, and with it no entity.
 [[maybe_unused]] const bool handed_in =
     (ia::serve_with(rpcPppoeiaStart),
+     rpcProxyServeLocally(ia::rpc_program, ia::rpc_version, ia::dispatch),
      rpcProxyServeLocally(ia::node_rpc_program, ia::node_rpc_version, ia::dispatch_node), true);
 
 }  // namespace
