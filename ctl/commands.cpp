@@ -1,6 +1,7 @@
 // The command table.
 #include "ctl/answers.h"
 #include "ctl/change.h"
+#include "ctl/settings.h"
 #include "pppoeia/records.h"
 
 namespace ia::ctl {
@@ -51,7 +52,7 @@ constexpr Word shells[] = {{"bash", 0}, {"zsh", 1}};
 constexpr Group group_rows[] = {
     {"show", "Settings, ports and VLANs"},
     {"set", "Change a setting"},
-    {"unset", "Clear a setting"},
+    {"unset", "Take a setting back to the description's"},
     {"format", "Formats of custom IDs"},
     {"config", "Settings that survive"},
     {"diag", "Reports of the engine, on this terminal"},
@@ -108,14 +109,24 @@ constexpr Command rows[] = {
     {"set vlan-cid-format", "Circuit-ID format of a port and VLAN", {{ports(), vlan(), format}}, change<rpc_node_set_line_cid_format_1>, print_changed},
     {"set vlan-rid-format", "Remote-ID format of a port and VLAN", {{ports(), vlan(), format}}, change<rpc_node_set_line_rid_format_1>, print_changed},
 
-    {"unset shelf", "Shelf identifier", {}, change<rpc_pppoeia_unset_circuitid_1>, print_changed},
-    {"unset cid-format", "Circuit-ID format of the bridge", {}, change<rpc_pppoeia_cid_format_set_1>, print_changed},
-    {"unset rid-format", "Remote-ID format of the bridge", {}, change<rpc_pppoeia_rid_format_set_1>, print_changed},
-    {"unset remote-id", "Remote ID of a port", {{ports()}}, change<rpc_pppoeia_unset_remoteid_1>, print_changed},
-    {"unset vlan-cid-format", "Circuit-ID format of a port and VLAN", {{ports(), vlan()}}, change<rpc_node_set_line_cid_format_1>, print_changed},
-    {"unset vlan-rid-format", "Remote-ID format of a port and VLAN", {{ports(), vlan()}}, change<rpc_node_set_line_rid_format_1>, print_changed},
-
-    {"unset line", "All that is set for a port and VLAN", {{ports(), vlan()}}, change<rpc_node_clear_line_1>, print_changed},
+    {"unset state", "Whether the agent works, as described", {}, unset<rpc_pppoeia_set_state_1, &node::AgentSettings::enabled>, print_unset},
+    {"unset vsa-mode", "Tags that come from servers, as described", {}, unset<rpc_pppoeia_set_vsa_mode_1, &node::AgentSettings::vsa_mode>, print_unset},
+    {"unset insert-circuit-id", "Circuit ID in tags, as described", {}, unset<rpc_pppoeia_set_vsa_circuitid_state_1, &node::AgentSettings::insert_circuit_id>, print_unset},
+    {"unset insert-remote-id", "Remote ID in tags, as described", {}, unset<rpc_pppoeia_set_vsa_remoteid_state_1, &node::AgentSettings::insert_remote_id>, print_unset},
+    {"unset cvlan", "Customer VLAN in default Circuit IDs, as described", {}, unset<rpc_pppoeia_set_circuit_id_cvlan_1, &node::AgentSettings::circuit_id_cvlan>, print_unset},
+    {"unset shelf", "Shelf identifier, as described", {}, unset<rpc_pppoeia_set_circuitid_1, &node::AgentSettings::shelf>, print_unset},
+    {"unset cid-format", "Circuit-ID format of the bridge, as described", {}, unset<rpc_pppoeia_cid_format_set_1, &node::AgentSettings::circuit_id_format>, print_unset},
+    {"unset rid-format", "Remote-ID format of the bridge, as described", {}, unset<rpc_pppoeia_rid_format_set_1, &node::AgentSettings::remote_id_format>, print_unset},
+    {"unset log-level", "Trace level, -1 for silence, as described", {}, unset<rpc_pppoeia_set_log_level_1, &node::AgentSettings::log_level>, print_unset},
+    {"unset vlan", "Whether the agent serves a VLAN, as described", {{vlan()}}, unset<rpc_pppoeia_set_vlan_state_1, &node::VlanSettings::enabled>, print_unset},
+    {"unset role", "What a port may send, as described", {{ports()}}, unset<rpc_pppoeia_set_interface_state_1, &node::PortSettings::role>, print_unset},
+    {"unset trust", "Whether a port may send tags, as described", {{ports()}}, unset<rpc_pppoeia_set_interface_mode_1, &node::PortSettings::trust>, print_unset},
+    {"unset remote-id", "Remote ID of a port, as described", {{ports()}}, unset<rpc_pppoeia_set_remoteid_1, &node::PortSettings::remote_id>, print_unset},
+    {"unset cid-mode", "Circuit-ID mode of a port, as described", {{ports()}}, unset<rpc_pppoeia_set_interface_circuit_id_mode_1, &node::PortSettings::circuit_id_mode>, print_unset},
+    {"unset vlan-cid-mode", "Circuit-ID mode of a port and VLAN, as described", {{ports(), vlan()}}, unset<rpc_pppoeia_set_intf_vlan_circuit_id_mode_1, &node::LineSettings::circuit_id_mode>, print_unset},
+    {"unset vlan-cid-format", "Circuit-ID format of a port and VLAN, as described", {{ports(), vlan()}}, unset<rpc_node_set_line_cid_format_1, &node::LineSettings::circuit_id_format>, print_unset},
+    {"unset vlan-rid-format", "Remote-ID format of a port and VLAN, as described", {{ports(), vlan()}}, unset<rpc_node_set_line_rid_format_1, &node::LineSettings::remote_id_format>, print_unset},
+    {"unset line", "All that is set for a port and VLAN, as described", {{ports(), vlan()}}, unset_line, print_unset},
 
     {"config show", "All settings in force, as TOML", {}, config_show, print_text},
     {"config diff", "What is in force and not saved, and the other way round", {}, config_diff, print_text},

@@ -2,6 +2,7 @@
 #include "ctl/answers.h"
 #include "ctl/devices.h"
 #include "ctl/screen.h"
+#include "ctl/settings.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -42,21 +43,6 @@ void add_ids(Json &port, Call &call, std::uint16_t vlan) {
     port["sent_remote_id"] = ids.remoteId.text;
 }
 
-Json settings_of(const rpcResultPppoeiaInfo &info) {
-    return {
-        {"agent", info.state != 0},
-        {"tags_from_servers", word_for(tag_modes, info.vsaMode)},
-        {"insert_circuit_id", info.vsaCircuitIdState != 0},
-        {"insert_remote_id", info.vsaRemoteIdState != 0},
-        {"customer_vlan_in_id", info.vsaCircuitIdCVlanState != 0},
-        {"shelf", info.shelfId},
-        {"circuit_id_format", std::string(info.cidFormat)},
-        {"remote_id_format", std::string(info.ridFormat)},
-        {"debug", info.debug != 0},
-        {"log_level", static_cast<int>(info.logLevel)},
-    };
-}
-
 void print(const std::string &text) {
     std::fputs(text.c_str(), stdout);
 }
@@ -66,20 +52,17 @@ void print(const std::string &text) {
 Json show_settings(Call &call) {
     const rpcResultPppoeiaInfo &info = call.agent().call(rpc_pppoeia_get_info_1);
     Remote::expect(info.result, "the settings");
-    return {{"settings", settings_of(info)}};
+    const bool debug = info.debug != 0;
+    const node::AgentSettings now = settings_in_force(call).agent;
+    Json settings = json_of_record(now);
+    settings["debug"] = debug;
+    settings["described"] = described_otherwise(now, described_settings(call).agent);
+    return {{"settings", settings}};
 }
 
 void print_settings(const Json &answer) {
     const Json &settings = answer.at("settings");
-    print(field("agent", settings.at("agent")) +
-          field("tags from servers", settings.at("tags_from_servers")) +
-          field("insert Circuit ID", settings.at("insert_circuit_id")) +
-          field("insert Remote ID", settings.at("insert_remote_id")) +
-          field("customer VLAN in ID", settings.at("customer_vlan_in_id")) +
-          field("shelf", settings.at("shelf")) +
-          field("Circuit-ID format", settings.at("circuit_id_format")) +
-          field("Remote-ID format", settings.at("remote_id_format")) +
-          field("debug", settings.at("debug")) + field("log level", settings.at("log_level")));
+    print(fields_of<node::AgentSettings>(settings) + field("debug", settings.at("debug")));
 }
 
 Json show_bridge(Call &call) {
@@ -171,6 +154,8 @@ Json show_port(Call &call) {
                          {"circuit_id_format", std::string(entry.cidFormat)},
                          {"remote_id_format", std::string(entry.ridFormat)}});
     }
+    const node::PortSettings now = settings_in_force(call).ports[number];
+    port["described"] = described_otherwise(now, described_settings(call).ports[number]);
     // Null where the agent cannot tell: an entry without a mode hides the others.
     port["vlans"] = entries.result == RPC_PPPOEIA_SUCCESS ? lines : Json();
     return {{"port", port}};
@@ -180,9 +165,7 @@ void print_port(const Json &answer) {
     const Json &port = answer.at("port");
     print(field("port", port.at("number")) + field("name", port.at("name")) +
           field("type", port.at("type")) + field("device", port.at("device")) +
-          field("link", port.at("link")) + field("role", port.at("role")) +
-          field("trust", port.at("trust")) + field("Circuit-ID mode", port.at("circuit_id_mode")) +
-          field("Remote ID", port.at("remote_id")));
+          field("link", port.at("link")) + fields_of<node::PortSettings>(port));
     if (port.at("vlans").empty()) return;
     print('\n' + table({{"VLAN", "vlan", true},
                         {"IDS", "circuit_id_mode"},

@@ -1,13 +1,11 @@
 // How the node's processes are.
 #include "ctl/answers.h"
 #include "ctl/screen.h"
+#include "node/settings/replace_file.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
-#include <fstream>
 
 namespace ia::ctl {
 
@@ -141,24 +139,10 @@ void print_status(const Json &answer) {
         stdout);
 }
 
-namespace {
-
-// A collector that looks meanwhile finds the old file or the new one.
-void replace_file(const std::string &path, const std::string &text) {
-    const std::string beside = path + ".tmp";
-    const bool written = (std::ofstream(beside, std::ios::binary) << text).flush().good();
-    if (written && std::rename(beside.c_str(), path.c_str()) == 0) return;
-    const int error = errno;
-    std::remove(beside.c_str());
-    throw Refused(path + ": " + std::strerror(error));
-}
-
-}  // namespace
-
 Json show_metrics(Call &call) {
     const std::string text = call.agent().node(rpc_node_metrics_1).text;
     if (!call.has("file")) return {{"text", text}};
-    replace_file(call.text("file"), text);
+    node::replace_file(call.text("file"), text, node::Purpose::publish);
     return {{"done", true}};
 }
 

@@ -1,6 +1,8 @@
 // The words that operators use for the agent's numbers.
 #pragma once
 
+#include "node/description/words.h"
+
 #include <array>
 #include <charconv>
 #include <cstdint>
@@ -18,12 +20,19 @@ struct Word {
 using Words = std::span<const Word>;
 
 inline constexpr Word on_off[] = {{"off", 0}, {"on", 1}};
-inline constexpr Word roles[] = {{"disabled", 0}, {"client", 1}, {"server", 2}, {"both", 3}};
-inline constexpr Word trusts[] = {{"trusted", 0}, {"untrusted", 1}};
-inline constexpr Word tag_modes[] = {{"keep", 0}, {"remove", 1}};
-inline constexpr Word id_modes[] = {{"default", 0}, {"atm", 1}, {"custom", 2}};
-inline constexpr Word port_types[] = {{"eth", 0}, {"dsl", 1}, {"atm", 2}, {"olt", 3},   {"onu", 4},
-                                      {"gem", 5}, {"mng", 6}, {"lag", 7}, {"access", 8}};
+// Those of the node description.
+template <const auto &Table>
+inline constexpr auto words_in = [] {
+    std::array<Word, Table.size()> words{};
+    for (std::size_t i = 0; i < words.size(); ++i)
+        words[i] = {Table[i].first.data(), static_cast<int>(Table[i].second)};
+    return words;
+}();
+inline constexpr auto roles = words_in<node::role_words>;
+inline constexpr auto trusts = words_in<node::trust_words>;
+inline constexpr auto tag_modes = words_in<node::vsa_mode_words>;
+inline constexpr auto id_modes = words_in<node::circuit_id_mode_words>;
+inline constexpr auto port_types = words_in<node::type_words>;
 
 inline std::string word_for(Words words, int number) {
     for (const auto &[word, meaning] : words)

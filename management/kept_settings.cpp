@@ -259,4 +259,8 @@ std::string all_settings_text() {
     return running ? write_settings(*running) : "";
 }
 
+std::string described_settings_text() {
+    return write_settings(described());
+}
+
 }  // namespace ia

@@ -83,4 +83,7 @@ private:
 // Every setting in force, as TOML; empty while the managed bridge is not there.
 std::string all_settings_text();
 
+// Those of the description, and where it has none those of creation.
+std::string described_settings_text();
+
 }  // namespace ia

@@ -64,6 +64,7 @@ Management::~Management() {
     configFile &requests = configFile::instance();
     framework_.stop();  // no request is served after this
     requests.save = requests.clear = requests.show = requests.diff = {};
+    requests.described = {};
     requests.status = {};
     requests.reload = {};
     requests.health = {};

@@ -37,6 +37,10 @@ void Management::serve_operator() {
         text = all_settings_text();
         return text.empty() ? 1 : 0;
     });
+    requests.described = alone([](std::string &text) {
+        text = described_settings_text();
+        return 0;
+    });
     requests.diff = alone([this](std::string &text) {
         text = settings_.difference_to_saved();
         return 0;

@@ -41,6 +41,10 @@ rpcNodeText *rpc_node_config_diff_1_svc(svc_req *) {
     return run(configFile::instance().diff);
 }
 
+rpcNodeText *rpc_node_config_described_1_svc(svc_req *) {
+    return run(configFile::instance().described);
+}
+
 rpcNodeText *rpc_node_config_save_1_svc(svc_req *) {
     return run(configFile::instance().save);
 }

@@ -22,6 +22,7 @@ constexpr Procedure node_procedures[] = {
     changing<rpc_node_config_clear_1_svc, xdr_no_arguments, xdr_rpcNodeText>(12, "clear settings"),
     changing<rpc_node_clear_line_1_svc, xdr_rpc_node_clear_line_1_argument, xdr_int>(13, "clear line", {"port", "VLAN"}),
     asking<rpc_node_line_ids_1_svc, xdr_rpc_node_line_ids_1_argument, xdr_rpcNodeLineIds>(14),
+    asking<rpc_node_config_described_1_svc, xdr_no_arguments, xdr_rpcNodeText>(15),
     changing<rpc_node_reload_1_svc, xdr_bool, xdr_rpcNodeText>(20, "reload", {"dry run"}),
     asking<rpc_node_health_1_svc, xdr_no_arguments, xdr_rpcNodeHealth>(21),
     asking<rpc_node_why_1_svc, xdr_no_arguments, xdr_rpcNodeText>(30),

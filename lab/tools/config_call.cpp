@@ -1,6 +1,6 @@
 // One call about settings, description or health to the running management process.
 //
-//   config_call save|clear|show|diff|status|reload|dry-run|health
+//   config_call save|clear|clear-line|show|diff|status|reload|dry-run|health
 //
 // Says the reply's text; ends with the reply's result, 9 when there is none.
 #include "rpc/pppoeia_node.h"
@@ -41,6 +41,10 @@ int main(int argc, char **argv) {
     if (!agent) return 9;
     if (what == "save") return say(rpc_node_config_save_1(agent));
     if (what == "clear") return say(rpc_node_config_clear_1(agent));
+    if (what == "clear-line") {  // of port 1, VLAN 100
+        const int *result = rpc_node_clear_line_1(1, 100, agent);
+        return result ? *result : 9;
+    }
     if (what == "show") return say(rpc_node_config_show_1(agent));
     if (what == "diff") return say(rpc_node_config_diff_1(agent));
     if (what == "reload") return say(rpc_node_reload_1(FALSE, agent));

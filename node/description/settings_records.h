@@ -99,7 +99,9 @@ inline constexpr std::array<NumberWord, 4> line_mode_words{{
 template <class Record, class Field>
 struct Setting {
     std::string_view name;     // in the node description and the settings file
-    std::string_view command;  // pppoeiactl's word for it
+    std::string_view command;  // behind pppoeiactl's set and unset
+    const char *answer;        // in pppoeiactl's JSON
+    const char *label;         // on its screen
     std::optional<Field> Record::*field;
     std::size_t longest = 0;                 // bytes of a text
     std::span<const NumberWord> words = {};  // of a number; none: any within the limits
@@ -114,17 +116,24 @@ template <>
 inline constexpr auto settings_of<AgentSettings> = [] {
     using S = AgentSettings;
     return std::tuple{
-        Setting<S, bool>{"enabled", "state", &S::enabled},
-        Setting<S, std::uint32_t>{"vsa_mode", "vsa", &S::vsa_mode, 0, vsa_mode_words},
-        Setting<S, bool>{"insert_circuit_id", "circuit-id", &S::insert_circuit_id},
-        Setting<S, bool>{"insert_remote_id", "remote-id", &S::insert_remote_id},
-        Setting<S, bool>{"circuit_id_cvlan", "cvlan", &S::circuit_id_cvlan},
-        Setting<S, std::string>{"shelf", "shelf", &S::shelf, PPPOEIA_SHELF_ID_SIZE - 1},
-        Setting<S, std::string>{"circuit_id_format", "cid-format", &S::circuit_id_format,
+        Setting<S, bool>{"enabled", "state", "agent", "agent", &S::enabled},
+        Setting<S, std::uint32_t>{"vsa_mode", "vsa-mode", "tags_from_servers", "tags from servers",
+                                  &S::vsa_mode, 0, vsa_mode_words},
+        Setting<S, bool>{"insert_circuit_id", "insert-circuit-id", "insert_circuit_id",
+                         "insert Circuit ID", &S::insert_circuit_id},
+        Setting<S, bool>{"insert_remote_id", "insert-remote-id", "insert_remote_id",
+                         "insert Remote ID", &S::insert_remote_id},
+        Setting<S, bool>{"circuit_id_cvlan", "cvlan", "customer_vlan_in_id", "customer VLAN in ID",
+                         &S::circuit_id_cvlan},
+        Setting<S, std::string>{"shelf", "shelf", "shelf", "shelf", &S::shelf,
+                                PPPOEIA_SHELF_ID_SIZE - 1},
+        Setting<S, std::string>{"circuit_id_format", "cid-format", "circuit_id_format",
+                                "Circuit-ID format", &S::circuit_id_format,
                                 PPPOEIA_FORMAT_SIZE - 1},
-        Setting<S, std::string>{"remote_id_format", "rid-format", &S::remote_id_format,
-                                PPPOEIA_FORMAT_SIZE - 1},
-        Setting<S, std::int32_t>{"log_level", "log-level", &S::log_level, 0, {}, -1, 7},
+        Setting<S, std::string>{"remote_id_format", "rid-format", "remote_id_format",
+                                "Remote-ID format", &S::remote_id_format, PPPOEIA_FORMAT_SIZE - 1},
+        Setting<S, std::int32_t>{
+            "log_level", "log-level", "log_level", "log level", &S::log_level, 0, {}, -1, 7},
     };
 }();
 
@@ -132,29 +141,30 @@ template <>
 inline constexpr auto settings_of<PortSettings> = [] {
     using S = PortSettings;
     return std::tuple{
-        Setting<S, std::uint32_t>{"role", "role", &S::role, 0, role_words},
-        Setting<S, std::uint32_t>{"trust", "trust", &S::trust, 0, trust_words},
-        Setting<S, std::string>{"remote_id", "remote-id", &S::remote_id,
+        Setting<S, std::uint32_t>{"role", "role", "role", "role", &S::role, 0, role_words},
+        Setting<S, std::uint32_t>{"trust", "trust", "trust", "trust", &S::trust, 0, trust_words},
+        Setting<S, std::string>{"remote_id", "remote-id", "remote_id", "Remote ID", &S::remote_id,
                                 PPPOEIA_REMOTE_ID_SIZE - 1},
-        Setting<S, std::uint32_t>{"circuit_id_mode", "cid-mode", &S::circuit_id_mode, 0,
-                                  circuit_id_mode_words},
+        Setting<S, std::uint32_t>{"circuit_id_mode", "cid-mode", "circuit_id_mode",
+                                  "Circuit-ID mode", &S::circuit_id_mode, 0, circuit_id_mode_words},
     };
 }();
 
 template <>
-inline constexpr auto settings_of<VlanSettings> =
-    std::tuple{Setting<VlanSettings, bool>{"enabled", "vlan", &VlanSettings::enabled}};
+inline constexpr auto settings_of<VlanSettings> = std::tuple{
+    Setting<VlanSettings, bool>{"enabled", "vlan", "agent", "agent", &VlanSettings::enabled}};
 
 template <>
 inline constexpr auto settings_of<LineSettings> = [] {
     using S = LineSettings;
     return std::tuple{
-        Setting<S, std::uint32_t>{"circuit_id_mode", "cid-mode", &S::circuit_id_mode, 0,
-                                  line_mode_words},
-        Setting<S, std::string>{"circuit_id_format", "cid-format", &S::circuit_id_format,
+        Setting<S, std::uint32_t>{"circuit_id_mode", "vlan-cid-mode", "circuit_id_mode",
+                                  "Circuit-ID mode", &S::circuit_id_mode, 0, line_mode_words},
+        Setting<S, std::string>{"circuit_id_format", "vlan-cid-format", "circuit_id_format",
+                                "Circuit-ID format", &S::circuit_id_format,
                                 PPPOEIA_FORMAT_SIZE - 2},
-        Setting<S, std::string>{"remote_id_format", "rid-format", &S::remote_id_format,
-                                PPPOEIA_FORMAT_SIZE - 2},
+        Setting<S, std::string>{"remote_id_format", "vlan-rid-format", "remote_id_format",
+                                "Remote-ID format", &S::remote_id_format, PPPOEIA_FORMAT_SIZE - 2},
     };
 }();
 

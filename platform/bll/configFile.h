@@ -40,6 +40,7 @@ public:
     boost::function<int(std::string &text)> save;
     boost::function<int(std::string &text)> clear;
     boost::function<int(std::string &text)> show;  // all settings in force, as TOML
+    boost::function<int(std::string &text)> described;  // what they would be without operators
     boost::function<int(std::string &text)> diff;  // lines with "-" saved, "+" in force
     boost::function<int(status_t &status)> status;
 

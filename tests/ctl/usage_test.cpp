@@ -77,6 +77,37 @@ TEST(Usage, ValuesAndTheirLimits) {
     }
 }
 
+// Each setting of the table has its commands, which take what the table allows.
+template <class Record>
+void expect_commands() {
+    ia::node::each_setting<Record>([](const auto &setting) {
+        const std::string name(setting.command);
+        const Found set = find_command(split_path("set " + name));
+        const Found unset = find_command(split_path("unset " + name));
+        ASSERT_TRUE(set.words == 2 && unset.words == 2) << name;
+        EXPECT_NE(unset.command->run, set.command->run) << name;
+        const Argument *value = nullptr;
+        for (const Argument &argument : set.command->arguments)
+            if (argument.name) value = &argument;
+        EXPECT_EQ(value->high, value->kind == Kind::text     ? static_cast<int>(setting.longest)
+                               : value->kind == Kind::number ? setting.most
+                                                             : 0)
+            << name;
+        if (value->words.size() != setting.words.size()) {
+            EXPECT_EQ(value->words.data(), on_off) << name;
+            return;
+        }
+        for (std::size_t i = 0; i < value->words.size(); ++i)
+            EXPECT_EQ(value->words[i].word, setting.words[i].first) << name;
+    });
+}
+
+TEST(Usage, EachSettingHasItsCommands) {
+    expect_commands<ia::node::AgentSettings>();
+    expect_commands<ia::node::PortSettings>();
+    expect_commands<ia::node::VlanSettings>();
+}
+
 TEST(Ports, ByNameAndPattern) {
     const std::vector<PortName> ports = {
         {1, "line-1"}, {2, "line-2"}, {3, "pon1/1/1"}, {4, "a[1]"}, {10, "uplink"}};

@@ -148,7 +148,7 @@ class Settings(testing.LabTest):
         self.assertIn("log_level = 4\n", self.config("show"))
         self.assertEqual((self.config("diff"), self.status()["unsaved"]), ("", "0"))
         # What an operator takes away stays away, and what he sets stays set.
-        self.control("unset", "line", 1, 100)
+        self.config("clear-line")
         self.control("set", "log-level", 5)
         taken_away = ('[agent]\n+ log_level = 5\n[[port_vlan]] port = 1 vlan = 100\n'
                       '+ circuit_id_mode = "not_set"\n+ circuit_id_format = ""\n')
@@ -165,6 +165,21 @@ class Settings(testing.LabTest):
         self.assertIn("VLAN 100 of port 1 changes: circuit_id_format", self.control("reload"))
         self.assertEqual(circuit_id(1, 100), "new 100")
         self.assertIn("+ log_level = 5", self.config("diff"))
+        # One setting, and one line, as described again.
+        self.control("set", "vlan-rid-format", 1, 100, "mine")
+        self.control("set", "remote-id", 1, "")
+        self.control("set", "vlan-cid-mode", 2, 100, "custom")
+        self.assertIn("5 (described: 4)", self.control("show"))
+        self.assertIn("- (described: line-0001)", self.control("show", "port", 1))
+        for words, said in ((["log-level"], "4"), (["remote-id", 1], "line-0001"),
+                            (["vlan-rid-format", 1, 100], "-"),
+                            (["vlan-cid-mode", 2, 100], "not_set")):
+            self.assertEqual(self.control("unset", *words), f"as described: {said}")
+        self.assertEqual(self.config("diff"), "")
+        self.control("set", "vlan-cid-format", 1, 100, "")
+        self.control("unset", "line", 1, 100)
+        self.assertEqual(self.config("diff"), "")
+        self.assertEqual(circuit_id(1, 100), "new 100")
         (self.lab.folder / "node.toml").write_text(described("new $VLAN") + "circuit_id_mode = 'atn'\n")
         self.assertIn("circuit_id_mode is \"atn\", expected \"default\"",
                       self.lab.control("reload")[1])

@@ -4,6 +4,7 @@ all that their readers know, section by section.
     documents_test.py SOURCE_FOLDER
 """
 
+import json
 import re
 import sys
 from pathlib import Path
@@ -14,7 +15,7 @@ RECORDS = {"bridge": "Agent", "interface": "Port", "vlan": "Vlan", "port_vlan": 
 
 def setting_keys(source):
     text = (source / "node/description/settings_records.h").read_text(encoding="utf-8")
-    return {record: re.findall(r'\{"(\w+)",\s*"', body)
+    return {record: re.findall(r'\{\s*"(\w+)",\s*"', body)
             for record, body in re.findall(
                 r"auto settings_of<(\w+)Settings> =(.*?)\n(?:\}\(\);|\n)", text, re.S)}
 
@@ -56,6 +57,19 @@ def settings_page_keys(source):
             for row in re.findall(r"^\| `\[+\w+\]+` \|(.*)\|$", text, re.M)]
 
 
+def schema_keys(source):
+    """What `show` and `show port` answer with, by the record of its settings."""
+    shapes = json.loads((source / "packaging/pppoeiactl.schema.json").read_text())["$defs"]
+    return {"Agent": shapes["settings"]["properties"]["settings"]["properties"],
+            "Port": shapes["port"]["properties"]["port"]["properties"]}
+
+
+def answer_keys(source, record):
+    text = (source / "node/description/settings_records.h").read_text(encoding="utf-8")
+    body = text.split(f"auto settings_of<{record}Settings> =")[1].split("}();")[0]
+    return re.findall(r'\{\s*"\w+",\s*"[\w-]+",\s*"(\w+)"', body)
+
+
 def main(source):
     known = read_keys(Path(source))
     page = page_keys(Path(source))
@@ -67,6 +81,9 @@ def main(source):
     wrong += [f"docs/settings.md has {said}, the table {there}" for said, there in
               zip(settings_page_keys(Path(source)), setting_keys(Path(source)).values(),
                   strict=True) if said != there]
+    wrong += [f"the schema does not have {key}" for record, there in
+              schema_keys(Path(source)).items()
+              for key in answer_keys(Path(source), record) if key not in there]
     print("\n".join(wrong) or f"{sum(map(len, known.values()))} keys in step")
     return 1 if wrong or len(known) < 8 else 0
 
