@@ -15,34 +15,14 @@ import sys
 import threading
 import time
 
+from lab.remote_calls import LAST_FRAGMENT, PORT_MAPPER, marked, packed, port_of, request
+
 PROGRAM, NODE = 0x20000011, 0x20000012
-LAST = 0x80000000
 NOBODY = 65534
 READS = ((PROGRAM, 10), (PROGRAM, 11), (PROGRAM, 13), (NODE, 3), (NODE, 5), (NODE, 8))
 CHANGES = ((PROGRAM, 1), (PROGRAM, 3), (PROGRAM, 21), (NODE, 12), (NODE, 13))
 END = time.monotonic() + float(sys.argv[1])
-TCP, UDP = 6, 17
-
-
-def words(*values):
-    return struct.pack(f">{len(values)}I", *values)
-
-
-def request(program, procedure, arguments=b""):
-    return words(7, 0, 2, program, 1, procedure, 0, 0, 0, 0) + arguments
-
-
-def marked(call):
-    return words(LAST | len(call)) + call
-
-
-def port(program, protocol):
-    """What the port mapper says."""
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as caller:
-        caller.settimeout(2)
-        caller.sendto(words(7, 0, 2, 100000, 2, 3, 0, 0, 0, 0, program, 1, protocol, 0),
-                      ("127.0.0.1", 111))
-        return struct.unpack(">I", caller.recv(100)[-4:])[0]
+TCP, UDP = "tcp", "udp"
 
 
 def connection(program=PROGRAM):
@@ -56,13 +36,14 @@ def connection(program=PROGRAM):
 def lying_marks():
     """A length, and then nothing, little, or a byte at a time in fragments of one."""
     held = []
-    for mark in (65537, 131072, LAST | 65537, LAST | 131072, LAST | 131073, 0xFFFFFFFF, 0, 1):
+    for mark in (65537, 131072, *(LAST_FRAGMENT | size for size in (65537, 131072, 131073)),
+                 0xFFFFFFFF, 0, 1):
         held.append(connection())
-        held[-1].send(words(mark))
+        held[-1].send(packed(mark))
     for one in held:
         for _ in range(200):
             with contextlib.suppress(OSError):
-                one.send(words(1) + b"x")
+                one.send(packed(1) + b"x")
     for one in held:
         one.close()
 
@@ -80,7 +61,7 @@ def idle():
 def refused():
     for number in range(200):
         program, procedure = CHANGES[number % len(CHANGES)]
-        call = request(program, procedure, words(1, 100, 0, 0))
+        call = request(program, procedure, packed(1, 100, 0, 0))
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as caller:
             caller.sendto(call, ("127.0.0.1", PORTS[program, UDP]))
         with connection(program) as caller, contextlib.suppress(OSError):
@@ -89,7 +70,7 @@ def refused():
 
 def cut():
     """Datagrams cut at every byte."""
-    call = request(PROGRAM, 8, words(1, 12) + b"another-line")
+    call = request(PROGRAM, 8, packed(1, "another-line"))
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as caller:
         for end in range(len(call)):
             caller.sendto(call[:end], ("127.0.0.1", PORTS[PROGRAM, UDP]))
@@ -125,13 +106,12 @@ def register():
     for words_ in (["-d", str(PROGRAM), "1"], ["-d", str(NODE), "1"]):
         subprocess.run(["rpcinfo", *words_], stdout=subprocess.DEVNULL,
                        stderr=subprocess.DEVNULL, check=False)
-    text = lambda value: words(len(value)) + value + bytes(-len(value) % 4)
     for program in (PROGRAM, NODE):
         with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as mapper:
             mapper.settimeout(1)
             mapper.connect("/run/rpcbind.sock")
-            mapper.send(marked(words(7, 0, 2, 100000, 3, 1, 0, 0, 0, 0, program, 1) + text(b"tcp")
-                               + text(b"127.0.0.1.4.1") + text(b"\x1b[31mroot")))
+            his = packed(program, 1, "tcp", "127.0.0.1.4.1", "\x1b[31mroot")
+            mapper.send(marked(request(PORT_MAPPER, 1, his, version=3)))
             mapper.recv(100)
 
 
@@ -165,7 +145,7 @@ if __name__ == "__main__":
     os.setgroups([])
     os.setresgid(NOBODY, NOBODY, NOBODY)
     os.setresuid(NOBODY, NOBODY, NOBODY)
-    PORTS = {(program, protocol): port(program, protocol)
+    PORTS = {(program, protocol): port_of(program, protocol)
              for program in (PROGRAM, NODE) for protocol in (TCP, UDP)}
     threads = [threading.Thread(target=forever, args=[way]) for way in WAYS]
     for thread in threads:

@@ -7,7 +7,6 @@ comes; the times are printed.
 """
 
 import os
-import re
 import subprocess
 import time
 
@@ -41,23 +40,9 @@ class Rounds(testing.LabTest):
 
     # --- settings ---------------------------------------------------------------------
 
-    def control(self, *words):
-        status, said = self.lab.control(*map(str, words))
-        self.assertEqual(status, 0, said)
-        return said
-
     def settings(self):
         """All that are in force."""
-        call = subprocess.run([CONFIG_CALL, "show"], capture_output=True, text=True, timeout=30,
-                              check=False)
-        self.assertEqual(call.returncode, 0, call.stdout)
-        return call.stdout
-
-    def problem(self):
-        """What the status says is wrong with the settings."""
-        said = subprocess.run([CONFIG_CALL, "status"], capture_output=True, text=True, timeout=30,
-                              check=True).stdout
-        return re.search("^problem ?(.*)$", said, re.M)[1]
+        return self.config("show")
 
     def change_settings(self, generation):
         """Settings of every kind, others than before. Gives the IDs of each line."""

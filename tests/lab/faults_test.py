@@ -131,7 +131,7 @@ class Faults(Rounds):
                     file.write(bytes(4096))
             # What cannot be kept is not answered 0.
             self.assertNotEqual(self.lab.control("set", "shelf", "without room")[0], 0)
-            self.assertIn("No space left on device", self.problem())
+            self.assertIn("No space left on device", self.status()["problem"])
             self.served_meanwhile()
             filler.unlink()
             wait_until(lambda: self.lab.control("set", "shelf", "with room")[0] == 0,

@@ -6,48 +6,20 @@
 import os
 import re
 import socket
-import struct
 import subprocess
 import sys
 import time
 from pathlib import Path
 
-from lab import netns, testing
+from lab import testing
 from lab.processes import wait_until
-from lab.syslog import Syslog
+from lab.remote_calls import LOCAL, Caller, packed, port_of
 from lab.topology import PROGRAM, REPOSITORY, SANITIZED, programs
 
-SOCKET = "/run/pppoeia/mgmt.sock"
 NOBODY = 65534
 SECONDS = "PPPOEIA_HOSTILE_SECONDS"  # for the process that runs the tests
 LIMIT = 0.1  # seconds, at the 99th percentile
 ROOM = 8 * 1024  # KiB that the process may grow by: as many connections as it takes
-
-
-class Caller:
-    """Root, over the local socket, one connection."""
-
-    def __init__(self):
-        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        self.socket.settimeout(5)
-        self.socket.connect(SOCKET)
-
-    def _take(self, size):
-        got = b""
-        while len(got) < size:
-            more = self.socket.recv(size - len(got))
-            if not more:
-                raise ConnectionError("closed by the node")
-            got += more
-        return got
-
-    def call(self, procedure, arguments=b""):
-        """The status of the reply and its bytes."""
-        call = struct.pack(">10I", 7, 0, 2, PROGRAM, 1, procedure, 0, 0, 0, 0) + arguments
-        self.socket.send(struct.pack(">I", 0x80000000 | len(call)) + call)
-        size, = struct.unpack(">I", self._take(4))
-        reply = self._take(size & 0x7FFFFFFF)
-        return struct.unpack(">6I", reply[:24])[5], reply[24:]
 
 
 def as_user(argv, user=NOBODY, group=NOBODY, **options):
@@ -58,8 +30,7 @@ def as_user(argv, user=NOBODY, group=NOBODY, **options):
 class HostileUser(testing.LabTest):
     def setUp(self):
         super().setUp()
-        self.log = Syslog()
-        self.addCleanup(self.log.close)
+        self.log = self.syslog()
         self.lab.start_engine()
 
     def size(self):
@@ -70,11 +41,8 @@ class HostileUser(testing.LabTest):
 
     def test_root_is_answered_meanwhile(self):
         seconds = float(os.environ.get(SECONDS, "10"))
-        self.assertEqual(self.lab.control("set", "shelf", "before")[0], 0)
-        root = Caller()
-        self.addCleanup(root.socket.close)
-        half = Caller()
-        self.addCleanup(half.socket.close)
+        self.control("set", "shelf", "before")
+        root, half = self.enterContext(Caller()), self.enterContext(Caller())
         half.socket.send(bytes.fromhex("8000002800"))  # a length, and one byte of the call
         descriptors, memory = self.size()
         lines = len(self.log.lines)
@@ -83,7 +51,7 @@ class HostileUser(testing.LabTest):
         self.addCleanup(attack.stdout.close)
         times = []
         while attack.poll() is None:
-            for procedure, arguments in ((10, b""), (1, struct.pack(">I", 1))):
+            for procedure, arguments in ((10, b""), (1, packed(1))):
                 begin = time.monotonic()
                 self.assertEqual(root.call(procedure, arguments)[0], 0)
                 times.append(time.monotonic() - begin)
@@ -100,23 +68,21 @@ class HostileUser(testing.LabTest):
               f"{len(said)} lines in the log", flush=True)
         self.assertTrue(self.lab.management.running() and self.lab.engine.running())
         self.assertLess(worst, LIMIT)
-        self.assertLessEqual(descriptors_now, descriptors + 40, "of one user at most 32 connections")
+        self.assertLessEqual(descriptors_now, descriptors + 40,
+                             "of one user at most 32 connections")
         if not SANITIZED:  # a sanitizer keeps what was given back
             self.assertLess(memory_now, memory + ROOM)
         self.assertLess(len(said), 10 + seconds, "\n".join(said[:20]))
         self.assertEqual(half.socket.recv(1), b"", "closed after 10 s")
-        self.assertEqual(self.lab.control("set", "shelf", "after")[0], 0)
-        status, shown = self.lab.control("show")
-        self.assertEqual(status, 0)
-        self.assertIn("after", shown)
+        self.control("set", "shelf", "after")
+        self.assertIn("after", self.control("show"))
         begin = time.monotonic()
         self.assertEqual(self.lab.stop_management(), 0)
         self.assertLess(time.monotonic() - begin, 3)
 
     def test_connections_of_all_users(self):
         """256 in all: the idlest go, and the next caller is served."""
-        listed = netns.run("rpcinfo", "-p", "127.0.0.1")
-        port = int(re.search(rf"{PROGRAM} +1 +tcp +(\d+)", listed)[1])
+        port = port_of(PROGRAM, "tcp")
         held = []
         for user in range(1000, 1009):
             os.seteuid(user)
@@ -138,7 +104,7 @@ class HostileUser(testing.LabTest):
             return kept
 
         wait_until(lambda: open_ones() == 256, "32 to be closed")
-        self.assertEqual(self.lab.control("show")[0], 0)
+        self.control("show")
 
     def test_who_may_call(self):
         """The group of the socket reads; others do not; only root changes anything."""
@@ -158,17 +124,15 @@ class HostileUser(testing.LabTest):
         self.lab.stop_management()
         other = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
         self.addCleanup(other.close)
-        other.bind(SOCKET)
+        other.bind(LOCAL)
         os.seteuid(NOBODY - 1)  # whoever listens is who serves
         try:
             other.listen()
         finally:
             os.seteuid(0)
-        self.addCleanup(os.unlink, SOCKET)
+        self.addCleanup(os.unlink, LOCAL)
         os.chown("/run/pppoeia", 0, 0)
-        status, said = self.lab.control("show")
-        self.assertEqual(status, 3, said)
-        self.assertIn("is served by a user who is not the agent's", said)
+        self.assertIn("is served by a user who is not the agent's", self.control("show", status=3))
 
 
 if __name__ == "__main__":

@@ -1,76 +1,26 @@
-"""The management of the node: its RPC service, changed descriptions, GPON."""
+"""The management of the node: its RPC programs, changed descriptions, GPON."""
 
 import re
 import signal
-import subprocess
 import time
 
 from lab import frames, netns, node, testing
-from lab.syslog import Syslog
-from lab.topology import PROGRAM, programs, tool
+from lab.remote_calls import Caller, packed
+from lab.topology import PROGRAM
 from lab.traffic import Traffic, padi
 
-CLIENT = programs().parent / "tests" / "rpc" / "procedures_client"
-CONFIG_CALL = tool("config_call")
-TRANSPORTS = ("tcp", "udp")
 
-
-class ManagementTest(testing.LabTest):
-    def scene(self, name, numbers, padis=0, transports=TRANSPORTS):
-        """The client's calls; a line each for `numbers`."""
-        for transport in transports:
-            with self.subTest(name, transport=transport):
-                if padis:
-                    self.pass_padis(padis)
-                client = subprocess.run([CLIENT, transport, name, str(padis)], text=True,
-                                        capture_output=True, timeout=60, check=False)
-                print(client.stdout + client.stderr, end="", flush=True)
-                self.assertEqual(client.stdout.splitlines(),
-                                 [f"ok {number} {transport}" for number in numbers])
-                self.assertEqual(client.returncode, 0, client.stderr)
-
-    def pass_padis(self, count):
-        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
-        for number in range(count):
-            client.send(padi(number))
-            server.wait(lambda frame, number=number: frame.host_uniq == b"%08d" % number,
-                        f"PADI {number}")
-
-    def control(self, *words):
-        status, said = self.lab.control(*words)
-        self.assertEqual(status, 0, said)
-        return said
-
-    def change_description(self, text):
-        """A new description, once the management process has dealt with it."""
-        (self.lab.folder / "node.toml").write_text(text, encoding="utf-8")
-        self.lab.reload()
-
-
-class Procedures(ManagementTest):
-    def test_all(self):
-        self.lab.start_engine()
-        self.scene("all", range(33), padis=3)
-        self.scene("malformed", [33, 3])
-        self.scene("cut-short", [12, 32])
-        self.scene("not-root", [10, 1, 21])
-
-    def test_profile_mode(self):
-        self.lab.start_engine("[node]\nprofile_mode = true\n"
-                              + node.description().removeprefix("[node]\n"))
-        self.scene("profile", [1, 5, 9, 32, 8])
-
+class Programs(testing.LabTest):
     def test_registration(self):
         self.lab.start_engine()
         listed = netns.run("rpcinfo", "-p", "127.0.0.1")
         for program in (PROGRAM, PROGRAM + 1):
             found = sorted(line.split()[2] for line in listed.splitlines()
                            if line.split()[:2] == [str(program), "1"])
-            self.assertEqual(found, sorted(TRANSPORTS), "known before it is ready")
+            self.assertEqual(found, ["tcp", "udp"], "known before it is ready")
 
     def test_changes_are_written_down_and_refusals_named(self):
-        log = Syslog()
-        self.addCleanup(log.close)
+        log = self.syslog()
         self.lab.start_engine()
         for words, status, said, logged in (
                 (["shelf", "a\x1b[2Jb"], 0, "", r'shelf "a\\x1B\[2Jb": done'),
@@ -80,18 +30,17 @@ class Procedures(ManagementTest):
                 (["cid-mode", "1", "atm"], 1, "port 1 is no ATM port", "refused with 2"),
                 (["vlan", "4000", "on"], 1, "VLAN 4000 is not described on br0", "refused with 2")):
             with self.subTest(words):
-                got, text = self.lab.control("set", *words)
-                self.assertIn(said, text)
-                self.assertEqual(got, status, text)
+                self.assertIn(said, self.control("set", *words, status=status))
                 log.wait(rf"pppoeia-mgmt.*uid 0 \(process \d+\): set .*{logged}")
         # Who sends what pppoeiactl would not.
-        subprocess.run([CLIENT, "tcp", "all", "0"], capture_output=True, timeout=60, check=False)
+        with Caller("tcp") as caller:
+            caller.call(26, packed("x" * 129))
+            caller.call(8, packed(1, "x" * 64))
         for said in ("format has 129 bytes, at most 128", "remote ID has 64 bytes, at most 63"):
             log.wait(rf"uid 0 from port \d+ \(TCP\): set .*{said}")
 
     def test_port_mapper_comes_later(self):
-        log = Syslog()
-        self.addCleanup(log.close)
+        log = self.syslog()
         self.lab.mapper.stop(signal.SIGKILL)
         self.lab.start_engine()
         log.wait("other programs fail until rpcbind runs")
@@ -106,7 +55,7 @@ class Procedures(ManagementTest):
         self.assertNotIn(str(PROGRAM), listed, "entries stay after a clean stop")
 
 
-class WithoutAnEngine(ManagementTest):
+class WithoutAnEngine(testing.LabTest):
     def test_status_answers_until_one_comes(self):
         (self.lab.folder / "node.toml").write_text(node.description(), encoding="utf-8")
         self.lab.restart_management()
@@ -119,7 +68,7 @@ class WithoutAnEngine(ManagementTest):
         self.control("set", "shelf", "now")
 
 
-class ChangedDescription(ManagementTest):
+class ChangedDescription(testing.LabTest):
     PORTS = 500
     CHANGED = range(100, 600, 50)  # ten ports
 
@@ -177,8 +126,7 @@ class ChangedDescription(ManagementTest):
         self.assert_none_lost()
 
     def test_the_engine_is_told_of_nothing_else(self):
-        log = Syslog()
-        self.addCleanup(log.close)
+        log = self.syslog()
         self.lab.add_idle_devices([f"line{port}" for port in range(100, 100 + self.PORTS)])
         self.lab.start_engine(self.description("first-{}".format), seconds=60)
         self.control("set", "log-level", "7")
@@ -217,32 +165,26 @@ class ChangedDescription(ManagementTest):
                 (node.description(ports={"sub2": {"remote_id": "other", "device": "sbu2"}}), 0,
                  "port 2 (1/1/2, sbu2) changes: device, remote_id\n"),
                 (node.description().replace("id = 10", "di = 10"), 1, f"{here}:")):
-            here.write_text(text, encoding="utf-8")
-            before = self.call("show")
-            dry, real = self.call("dry-run", result), None
-            self.assertEqual(self.call("show"), before, "a dry run changes something")
-            real = self.call("reload", result)
+            self.describe(text)
+            before = self.config("show")
+            dry = self.config("dry-run", result)
+            self.assertEqual(self.config("show"), before, "a dry run changes something")
+            real = self.config("reload", result)
             self.assertEqual(real, dry)
             self.assertTrue(real.startswith(said) and bool(real) == bool(said), real)
         # The refused one is not in force; the one before it is, and has a wrong device.
-        self.assertEqual([line.split(":")[0] for line in self.call("health").splitlines()],
+        self.assertEqual([line.split(":")[0] for line in self.config("health").splitlines()],
                          ["1 device-missing", "1 member-not-described", "1 reload-refused"])
-        self.assertIn('the description may mean "sub2"', self.call("health"))
-        here.write_text(node.description(), encoding="utf-8")
-        self.call("reload")
-        self.assertEqual(self.call("health"), "")
+        self.assertIn('the description may mean "sub2"', self.config("health"))
+        self.describe(node.description())
+        self.config("reload")
+        self.assertEqual(self.config("health"), "")
         netns.run("ip", "link", "set", "sub1", "nomaster")
         netns.run("ip", "link", "set", "mng0", "name", "mng9")
         self.addCleanup(netns.run, "ip", "link", "set", "mng9", "name", "mng0")
         self.lab.kill_engine()
-        self.assertEqual([line.split(":")[0] for line in self.call("health").splitlines()],
+        self.assertEqual([line.split(":")[0] for line in self.config("health").splitlines()],
                          ["2 engine-away", "1 port-not-in-bridge", "1 management-device-missing"])
-
-    def call(self, what, result=0):
-        call = subprocess.run([CONFIG_CALL, what], capture_output=True, text=True, timeout=30,
-                              check=False)
-        self.assertEqual(call.returncode, result, call.stdout + call.stderr)
-        return call.stdout
 
     def test_a_broken_description_changes_nothing(self):
         self.start()
@@ -254,7 +196,7 @@ class ChangedDescription(ManagementTest):
         self.assert_none_lost()
 
 
-class Gpon(ManagementTest):
+class Gpon(testing.LabTest):
     DESCRIPTION = """
 [node]
 board = 3
@@ -292,21 +234,15 @@ device = "net0"
 id = 0
 """
 
-    def circuit_id(self, number):
-        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
-        client.send(padi(number))
-        frame, _ = server.wait(lambda frame: frame.code == frames.PADI, "the PADI")
-        return frame.marks[0].get(frames.CIRCUIT_ID)
-
     def test_a_gem_port_carries_its_equipment(self):
         self.lab.start_engine(self.DESCRIPTION)
         self.control("set", "cid-format", "$CPE_SERIAL $ONU/$VGEM $CPE_MAC")
         self.control("set", "cid-mode", "22", "custom")
-        self.assertEqual(self.circuit_id(1), b"KORV01234ABC 7/1 00:1A:2B:3C:4D:5E")
+        self.assertEqual(self.ids()[0], b"KORV01234ABC 7/1 00:1A:2B:3C:4D:5E")
         # Other equipment behind the same port.
         self.change_description(self.DESCRIPTION.replace("01234ABC", "98765432")
                                 .replace("4D:5E", "4D:5F"))
-        self.assertEqual(self.circuit_id(2), b"KORV98765432 7/1 00:1A:2B:3C:4D:5F")
+        self.assertEqual(self.ids()[0], b"KORV98765432 7/1 00:1A:2B:3C:4D:5F")
 
 
 if __name__ == "__main__":

@@ -62,7 +62,7 @@ class Saving(Rounds):
                 1, f"pppoeiactl: {FILE}: cannot be {not_done}: No space left on device"))
             self.assertEqual(FILE.read_text(encoding="ascii"), old)
             self.assertEqual(list(FOLDER.glob(".*")), [])
-            self.assertIn("No space left on device", self.problem())
+            self.assertIn("No space left on device", self.status()["problem"])
             # What could not be saved is in force still, whoever goes.
             self.lab.kill_management()
 
@@ -72,7 +72,7 @@ class Saving(Rounds):
             begin = time.monotonic()
             self.lab.restart_management()
             self.assertFalse(self.saved_whole(old))
-            self.assertEqual(self.problem(), "")
+            self.assertEqual(self.status()["problem"], "")
             return begin
 
         self.rounds(fail_to_save, make_room)
