@@ -29,6 +29,10 @@ int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_e
     return call<describe_bridge>(bridge, device, stag_ethertype, max_pdu);
 }
 
+int describe_board(std::uint32_t position, const char *management_device) {
+    return call<describe_board>(position, management_device);
+}
+
 int macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std::uint16_t vid,
                 std::uint16_t cvid, const pppoeia_mac *client, macro_value_block *out) {
     return call<macro_value>(bridge, macro, port, vid, cvid, client, out);

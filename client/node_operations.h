@@ -17,6 +17,7 @@ using node_operations = operation_table<
     engine_only<1003, bind_port, fe_bind_port>,
     engine_only<1004, unbind_port, fe_unbind_port>,
     engine_only<1005, describe_bridge, fe_describe_bridge>,
+    engine_only<1006, describe_board, fe_describe_board>,
     engine_only<1010, macro_value, fe_macro_value>,
     engine_only<1011, watch_frames, fe_watch_frames>,
     engine_only<1012, watched_frame_get, fe_watched_frame_get>,

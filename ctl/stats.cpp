@@ -74,13 +74,13 @@ void add_frames(Call &call, Json &answer) {
 std::string frames_text(const Json &answer) {
     if (!answer.contains("sent")) return {};
     const Json &sent = answer.at("sent");
-    std::string text = "\nsent out by the port\n";
-    for (const auto &[key, title] : {std::pair("padi", "PADI"),
-                                     {"pado", "PADO"},
-                                     {"padr", "PADR"},
-                                     {"pads", "PADS"},
-                                     {"padt", "PADT"},
-                                     {"other", "other code"}})
+    std::string text;
+    for (const auto &[key, title] : {std::pair("padi", "sent PADI"),
+                                     {"pado", "sent PADO"},
+                                     {"padr", "sent PADR"},
+                                     {"pads", "sent PADS"},
+                                     {"padt", "sent PADT"},
+                                     {"other", "sent other"}})
         text += field(title, sent.at(key));
     if (answer.at("outcomes").empty()) return text;
     return text + "\nwhat became of the frames that came in\n" +

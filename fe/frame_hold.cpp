@@ -40,4 +40,9 @@ int fe_describe_bridge(const char *bridge, const char *device, std::uint16_t sta
                         platform::describe_bridge(bridge, device, stag_ethertype, max_pdu));
 }
 
+int fe_describe_board(std::uint32_t position, const char *management_device) {
+    trace_call(__func__, management_device);
+    return trace_result(__func__, platform::describe_board(position, management_device));
+}
+
 }  // namespace ia

@@ -5,12 +5,17 @@
 namespace ia {
 
 void PortBindings::forget() {
+    board_.reset();
     bridges_.clear();
     ports_.clear();
 }
 
 bool PortBindings::tell(const node::Description &description, bool bridges_are_held) {
     bool told = true;
+    if (const Board board{description.board, description.management_device}; board_ != board) {
+        told = describe_board(board.first, board.second.c_str()) == 0;
+        if (told) board_ = board;
+    }
     for (const node::Bridge &bridge : description.bridges) {
         const Bridge wanted{bridge.device, bridge.stag_ethertype, bridge.max_pdu};
         if (const auto known = bridges_.find(bridge.name);
@@ -25,7 +30,7 @@ bool PortBindings::tell(const node::Description &description, bool bridges_are_h
 
     std::map<Port, Binding> wanted;
     for (const node::Interface &port : description.interfaces)
-        if (!port.device.empty())
+        if (!port.device.empty() && node::facts_of(port.type).stands_in_bridge)
             wanted[{port.bridge, port.id}] = {port.device, node::facts_of(port.type).faces_network
                                                                ? side_network
                                                                : side_subscriber};

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -18,7 +19,7 @@ public:
     // The engine may be a new one, which knows nothing.
     void forget();
 
-    // Tells of the bridges, and of every port whose device or side is another
+    // Tells of the board, of the bridges, and of every port whose device or side is another
     // than before, with its frames held from before that on until it arrives; no
     // port is held by itself while all bridges are. False when the engine could not be told of all;
     // the next call tries again.
@@ -32,6 +33,9 @@ private:
     using Binding = std::pair<std::string, std::uint32_t>;  // device, side
     using Bridge = std::tuple<std::string, std::uint16_t, std::uint32_t>;
 
+    using Board = std::pair<std::uint8_t, std::string>;  // position, management device
+
+    std::optional<Board> board_;
     std::map<std::string, Bridge> bridges_;
     std::map<Port, Binding> ports_;
 };

@@ -25,6 +25,10 @@ int unbind_port(const char *bridge, std::uint32_t port);
 int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
                     std::uint32_t max_pdu);
 
+// The board's position in the node, and the device whose address the agent answers
+// from. Returns 0 or -EINVAL.
+int describe_board(std::uint32_t position, const char *management_device);
+
 // Whether a bridge's frames come to the engine's pseudo device, or would but for
 // a hold. Returns 0, also while the node has no such bridge device; -ENODEV when
 // the pseudo device has gone or was never attached, -EMSGSIZE when the node's

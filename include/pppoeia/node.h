@@ -17,7 +17,8 @@ namespace ia {
 // those of the whole bridge for port 0, also while there is no such port or
 // bridge yet: until release_frames(), nothing passes unmarked. Releasing port 0
 // releases every port. Returns 0, -22 for an impossible name or port, and another
-// negative errno value when the filter could not be told: nothing is then held.
+// negative errno value when the filter could not be told: what was asked to be held may
+// still pass until that is mended, and what was asked to be released stays held.
 int hold_frames(const char *bridge, std::uint32_t port);
 int fe_hold_frames(const char *bridge, std::uint32_t port);
 
@@ -49,6 +50,12 @@ int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_e
                     std::uint32_t max_pdu);
 int fe_describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
                        std::uint32_t max_pdu);
+
+// What the engine needs to know of its node: the board's position in it, and the
+// device whose address it answers from. -22 for a position above 255 or an
+// impossible name.
+int describe_board(std::uint32_t position, const char *management_device);
+int fe_describe_board(std::uint32_t position, const char *management_device);
 
 // Whether the engine gets the bridge's frames. 0 when it does, or has none to
 // get because there is no such device; -19 when its pseudo device is gone, -90

@@ -61,9 +61,12 @@ void store(const bpf_map *map, const Key &key, const Value &value) {
     if (result != 0) fail(-result, std::string("filter map ") + bpf_map__name(map));
 }
 
+// Also when there was none.
 template <class Key>
 void erase(const bpf_map *map, const Key &key) {
-    bpf_map__delete_elem(map, &key, sizeof key, 0);
+    const int result = bpf_map__delete_elem(map, &key, sizeof key, 0);
+    if (result != 0 && result != -ENOENT)
+        fail(-result, std::string("filter map ") + bpf_map__name(map));
 }
 
 std::array<char, FILTER_NAME_SIZE> name_key(const std::string &name) {

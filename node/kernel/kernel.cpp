@@ -51,15 +51,6 @@ Kernel::~Kernel() {
     watcher_.join();
 }
 
-void Kernel::update(const Description &description) {
-    const std::lock_guard guard(lock_);
-    catch_up();
-    ports_.describe(description);
-    raise_barrier();
-    if (const auto errors = ports_.follow_all(false); !errors.empty())
-        throw std::runtime_error(joined(errors));
-}
-
 std::vector<PortStatus> Kernel::ports() const {
     const std::lock_guard guard(lock_);
     return ports_.status();

@@ -31,6 +31,8 @@ namespace ia::node {
 // it; without it they fail with ENOENT. Any thread may call.
 class Kernel {
 public:
+    // Takes from the description which bridges there are and which devices wait to
+    // join one, and holds them all: which device is which port comes by bind().
     // Throws std::system_error or std::runtime_error, naming the device or the
     // place in the description, when the filter cannot be put in place. Then too,
     // what is in place holds.
@@ -38,11 +40,6 @@ public:
     ~Kernel();
     Kernel(const Kernel &) = delete;
     Kernel &operator=(const Kernel &) = delete;
-
-    // Takes over another description without a moment in which frames pass.
-    // Throws as the constructor: a description that is refused changes nothing;
-    // where only devices fail, it holds for the others.
-    void update(const Description &description);
 
     // The devices that carry the filter.
     std::vector<PortStatus> ports() const;

@@ -48,6 +48,14 @@ constexpr std::uint32_t station_share(std::uint32_t role, std::uint32_t ports) {
     return std::min(cells / ((std::max(ports, 1U) + step - 1) / step * step), share_max);
 }
 
+// Of a set of numbers, or a map from them.
+template <class Used>
+std::uint32_t lowest_free(const Used &used) {
+    std::uint32_t free = 0;
+    while (used.contains(free)) ++free;
+    return free;
+}
+
 // The Linux bridge.
 const std::string &device_of(const Bridge &bridge);
 
@@ -65,9 +73,9 @@ public:
     // The devices are the owner's, who tells of every change.
     Ports(Filter &filter, const Links &links) : filter_(filter), links_(links) {}
 
-    // Takes over a description. Bridges that are no longer in it lose their
-    // filter with the next follow_all(). Throws std::runtime_error, with nothing
-    // changed, when the filter cannot serve it.
+    // The bridges, and the devices that carry the filter before they join one, of
+    // which none is a port yet. Throws std::runtime_error, with nothing changed,
+    // when the filter cannot serve it.
     void describe(const Description &description);
 
     // Brings the filter into line with the devices there are: every member of a
@@ -87,8 +95,8 @@ public:
     void forget(const std::string &bridge);
 
     // The device that is a bridge's port, and the port that has none any more.
-    // What either was bound to before ends, and is held. The first call ends what
-    // the description says of ports.
+    // What either was bound to before ends, and is held. Throws std::system_error
+    // when the filter could not be told: what it was not told is held.
     void bind(const std::string &bridge, std::uint32_t port, const std::string &device,
               std::uint32_t role);
     void unbind(const std::string &bridge, std::uint32_t port);
@@ -103,7 +111,8 @@ public:
 
     // Holds the frames of a bridge's port, of the whole bridge for port 0, until
     // they are released; releasing port 0 releases all. Neither need be there.
-    // Throws std::system_error when the filter could not be told.
+    // Throws std::system_error when the filter could not be told: a hold is then
+    // wanted all the same, and a release is not.
     void hold(const std::string &bridge, std::uint32_t port, bool on);
 
     std::vector<PortStatus> status() const;
@@ -119,6 +128,7 @@ private:
         bool with_qdisc = false;           // which goes with them
         bool taken_over = false;           // an earlier run had hung there
         std::optional<filter_port> known;  // what the filter was told
+        bool told = false;                 // all of it
     };
     struct Binding {
         std::string bridge;
@@ -153,7 +163,6 @@ private:
     const Links &links_;
     std::vector<BridgeState> bridges_;
     std::map<std::string, Binding> bindings_;  // by device
-    bool bound_ = false;                       // by calls, not the description
     std::set<std::string> awaited_;            // devices that carry it before they join
     std::map<int, Port> ports_;                // by interface index
     std::map<std::string, std::set<std::uint32_t>> holds_;      // by bridge; port 0: all of it

@@ -2,6 +2,7 @@
 
 #include "node/linux/address_events.h"
 #include "node/linux/ncfm.h"
+#include "platform/frame_hold.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
@@ -143,14 +144,29 @@ int device_address(std::string_view device, std::uint8_t *to) {
     return 0;
 }
 
-void describe_node(const Description &description) {
+void describe_node(std::uint8_t board, const std::string &management_device) {
     const std::lock_guard guard(node_lock);
     this_node.emplace();
-    this_node->board = description.board;
-    this_node->management_device = description.management_device;
+    this_node->board = board;
+    this_node->management_device = management_device;
+}
+
+void describe_node(const Description &description) {
+    describe_node(description.board, description.management_device);
 }
 
 }  // namespace ia::node
+
+namespace ia::platform {
+
+int describe_board(std::uint32_t position, const char *management_device) {
+    const std::size_t length = strlen(management_device);
+    if (position > UINT8_MAX || length == 0 || length >= IF_NAMESIZE) return -EINVAL;
+    node::describe_node(static_cast<std::uint8_t>(position), management_device);
+    return 0;
+}
+
+}  // namespace ia::platform
 
 int ncfmGetMyBoardPos(std::uint8_t *position) {
     const std::lock_guard guard(node_lock);

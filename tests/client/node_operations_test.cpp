@@ -117,14 +117,15 @@ TEST_F(NodeOperations, BridgesAndPorts) {
     const auto known = [] {
         std::string all;
         for (const auto &[device, place] : node().bound) all += device + ": " + place + "; ";
-        for (const auto &[bridge, values] : node().described) all += bridge + ": " + values;
+        for (const auto &[bridge, values] : node().described) all += bridge + ": " + values + "; ";
         return all;
     };
     EXPECT_EQ(ia::describe_bridge("br0", "lan", 0x9100, 1600), 0);
+    EXPECT_EQ(ia::describe_board(3, "eth0"), 0);
     EXPECT_EQ(ia::bind_port("br0", 1, "sub1", ia::side_subscriber), 0);
     EXPECT_EQ(ia::bind_port("br0", 7, "net0", ia::side_network), 0);
     EXPECT_EQ(ia::unbind_port("br0", 1), 0);
-    EXPECT_EQ(engine.look(known), "net0: br0 7 1; br0: lan 37120 1600");
+    EXPECT_EQ(engine.look(known), "net0: br0 7 1; br0: lan 37120 1600; the board: 3 eth0; ");
 }
 
 }  // namespace

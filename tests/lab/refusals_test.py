@@ -1,10 +1,17 @@
 """What the engine does not let through: too long, or marked by someone else."""
 
+import json
+from pathlib import Path
+
 from lab import frames, node, testing
 from lab.agent import counters
 from lab.topology import MNG_MAC, mac_of
 
 MAX_PDU = 1500
+
+
+def mac_of_device(device):
+    return frames.mac(Path(f"/sys/class/net/{device}/address").read_text(encoding="ascii").strip())
 
 
 def request(code, tags=b"", number=0, length=None, session=0):
@@ -54,6 +61,25 @@ class Refusals(testing.LabTest):
 
                 _, earlier = self.passes(2)
                 self.assertEqual(earlier, [], "reached the server")
+
+    def test_another_management_device(self):
+        """The engine hears of it from the management process alone; without it, it counts."""
+        self.start()
+        port = node.PORTS["sub1"]["id"]
+        for device in ("none", "net0", "mng0"):
+            (self.lab.folder / "node.toml").write_text(
+                node.description().replace("[node]", f'[node]\nmanagement = "{device}"'))
+            self.lab.reload()
+            self.client.send(request(frames.PADI, length=1484))
+            if device == "none":
+                self.passes(2)
+                status, said = self.lab.control("stats", port, "--json")
+                self.assertEqual(status, 0, said)
+                counted = {row["outcome"]: row["frames"] for row in json.loads(said)["outcomes"]}
+                self.assertEqual(counted["no-local-mac"], 1, said)
+                continue
+            reply, _ = self.client.wait(lambda frame: frame.code == frames.PADO, "the reply")
+            self.assertEqual(reply.source, mac_of_device(device))
 
     def test_a_tag_from_an_untrusted_port_is_dropped(self):
         self.start(trust="untrusted")

@@ -183,6 +183,12 @@ int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_e
     return 0;
 }
 
+int describe_board(std::uint32_t position, const char *management_device) {
+    const std::scoped_lock lock(guard);
+    state.script.described["the board"] = std::to_string(position) + ' ' + management_device;
+    return 0;
+}
+
 int check_bridge(const char *bridge) {
     const std::scoped_lock lock(guard);
     if (!state.script.bridges.contains(bridge)) return -ENOENT;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "node/kernel/kernel.h"
+#include "platform/frame_hold.h"
 #include "tests/node/kernel/network.h"
 
 #include <gtest/gtest.h>
@@ -71,7 +72,19 @@ protected:
         return made;
     }
 
-    void start() { kernel = std::make_unique<Kernel>(node); }
+    // The kernel, and what the management process tells it: which device is which port.
+    void start() {
+        kernel = std::make_unique<Kernel>(node);
+        bind_ports();
+    }
+    void bind_ports() const {
+        for (const Interface &each : node.interfaces) {
+            if (!facts_of(each.type).stands_in_bridge) continue;
+            ASSERT_EQ(0, platform::bind_port(each.bridge.c_str(), each.id, each.device.c_str(),
+                                             facts_of(each.type).faces_network))
+                << each.device;
+        }
+    }
 
     std::uint64_t outcome(frame_outcome which) const { return kernel->outcomes()[which]; }
 
