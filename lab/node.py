@@ -12,6 +12,8 @@ NODE = {
 }
 # The VLANs in which subscribers are marked; 0 is untagged.
 VLANS = (0, 100, 200)
+# A test sends more than an honest line, unless it is about the limits.
+UNLIMITED = {"line_rate": 0, "port_rate": 0}
 PORTS = {
     "sub1": {"id": 1, "name": "1/1/1", "type": "access", "role": "client", "trust": "untrusted",
              "remote_id": "line-0001", "description": "first subscriber"},
@@ -27,7 +29,7 @@ def description(bridge=None, ports=None):
     different: {"vsa_mode": "keep"}, {"sub1": {"trust": "trusted"}}."""
     ports = ports or {}
     text = _table("[node]", NODE)
-    text += _table("[[bridge]]", {"name": BRIDGE, "ports": 32, **(bridge or {})})
+    text += _table("[[bridge]]", {"name": BRIDGE, "ports": 32, **UNLIMITED, **(bridge or {})})
     for device, port in PORTS.items():
         text += _table("[[interface]]", {"device": device, **port, **ports.get(device, {})})
     for vlan in VLANS:

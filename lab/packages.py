@@ -199,8 +199,10 @@ class Tour:
         copy, check, put = readme("1. Describe the node")
         self.inside(copy)
         draft = self.debian.path("/etc/pppoeia/node.draft")
-        # What the operator's editor does: the uplink's own device.
-        draft.write_text(draft.read_text().replace('"uplink0"', '"net0"'))
+        # What the operator's editor does: the uplink's own device, and lines that may send as
+        # much as these do.
+        draft.write_text(draft.read_text().replace('"uplink0"', '"net0"').replace(
+            'name = "br0"', 'name = "br0"\nline_rate = 0\nport_rate = 0'))
         self.inside(check)
         self.inside(put)
         self.up()

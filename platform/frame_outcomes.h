@@ -33,7 +33,17 @@
     ROW(WRONG_ROLE, "wrong-role", "dropped: the port's role does not send this") \
     ROW(UNTRUSTED_TAG, "untrusted-tag", "dropped: a line tag from an untrusted port") \
     ROW(TAG_TRUNCATED, "tag-truncated", "dropped: its line tag runs past its end") \
-    ROW(NO_LOCAL_MAC, "no-local-mac", "dropped: too long with its IDs, and no management device to answer from")
+    ROW(NO_LOCAL_MAC, "no-local-mac", "dropped: too long with its IDs, and no management device to answer from") \
+    /* of the filter, in front of the engine: */ \
+    ROW(LIMITED, "limited", "dropped: above the rate of its line or port") \
+    ROW(SILENT, "silent", "dropped: its line was above its rate") \
+    ROW(CROWDED, "crowded", "dropped: of a busy line, while more came than the engine takes") \
+    ROW(NOT_ITS_OWN, "not-its-own", "dropped: its address lives on another line, or is a server's") \
+    /* of the filter; only counted where the bridge's checks watch: */ \
+    ROW(MEANS_MORE, "means-more", "refused: something stands behind its tags") \
+    ROW(NOT_ASKED, "not-asked", "refused: an answer that nobody asked for") \
+    ROW(NOT_A_SERVER, "not-a-server", "refused: an answer of a server that is not allowed") \
+    ROW(NO_SESSION, "no-session", "refused: the end of a session that is not there")
 // clang-format on
 
 enum frame_outcome {

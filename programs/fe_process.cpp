@@ -1,6 +1,7 @@
 #include "programs/fe_process.h"
 
 #include "client/dispatch/dispatch.h"
+#include "node/description/read_description.h"
 #include "node/ippc/ippc_server.h"
 #include "node/kernel/kernel.h"
 #include "node/linux/ncfm.h"
@@ -15,6 +16,7 @@
 #include <syslog.h>
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <string>
 
 namespace ia {
@@ -28,6 +30,17 @@ struct Bridges {
     Bridges(const Bridges &) = delete;
     Bridges &operator=(const Bridges &) = delete;
 };
+
+// Of another description the engine takes only the limits. One that does not check is
+// refused whole.
+void reload(const std::string &file, node::Kernel &kernel) {
+    try {
+        kernel.limit(node::read_description(file));
+    } catch (const std::exception &error) {
+        syslog(LOG_ERR, "%s", error.what());
+    }
+    sd_notify("READY=1");
+}
 
 // Asks itself as any caller would: the request thread has to answer, and no worker
 // may sit on its bridge. A bridge that is not there is an answer too.
@@ -46,11 +59,11 @@ bool answers(const node::Description &description) {
 void serve(const node::Description &description) {
     const StopSignals stop;  // before there is any other thread
     node::describe_node(description);
-    const node::Kernel kernel(description);
+    node::Kernel kernel(description);
     const Bridges bridges;
     const node::IppcServer requests(served_path(engine_socket), dispatch, warn_ippc);
     const ServiceReady ready;
-    stop.wait([] {}, [&] { return answers(description); });  // SIGHUP: nothing to read anew
+    stop.wait([&] { reload(description.file, kernel); }, [&] { return answers(description); });
 }
 
 // What the engine leaves when it ends, which holds every frame, goes.

@@ -2,6 +2,7 @@
 // TOML file says it. Plain values; read once, then only read.
 #pragma once
 
+#include "node/description/limits.h"
 #include "node/description/settings_records.h"
 #include "pppoeia/records.h"
 
@@ -89,6 +90,7 @@ struct Interface {
     bool gem_in_use = true;                          // "in_use", GEM only
     PortSettings settings{};                         // role and trust: the type's when not said
     std::map<std::uint16_t, LineSettings> lines;     // by VLAN; of a node's state only
+    PortLimits limits{};
     unsigned line = 0;
 };
 
@@ -102,7 +104,9 @@ struct Bridge {
     std::uint16_t stag_ethertype = 0x88A8;
     std::uint32_t max_pdu = 1500;  // largest Ethernet frame, bytes
     AgentSettings settings{};      // but the shelf, which is the node's
-    unsigned line = 0;             // in the file
+    PortLimits limits{};           // of its ports
+    BridgeLimits bridge_limits{};
+    unsigned line = 0;  // in the file
 };
 
 struct Vlan {
@@ -141,5 +145,13 @@ struct Description {
     std::vector<PortVlan> port_vlans;
     std::string warnings;  // what is allowed and seldom meant: "FILE:LINE: text" each
 };
+
+// The bridge of an interface: the first one where it names none; null when it names one
+// that is not there.
+inline const Bridge *bridge_of(const Description &description, const Interface &interface) {
+    for (const Bridge &bridge : description.bridges)
+        if (interface.bridge.empty() || interface.bridge == bridge.name) return &bridge;
+    return nullptr;
+}
 
 }  // namespace ia::node

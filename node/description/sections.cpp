@@ -56,18 +56,53 @@ bool onu_serial(const Value &value, RecordOf<Member> &record) {
     return true;
 }
 
-template <auto Member>
-bool mac_address(const Value &value, RecordOf<Member> &record) {
+std::optional<Address> mac_of(const Value &value) {
     const auto *given = value.node.as_string();
-    if (!given) return refuse_kind(value, "a text");
-    std::array<std::uint8_t, 6> mac{};
+    if (!given) {
+        refuse_kind(value, "a text");
+        return std::nullopt;
+    }
+    Address mac{};
     int end = 0;
     // NOLINTNEXTLINE(cert-err34-c): two digits each
     const int read = std::sscanf(given->get().c_str(), "%2hhx:%2hhx:%2hhx:%2hhx:%2hhx:%2hhx%n",
                                  &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5], &end);
-    if (read != 6 || static_cast<std::size_t>(end) != given->get().size())
-        return value.refuse("is " + quoted(given->get()) + ", expected 00:1A:2B:3C:4D:5E");
-    record.*Member = mac;
+    if (read == 6 && static_cast<std::size_t>(end) == given->get().size()) return mac;
+    value.refuse("is " + quoted(given->get()) + ", expected 00:1A:2B:3C:4D:5E");
+    return std::nullopt;
+}
+
+template <auto Member>
+bool mac_address(const Value &value, RecordOf<Member> &record) {
+    const auto mac = mac_of(value);
+    if (mac) record.*Member = *mac;
+    return mac.has_value();
+}
+
+template <auto Inner, auto Member, const auto &Words>
+bool word_in(const Value &value, RecordOf<Inner> &record) {
+    return word<Member, Words>(value, record.*Inner);
+}
+
+// A number of a record within a record.
+template <auto Inner, auto Member, std::int64_t Least, std::int64_t Most>
+bool number_in(const Value &value, RecordOf<Inner> &record) {
+    return number<Member, Least, Most>(value, record.*Inner);
+}
+
+// A list of MAC addresses, at most so many.
+template <auto Inner, auto Member, std::size_t Most>
+bool addresses_in(const Value &value, RecordOf<Inner> &record) {
+    const toml::array *given = value.node.as_array();
+    if (!given) return refuse_kind(value, "a list of addresses");
+    if (given->size() > Most)
+        return value.refuse("has " + std::to_string(given->size()) +
+                            " addresses, expected at most " + std::to_string(Most));
+    for (const toml::node &element : *given) {
+        const auto address = mac_of({element, value.section, value.key, value.problems});
+        if (!address) return false;
+        (record.*Inner.*Member).push_back(*address);
+    }
     return true;
 }
 
@@ -119,12 +154,35 @@ constexpr auto with(const Key<Record> (&own)[Own], std::array<Key<Record>, Setti
     return all;
 }
 
+constexpr std::array<Word<Checks>, 3> checks_words{
+    {{"off", Checks::off}, {"watch", Checks::watch}, {"enforce", Checks::enforce}}};
+
+constexpr std::int64_t rate_max = 1'000'000, addresses_max = 65'535, day = 86'400;
+
+template <class Record, auto Member, std::int64_t Least, std::int64_t Most>
+constexpr auto limit = number_in<&Record::limits, Member, Least, Most>;
+
+template <auto Member, std::int64_t Least, std::int64_t Most>
+constexpr auto bridge_limit = number_in<&Bridge::bridge_limits, Member, Least, Most>;
+
 constexpr Key<Bridge> bridge_keys[] = {
     {"name", required, device<&Bridge::name, PPPOEIA_BRIDGE_NAME_MAX>},
     {"device", optional, device<&Bridge::device, device_name_max>},
     {"ports", optional, number<&Bridge::ports, 2, most_port_records>},
     {"stag_ethertype", optional, number<&Bridge::stag_ethertype, 0x0600, 0xFFFF>},
     {"max_pdu", optional, number<&Bridge::max_pdu, 64, 65535>},
+    {"line_rate", optional, limit<Bridge, &PortLimits::line_rate, 0, rate_max>},
+    {"line_burst", optional, limit<Bridge, &PortLimits::line_burst, 1, rate_max>},
+    {"line_silence", optional, limit<Bridge, &PortLimits::line_silence, 0, day>},
+    {"port_rate", optional, limit<Bridge, &PortLimits::port_rate, 0, rate_max>},
+    {"port_burst", optional, limit<Bridge, &PortLimits::port_burst, 1, rate_max>},
+    {"new_addresses", optional, limit<Bridge, &PortLimits::new_addresses, 1, addresses_max>},
+    {"address_life", optional, bridge_limit<&BridgeLimits::address_life, 1, day>},
+    {"engine_rate", optional, bridge_limit<&BridgeLimits::engine_rate, 0, rate_max>},
+    {"checks", optional, word_in<&Bridge::bridge_limits, &BridgeLimits::checks, checks_words>},
+    {"servers", optional,
+     addresses_in<&Bridge::bridge_limits, &BridgeLimits::servers, servers_max>},
+    {"servers_first", optional, bridge_limit<&BridgeLimits::servers_first, 0, servers_max>},
 };
 
 constexpr std::size_t panel_max = length_for<sizeof pppoeia_port_location::panel>;
@@ -147,6 +205,12 @@ constexpr Key<Interface> interface_keys[] = {
     {"serial", optional, onu_serial<&Interface::serial>},
     {"mac", optional, mac_address<&Interface::mac>},
     {"in_use", optional, flag<&Interface::gem_in_use>},
+    {"line_rate", optional, limit<Interface, &PortLimits::line_rate, 0, rate_max>},
+    {"line_burst", optional, limit<Interface, &PortLimits::line_burst, 1, rate_max>},
+    {"line_silence", optional, limit<Interface, &PortLimits::line_silence, 0, day>},
+    {"port_rate", optional, limit<Interface, &PortLimits::port_rate, 0, rate_max>},
+    {"port_burst", optional, limit<Interface, &PortLimits::port_burst, 1, rate_max>},
+    {"new_addresses", optional, limit<Interface, &PortLimits::new_addresses, 1, addresses_max>},
 };
 
 constexpr Key<Vlan> vlan_keys[] = {

@@ -7,6 +7,7 @@
 #include <bpf/bpf.h>
 #include <bpf/libbpf.h>
 #include <syslog.h>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -166,6 +167,24 @@ frame_counts Filter::counts(int device) const {
                              0) != 0)
         return {};
     return counted;
+}
+
+void Filter::set_servers(std::uint32_t bridge,
+                         const std::vector<std::array<std::uint8_t, 6>> &listed) {
+    const bpf_map *map = programs_->maps.servers;
+    std::vector<filter_server> gone;
+    filter_server server{};
+    for (const filter_server *last = nullptr;
+         bpf_map__get_next_key(map, last, &server, sizeof server) == 0; last = &server)
+        if (server.bridge == bridge) gone.push_back(server);
+    store(programs_->maps.servers_seen, bridge, std::uint32_t{UINT32_MAX});  // none enters
+    for (const filter_server &each : gone) erase(map, each);
+    server.bridge = static_cast<std::uint16_t>(bridge);
+    for (const auto &address : listed) {
+        std::copy(address.begin(), address.end(), server.address);
+        store(map, server, std::uint32_t{1});
+    }
+    store(programs_->maps.servers_seen, bridge, std::uint32_t{0});
 }
 
 int Filter::descriptor(Hook hook) const {

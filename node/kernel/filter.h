@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 struct filter_bpf;
 
@@ -49,6 +50,9 @@ public:
     void begin_counts(int device);
     void end_counts(int device);
     frame_counts counts(int device) const;  // zeros when there are none
+
+    // The servers that may answer on a bridge; those that were the first are forgotten.
+    void set_servers(std::uint32_t bridge, const std::vector<std::array<std::uint8_t, 6>> &listed);
 
     int descriptor(Hook hook) const;  // of the program; this object's
 

@@ -14,6 +14,10 @@ enum {
     FILTER_FRAME_MAX = 9728,  // largest Ethernet frame that is taken, bytes
     FILTER_STATIONS = 65536,  // learnt addresses, of which so many may be the network's
     FILTER_NETWORK_STATIONS = 1024,
+    FILTER_LINES = 65536,     // lines whose rates are watched
+    FILTER_REQUESTS = 32768,  // requests that an answer may come to
+    FILTER_SESSIONS = 65536,
+    FILTER_SERVERS = 64,  // of one bridge
 };
 
 // The frame record. The first six bytes are read as a destination address by
@@ -30,6 +34,7 @@ enum {
     RECORD_MARK = 12,
     RECORD_ARRIVAL = 16,  // struct filter_arrival
     RECORD_SOURCE = 28,   // the frame's source address as it came
+    RECORD_MESSAGE = 34,  // struct filter_message
     RECORD_TOTAL_LENGTH = 48,
     RECORD_INPUT_PORT = 52,
     RECORD_INPUT_DEVICE = 74,
@@ -54,6 +59,44 @@ struct filter_arrival {
     __u32 bridge_epoch;
 };
 
+// What the frame says, for when the engine has passed it.
+struct filter_message {
+    __u32 uniq;  // of the Host-Uniq tag
+    __u16 session;
+    __u8 code;
+    __u8 reserved;
+    __u8 destination[6];
+} __attribute__((packed));
+
+// A token bucket of one word: the time at which the next frame would be on time. It
+// may lie so far ahead as the burst allows.
+struct filter_rate {
+    __u64 interval;  // ns from one frame to the next; 0: no limit
+    __u64 depth;     // ns
+};
+
+// What a port's frames may cost the others.
+struct filter_policy {
+    struct filter_rate line;      // each of its lines: outer and inner VLAN
+    struct filter_rate port;      // all of them together
+    struct filter_rate stations;  // new addresses
+    __u64 silence;                // ns for which a line that was too fast is silent
+    __u32 trusted;                // its frames may say more than their tags
+    __u32 reserved;
+};
+
+// What is done about answers that nobody asked for and the like.
+enum filter_checks { FILTER_OFF, FILTER_WATCH, FILTER_ENFORCE };
+
+struct filter_bridge_policy {
+    struct filter_rate engine;  // all subscribers' frames: what the engine takes
+    __u64 station_life;         // ns after its last frame
+    __u32 checks;
+    __u32 servers_checked;  // answers come only from those in the map,
+    __u32 servers_first;    // which so many enter by being the first
+    __u32 reserved;
+};
+
 // By bridge number.
 struct filter_bridge {
     __u32 pseudo;               // interface index of the pseudo device; 0: frames are held
@@ -63,6 +106,7 @@ struct filter_bridge {
     __u32 slots[FILTER_ROLES];  // one past the highest slot in use
     __u32 sole[FILTER_ROLES];   // the only port of a role; 0 when none or several
     char name[FILTER_NAME_SIZE];
+    struct filter_bridge_policy policy;
 };
 
 // By interface index of a port. A port without a record holds its frames.
@@ -74,6 +118,7 @@ struct filter_port {
     __u32 epoch;  // new whenever one of these changes
     __u32 place;  // among all ports of the role, for its share of the stations
     char name[FILTER_NAME_SIZE];
+    struct filter_policy policy;
 };
 
 // By device name, zero padded.
@@ -98,7 +143,51 @@ struct filter_station {
 struct filter_place {
     __u64 seen;  // ns of the monotonic clock
     __u32 device;
-    __u32 cell;
+    __u16 cell;
+    __u16 released;  // its owner has gone: another line may have it
+};
+
+// A server's address, in whatever VLANs it stands.
+struct filter_server {
+    __u8 address[6];
+    __u16 bridge;
+};
+
+// What an answer names: who asked, and by which Host-Uniq.
+struct filter_asked {
+    struct filter_station client;
+    __u32 uniq;
+};
+
+struct filter_request {
+    __u64 padi;  // ns, 0: none
+    __u64 padr;
+    __u8 server[6];  // that the PADR went to
+    __u16 reserved;
+};
+
+struct filter_session {
+    struct filter_station client;
+    __u8 server[6];
+    __u16 number;
+};
+
+struct filter_session_state {
+    __u64 ended;   // ns, 0: it has not
+    __u32 device;  // of the client's port, 0: not known
+    __u32 reserved;
+};
+
+struct filter_line {
+    __u32 device;
+    __u16 vlan;
+    __u16 cvlan;
+};
+
+// Of a line, a port or a bridge.
+struct filter_meter {
+    __u64 due;           // the next frame's time, ns
+    __u64 silent_until;  // ns
 };
 
 // By the same key as a slot.

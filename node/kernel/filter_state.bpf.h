@@ -75,6 +75,68 @@ struct {
     __type(value, struct filter_station);
 } cells SEC(".maps");
 
+// Addresses that have answered from the network side, with their port's device.
+// Written by the threads that send; only the network's ports fill it.
+struct {
+    __uint(type, BPF_MAP_TYPE_LRU_HASH);
+    __uint(max_entries, FILTER_NETWORK_STATIONS);
+    __type(key, struct filter_server);
+    __type(value, __u32);
+} answering SEC(".maps");
+
+// The servers that may answer: listed by the owner, or the first that did.
+struct {
+    __uint(type, BPF_MAP_TYPE_HASH);
+    __uint(max_entries, FILTER_BRIDGES *FILTER_SERVERS);
+    __type(key, struct filter_server);
+    __type(value, __u32);
+} servers SEC(".maps");
+
+// By bridge number: how many entered by being the first.
+struct {
+    __uint(type, BPF_MAP_TYPE_ARRAY);
+    __uint(max_entries, FILTER_BRIDGES);
+    __type(key, __u32);
+    __type(value, __u32);
+} servers_seen SEC(".maps");
+
+struct {
+    __uint(type, BPF_MAP_TYPE_LRU_HASH);
+    __uint(max_entries, FILTER_REQUESTS);
+    __type(key, struct filter_asked);
+    __type(value, struct filter_request);
+} requests SEC(".maps");
+
+struct {
+    __uint(type, BPF_MAP_TYPE_LRU_HASH);
+    __uint(max_entries, FILTER_SESSIONS);
+    __type(key, struct filter_session);
+    __type(value, struct filter_session_state);
+} sessions SEC(".maps");
+
+// The lines that ask most; who is pushed out begins with a full bucket.
+struct {
+    __uint(type, BPF_MAP_TYPE_LRU_HASH);
+    __uint(max_entries, FILTER_LINES);
+    __type(key, struct filter_line);
+    __type(value, struct filter_meter);
+} lines SEC(".maps");
+
+// By the key of a slot.
+struct {
+    __uint(type, BPF_MAP_TYPE_ARRAY);
+    __uint(max_entries, FILTER_BRIDGES *FILTER_ROLES *FILTER_SLOTS);
+    __type(key, __u32);
+    __type(value, struct filter_meter);
+} port_meters SEC(".maps");
+
+struct {
+    __uint(type, BPF_MAP_TYPE_ARRAY);
+    __uint(max_entries, FILTER_BRIDGES);
+    __type(key, __u32);
+    __type(value, struct filter_meter);
+} bridge_meters SEC(".maps");
+
 // Cells of a port, by role. The owner makes them fewer when the ports become more.
 __u32 station_shares[FILTER_ROLES];
 
@@ -93,6 +155,19 @@ struct {
     __type(key, __u32);
     __type(value, struct frame_counts);
 } counts SEC(".maps");
+
+static __always_inline void tell(enum frame_outcome outcome) {
+    __u32 key = outcome;
+    __u64 *count = bpf_map_lookup_elem(&outcomes, &key);
+    if (count) *count += 1;
+}
+
+// Of the port that the frame came in by, or was to leave by unmarked.
+static __always_inline void tell_of(__u32 device, enum frame_outcome outcome) {
+    tell(outcome);
+    struct frame_counts *own = bpf_map_lookup_elem(&counts, &device);
+    if (own) __sync_fetch_and_add(&own->outcomes[outcome], 1);
+}
 
 struct frame_copy {
     __u8 bytes[FILTER_FRAME_MAX];

@@ -173,6 +173,7 @@ void Ports::publish(int device, Port &port, const Wish &wanted) {
     record.role = wanted.binding->role;
     record.input = wanted.binding->port;
     copy_name(port.name, record.name);
+    record.policy = policies_.of(wanted.bridge->description.name, record.input);
     if (port.known && port.told && same(*port.known, record)) return;
     withdraw(device, port);
 
@@ -234,6 +235,7 @@ void Ports::store_bridge(BridgeState &bridge) {
                            ? bridge.frame_max()
                            : std::min(bridge.frame_max(), static_cast<std::uint32_t>(room));
     copy_name(bridge.description.name, record.name);
+    record.policy = policies_.of(bridge.description.name);
     for (std::size_t role = 0; role < FILTER_ROLES; ++role) {
         const auto &slots = bridge.slots[role];
         record.slots[role] = slots.empty() ? 0 : slots.rbegin()->first + 1;

@@ -51,6 +51,11 @@ Kernel::~Kernel() {
     watcher_.join();
 }
 
+void Kernel::limit(const Description &description) {
+    const std::lock_guard guard(lock_);
+    ports_.limit(description);
+}
+
 std::vector<PortStatus> Kernel::ports() const {
     const std::lock_guard guard(lock_);
     return ports_.status();

@@ -41,6 +41,10 @@ public:
     Kernel(const Kernel &) = delete;
     Kernel &operator=(const Kernel &) = delete;
 
+    // Puts the limits of another description in force, and nothing else of it. Throws
+    // std::system_error when the filter could not be told.
+    void limit(const Description &description);
+
     // The devices that carry the filter.
     std::vector<PortStatus> ports() const;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <stdexcept>
 #include <system_error>
 
@@ -36,10 +37,31 @@ const std::string &device_of(const Bridge &bridge) {
 
 void Ports::describe(const Description &description) {
     check(description);
+    policies_ = Policies(description);
     for (const Interface &interface : description.interfaces)
         if (!interface.device.empty() && facts_of(interface.type).stands_in_bridge)
             awaited_.insert(interface.device);
     for (const Bridge &bridge : description.bridges) add_bridge(bridge);
+}
+
+void Ports::limit(const Description &description) {
+    policies_ = Policies(description);
+    for (BridgeState &bridge : bridges_) {
+        filter_.set_servers(bridge.number, policies_.servers_of(bridge.description.name));
+        store_bridge(bridge);
+        for (auto &[device, port] : ports_)
+            if (port.known && port.known->bridge == bridge.number) limit(device, port, bridge);
+    }
+}
+
+// Other limits do not end what is on its way.
+void Ports::limit(int device, Port &port, const BridgeState &bridge) {
+    const filter_policy &wanted = policies_.of(bridge.description.name, port.known->input);
+    if (std::memcmp(&port.known->policy, &wanted, sizeof wanted) == 0) return;
+    port.known->policy = wanted;
+    port.told = false;
+    filter_.set_port(device, *port.known);
+    port.told = true;
 }
 
 void Ports::describe(const Bridge &bridge) {
@@ -61,6 +83,7 @@ void Ports::add_bridge(const Bridge &bridge) {
     BridgeState state;
     state.description = bridge;
     state.number = lowest_free(numbers);
+    filter_.set_servers(state.number, policies_.servers_of(bridge.name));
     bridges_.push_back(std::move(state));
 }
 

@@ -4,6 +4,7 @@
 
 #include "node/description/description.h"
 #include "node/kernel/filter.h"
+#include "node/kernel/limits.h"
 #include "node/kernel/links.h"
 
 #include <algorithm>
@@ -77,6 +78,11 @@ public:
     // which none is a port yet. Throws std::runtime_error, with nothing changed,
     // when the filter cannot serve it.
     void describe(const Description &description);
+
+    // The limits of a description, for the bridges and ports that there are and those that
+    // come. Servers that were allowed for being the first are forgotten. Throws
+    // std::system_error when the filter could not be told.
+    void limit(const Description &description);
 
     // Brings the filter into line with the devices there are: every member of a
     // described bridge carries it, and every described device that waits to
@@ -154,6 +160,7 @@ private:
     void store_bridge(std::uint32_t number);
     void secure(const Link &link, bool verify);
     void publish(int device, Port &port, const Wish &wanted);
+    void limit(int device, Port &port, const BridgeState &bridge);
     void withdraw(int device, Port &port);
     void withdraw_bridge(BridgeState &bridge);
     std::uint32_t take_place(std::uint32_t role);
@@ -162,6 +169,7 @@ private:
     Filter &filter_;
     const Links &links_;
     std::vector<BridgeState> bridges_;
+    Policies policies_;
     std::map<std::string, Binding> bindings_;  // by device
     std::set<std::string> awaited_;            // devices that carry it before they join
     std::map<int, Port> ports_;                // by interface index

@@ -19,6 +19,7 @@ from lab.topology import mac_of, tool
 
 LINES = int(os.environ.get("PPPOEIA_LINES", "200"))
 MORE_PORTS = 16
+LIMITED = {"line_rate": 20, "port_rate": 1000}  # the usual ones: honest lines do not meet them
 FORMATS = {"A": "A $PORT_REM_ID $VLAN.$CVID $CLNT_MAC",
            "B": "B $d-CLNT_MAC $CVID/$VLAN $PORT_REM_ID"}
 MADE_UP = 80_000  # more addresses than the table of those learnt has room for
@@ -30,7 +31,7 @@ def more_ports():
 
 
 def description():
-    text = node.description(bridge={"ports": 64})
+    text = node.description(bridge={"ports": 64, **LIMITED})
     for _, device, number in more_ports():
         values = {"device": device, "id": number, "name": f"2/1/{number}", "type": "access",
                   "role": "client", "trust": "untrusted", "remote_id": f"line-{number:04}"}

@@ -56,7 +56,10 @@ const Refusal file_rows[] = {
     {"no_keys_in_texts_and_remarks",
      bridge + "x = '" + repeated(99, ".[") + "' # a.b.c.d.e.f.g.h.i\n",
      "FILE:3: [[bridge]] unknown key \"x\", expected \"name\", \"device\", \"ports\", "
-     "\"stag_ethertype\", \"max_pdu\", \"enabled\", \"vsa_mode\", \"insert_circuit_id\", "
+     "\"stag_ethertype\", \"max_pdu\", \"line_rate\", \"line_burst\", \"line_silence\", "
+     "\"port_rate\", \"port_burst\", \"new_addresses\", \"address_life\", \"engine_rate\", "
+     "\"checks\", \"servers\", \"servers_first\", "
+     "\"enabled\", \"vsa_mode\", \"insert_circuit_id\", "
      "\"insert_remote_id\", \"circuit_id_cvlan\", \"circuit_id_format\", \"remote_id_format\" or "
      "\"log_level\""},
     {"a_second_bridge", bridge + "[[bridge]]\nname = 'lan'\n",

@@ -66,6 +66,8 @@ protected:
         made.file = "node.toml";
         made.bridges.resize(1);
         made.bridges[0].name = "br0";
+        made.bridges[0].limits.line_rate = made.bridges[0].limits.port_rate = 0;
+        made.bridges[0].bridge_limits.checks = Checks::off;
         made.interfaces = {
             interface(1, InterfaceType::eth, "n1"), interface(2, InterfaceType::lag, "n2"),
             interface(11, InterfaceType::gem, "p1"), interface(300, InterfaceType::access, "p2")};

@@ -119,20 +119,6 @@ TEST_F(Forwarding, NoFrameReturnsToTheNetworkPortThatItsAddressLivesOn) {
     EXPECT_EQ(1U, outcome(OUTCOME_AT_HOME));
 }
 
-TEST_F(Forwarding, ASubscriberCannotTakeANetworkAddress) {
-    start();
-    Echo echo("br0");
-    const Host h1("h1"), h2("h2"), s1("s1"), s2("s2");
-    s1.send(discovery(PADO, broadcast, mac_s1, {}).bytes());
-    ASSERT_TRUE(h1.receive_discovery() && h2.receive_discovery());
-    h2.send(discovery(PADI, broadcast, mac_s1, {}).bytes());
-    ASSERT_TRUE(s1.receive_discovery() && s2.receive_discovery());
-    const Bytes padr = discovery(PADR, mac_s1, mac_h1, {}).bytes();
-    h1.send(padr);
-    EXPECT_EQ(padr, s1.receive_discovery());
-    EXPECT_EQ(0U, discovery_heard(s2, s1));
-}
-
 TEST_F(Forwarding, WhatTheEngineDropsTeachesNothing) {
     start();
     bool first = true;

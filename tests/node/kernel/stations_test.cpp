@@ -25,6 +25,7 @@ protected:
         bridge.frame_max = 1526;
         bridge.stag_ethertype = 0x88A8;
         std::strcpy(bridge.name, "br0");
+        bridge.policy = Policies().of("br0");
         filter_.set_bridge(0, bridge);
         filter_.set_pseudo(pseudo_, 0);
         put(network_, FILTER_NETWORK, 0, "n1");
@@ -75,6 +76,7 @@ private:
         port.slot = port.place = slot;
         port.input = slot + 1;
         port.epoch = 1;
+        port.policy = Policies().of("br0", port.input);
         device_name.copy(port.name, sizeof port.name - 1);
         filter_.set_port(device, port);
         filter_.set_slot(port, device);
