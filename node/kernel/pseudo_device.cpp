@@ -5,9 +5,9 @@
 #include "node/kernel/netlink.h"
 
 #include <fcntl.h>
+#include <linux/if.h>
 #include <linux/if_tun.h>
 #include <linux/rtnetlink.h>
-#include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <cerrno>

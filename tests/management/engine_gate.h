@@ -82,7 +82,7 @@ private:
         const ssize_t size = recv(line.caller, call.data(), call.size(), 0);
         if (size < 8) return false;
         call.resize(static_cast<std::size_t>(size));
-        const std::uint32_t id = call[4] | call[5] << 8U;
+        const std::uint32_t id = call[4] | std::uint32_t(call[5]) << 8U;
         const Fault now = id == id_ ? fault_.exchange(Fault::none) : Fault::none;
         if (now == Fault::engine_lost) return open = false;
         const Bytes answer = line.engine.exchange(call);

@@ -134,7 +134,7 @@ TEST_F(Hold, NothingIsPassedOnThatCameInBefore) {
     const auto release = [](std::uint32_t port) { ASSERT_EQ(release_frames("br0", port), 0); };
     const auto exchange_ids = [&] {
         std::swap(node.interfaces[2].id, node.interfaces[3].id);
-        for (const std::uint32_t port : {11, 300}) platform::unbind_port("br0", port);
+        for (const std::uint32_t port : {11U, 300U}) platform::unbind_port("br0", port);
         bind_ports();
     };
     const struct {
