@@ -24,9 +24,9 @@ class LabTest(unittest.TestCase):
     def setUp(self):
         self.lab = self.enterContext(Lab(self.unconfined, self.bridge))
 
-    def control(self, *words, status=0):
+    def control(self, *words, status=0, seconds=5.0):
         """What `pppoeiactl` said, which has to end with `status`."""
-        got, said = self.lab.control(*map(str, words))
+        got, said = self.lab.control(*map(str, words), seconds=seconds)
         self.assertEqual(got, status, said)
         return said
 

@@ -98,11 +98,7 @@ class Changes(testing.LabTest):
         self.rounds(lambda: self.rename("sub2", "away"), lambda: self.rename("away", "sub2"))
 
     def test_settings_cleared(self):
-        def clear():
-            status, said = self.lab.control("config", "clear", "--yes", seconds=30)
-            self.assertEqual(status, 0, said)
-
-        self.rounds(clear)
+        self.rounds(lambda: self.control("config", "clear", "--yes", seconds=30))
 
 
 class ExchangedIds(testing.LabTest):
@@ -129,10 +125,9 @@ class ExchangedIds(testing.LabTest):
                               stdout=subprocess.PIPE, text=True) as fire:
             wait_until(lambda: counters(self.lab)["padi"] > rate / 10, "the frames")
             for text in (exchanged, node.description()) * ROUNDS:
-                before = self.lab.control("show", "ports")[1]
-                (self.lab.folder / "node.toml").write_text(text, encoding="utf-8")
-                self.lab.reload(30)
-                self.assertNotEqual(self.lab.control("show", "ports")[1], before)
+                before = self.control("show", "ports")
+                self.change_description(text, 30)
+                self.assertNotEqual(self.control("show", "ports"), before)
             self.assertIsNone(fire.poll(), "the frames ended before the last exchange")
             said = fire.communicate(timeout=60)[0]
         self.assertEqual((fire.returncode, re.findall("^wrong.*", said, re.M)), (0, []))
@@ -147,7 +142,7 @@ class ExchangedIds(testing.LabTest):
         self.lab.start_engine()
         for rate in RATES:
             with self.subTest(rate):
-                self.lab.control("reset")
+                self.control("reset")
                 self.exchange(rate)
 
 

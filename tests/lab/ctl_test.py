@@ -124,11 +124,6 @@ class Control(testing.LabTest):
         file = self.lab.state_folder() / "settings.toml"
         self.lab.start_engine(f'[settings]\nfile = "{file}"\n' + node.description())
 
-    def control(self, *words, status=0):
-        got, said = self.lab.control(*words)
-        self.assertEqual(got, status, said)
-        return said
-
     @unittest.skipUnless(HAVE_SCHEMA, "needs python3-jsonschema")
     def test_answers(self):
         import jsonschema
@@ -173,33 +168,18 @@ class Control(testing.LabTest):
         self.control("status")
 
     def test_reload(self):
-        description = self.lab.folder / "node.toml"
-        text = description.read_text(encoding="utf-8")
-        description.write_text(text.replace('"line-0001"', '"line-9"'), encoding="utf-8")
+        text = (self.lab.folder / "node.toml").read_text(encoding="utf-8")
+        self.describe(text.replace('"line-0001"', '"line-9"'))
         self.assertIn("1 line would change", self.control("reload", "--dry-run"))
         remote_id = lambda: json.loads(self.control("show", "port", "1", "--json"))["port"]["remote_id"]
         self.assertEqual(remote_id(), "line-0001")
         self.assertIn("1 line changed", self.control("reload"))
         self.assertEqual(remote_id(), "line-9")
-        description.write_text(text.replace('"client"', '"clint"', 1), encoding="utf-8")
+        description = self.describe(text.replace('"client"', '"clint"', 1))
         said = self.control("reload", status=1)
         self.assertIn("nothing is changed", said)
         self.assertIn(f"{description}:", said)
         self.assertEqual(remote_id(), "line-9")
-
-    def test_customer_vlan(self):
-        """`preview --cvid` says what a frame with that customer VLAN gets."""
-        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
-        self.control("set", "cvlan", "on")
-        for mode in ("default", "custom"):
-            self.control("set", "cid-format", "$VLAN/$CVID")
-            self.control("set", "cid-mode", "1", mode)
-            client.send(frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI,
-                                         frames.tag(frames.SERVICE_NAME),
-                                         [(0x8100, 100), (0x8100, 7)]))
-            frame, _ = server.wait(lambda frame: frame.code == frames.PADI, "the PADI")
-            said = json.loads(self.control("preview", "1", "100", "--cvid", "7", "--json"))
-            self.assertEqual(said["circuit_id"]["text"].encode(), frame.marks[0][frames.CIRCUIT_ID])
 
     def test_a_batch(self):
         """A pattern and a file of commands; the server's side tells nothing new."""
@@ -222,14 +202,7 @@ class Control(testing.LabTest):
 
     def test_a_line_of_its_own(self):
         """A first format keeps the port's mode; the tag at the server tells."""
-        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
-
-        def circuit_id():
-            client.send(frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI,
-                                         frames.tag(frames.SERVICE_NAME), [(0x8100, 100)]))
-            frame, _ = server.wait(lambda frame: frame.code == frames.PADI, "the PADI")
-            return frame.marks[0][frames.CIRCUIT_ID]
-
+        circuit_id = lambda: self.ids(stack=[(0x8100, 100)])[0]
         default = circuit_id()
         self.control("set", "vlan-cid-format", "1/1/1", "100", "line $VLAN")
         self.assertEqual(circuit_id(), default)
@@ -241,19 +214,19 @@ class Control(testing.LabTest):
         self.control("unset", "line", "1", "100")
         self.assertEqual(circuit_id(), default)
 
-    def test_check_predicts(self):
-        """What `format check` says of a line is what its client's PADI gets."""
-        text = "$SHELF $INTF $SYSNAME $LOCATION $h2CLNT_MAC"
+    def test_preview_and_check_predict(self):
+        """What they say of a line is what its client's PADI gets."""
+        text = "$SHELF $INTF $SYSNAME $LOCATION $h2CLNT_MAC $VLAN/$CVID"
+        line = ["--vlan", "100", "--cvid", "7", "--mac", "02:00:00:00:01:01"]
+        self.control("set", "cvlan", "on")
         self.control("set", "cid-format", text)
-        self.control("set", "cid-mode", "1", "custom")
-        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
-        client.send(frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI,
-                                     frames.tag(frames.SERVICE_NAME)))
-        frame, _ = server.wait(lambda frame: frame.code == frames.PADI, "the PADI")
-        said = json.loads(self.control("format", "check", text, "--json", "--port", "1/1/1",
-                                       "--vlan", "0", "--mac", "02:00:00:00:01:01"))
-        self.assertEqual(bytes.fromhex(said["format"]["id"]["hex"]),
-                         frame.marks[0][frames.CIRCUIT_ID])
+        for mode in ("default", "custom"):
+            self.control("set", "cid-mode", "1", mode)
+            sent = self.ids(stack=[(0x8100, 100), (0x8100, 7)])[0]
+            said = json.loads(self.control("preview", "1", *line[1:6], "--json"))["circuit_id"]
+            self.assertEqual(bytes.fromhex(said["hex"]), sent)
+        checked = json.loads(self.control("format", "check", text, "--json", "--port", "1/1/1", *line))
+        self.assertEqual(bytes.fromhex(checked["format"]["id"]["hex"]), sent)
 
     def test_completion(self):
         for typed, expected in COMPLETIONS:

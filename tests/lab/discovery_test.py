@@ -10,6 +10,12 @@ TAG_FIELDS = ["pppoe.code", "pppoed.tags.vendor_id", "pppoed.tags.circuit_id",
 VENDOR = "3561"
 
 
+# Shelf "shelf1", location port 7, VLAN 0, the client's address with "-" between.
+TEXT_FORMAT, TEXT_ID = "$SHELF/$z4PORT.$VLAN $d-CLNT_MAC", b"shelf1/0007.0 02-00-00-00-01-01"
+# "L", chassis 99 (0x63), the client's address: 8 bytes.
+BINARY_FORMAT, BINARY_ID = "L$hCHASSIS$hCLNT_MAC", bytes.fromhex("4c63020000000101")
+
+
 class Discovery(testing.LabTest):
     def read(self, wire):
         """tshark's rows for what a wire heard: lists of the four fields."""
@@ -45,10 +51,23 @@ class Discovery(testing.LabTest):
         codes = [row[0] for row in self.read(at_client)]
         self.assertEqual(codes[:4], [frames.PADI, frames.PADO, frames.PADR, frames.PADS])
         self.assertNotIn(VENDOR, [row[1] for row in self.read(at_client)])
-        status, said = self.lab.control("stats", "1", "--json")
+        sent = json.loads(self.control("stats", "1", "--json"))["sent"]
+        self.assertEqual((sent["pado"], sent["pads"], sent["padi"]), (1, 1, 0), sent)
+
+    def test_custom_ids(self):
+        self.lab.start_engine(node.description(ports={"sub1": {"port": 7}}))
+        self.lab.start_server()
+        self.control("set", "cid-mode", "1", "custom")
+        self.control("set", "cid-format", TEXT_FORMAT)
+        self.control("set", "rid-format", BINARY_FORMAT)
+        at_server = self.lab.wire("bng")
+        status, said = self.lab.discover()
         self.assertEqual(status, 0, said)
-        sent = json.loads(said)["sent"]
-        self.assertEqual((sent["pado"], sent["pads"], sent["padi"]), (1, 1, 0), said)
+        (_, vendor, circuit_id, remote_id), = self.read(at_server)
+        self.assertEqual((vendor, circuit_id), (VENDOR, TEXT_ID.decode()))
+        self.assertTrue(remote_id.startswith("Lc"), remote_id)
+        padi = frames.parse(at_server.recorded()[0])
+        self.assertEqual(padi.marks, [{frames.CIRCUIT_ID: TEXT_ID, frames.REMOTE_ID: BINARY_ID}])
 
     def test_servers_tag(self):
         # The packaged server sends no such tag back; real concentrators do.

@@ -7,9 +7,8 @@ import stat
 import subprocess
 import time
 
-from lab import confined, frames, node, testing
+from lab import confined, node, testing
 from lab.processes import Process, wait_until
-from lab.traffic import padi
 
 FOLDER = confined.METRICS
 FILE = FOLDER / "pppoeia.prom"
@@ -20,17 +19,6 @@ def description(file=FILE):
 
 
 class MetricsFile(testing.LabTest):
-    def control(self, *words):
-        status, said = self.lab.control(*words)
-        self.assertEqual(status, 0, said)
-        return said
-
-    def send_padi(self):
-        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
-        client.send(padi(0))
-        frame, _ = server.wait(lambda f: f.code == frames.PADI, "the PADI")
-        return frame.marks
-
     def wait_sample(self, sample, file=FILE):
         def said():
             text = file.read_text() if file.exists() else ""
@@ -45,7 +33,7 @@ class MetricsFile(testing.LabTest):
 
     def test_follows_the_node_until_the_end(self):
         self.lab.start_engine(description())
-        self.send_padi()
+        self.ids()
         text = self.wait_sample(
             'pppoeia_port_frames_total{bridge="br0",port="1",name="1/1/1",kind="padi"} 1')
         self.assertIn('pppoeia_port_outcomes_total{bridge="br0",port="1",name="1/1/1",outcome="sent"} 1',
@@ -78,16 +66,12 @@ class MetricsFile(testing.LabTest):
 
         # Another place, and none.
         moved = FOLDER / "moved.prom"
-        here = self.lab.folder / "node.toml"
-        here.write_text(description(moved))
-        self.lab.reload()
+        self.change_description(description(moved))
         self.wait_sample("pppoeia_up 1", moved)
         wait_until(lambda: not FILE.exists(), "the file at the old place to go")
-        here.write_text(node.description())
-        self.lab.reload()
+        self.change_description(node.description())
         wait_until(lambda: not moved.exists(), "the file to go")
-        here.write_text(description())
-        self.lab.reload()
+        self.change_description(description())
         self.assertIn("\npppoeia_engine_restarts_total 1\n", self.wait_sample("pppoeia_up 1"))
         self.lab.stop_management()
         self.assertEqual(list(FOLDER.iterdir()), [], "nothing is left by a clean stop")
@@ -101,10 +85,10 @@ class MetricsFile(testing.LabTest):
         disk.wait_line("attached")
         wait_until(lambda: any(FOLDER.glob(".*.new")), "the writer to be stuck")
         self.control("set", "remote-id", "1", "meanwhile")
-        self.assertEqual(self.send_padi()[0][frames.REMOTE_ID], b"meanwhile")
+        self.assertEqual(self.ids()[1], b"meanwhile")
         self.lab.kill_engine()
         self.lab.start_engine(description())
-        self.assertEqual(self.send_padi()[0][frames.REMOTE_ID], b"meanwhile")
+        self.assertEqual(self.ids()[1], b"meanwhile")
         FILE.unlink()
         disk.stop(signal.SIGINT)
         wait_until(FILE.is_file, "a file once the disk answers")

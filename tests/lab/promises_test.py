@@ -14,12 +14,11 @@ import threading
 import time
 from pathlib import Path
 
-from lab import confined, frames, netns, node, testing
-from lab.processes import wait_until
-from lab.topology import mac_of, tool
+from lab import confined, netns, node, testing
+from lab.processes import WaitFailed, wait_until
+from lab.topology import tool
 
 CALLER = tool("promise_caller")
-CONFIG_CALL = tool("config_call")
 FILE = confined.STATE / "settings.toml"
 LINES = {"sub1": 1, "sub2": 2}
 
@@ -65,29 +64,15 @@ class Promises(testing.LabTest):
         Path("/proc/sys/net/ipv4/tcp_max_tw_buckets").write_text("0", encoding="ascii")
         self.lab.start_engine(node.description() + f'[settings]\nfile = "{FILE}"\n')
 
-    def config(self, what):
-        call = subprocess.run([CONFIG_CALL, what], capture_output=True, text=True, timeout=30,
-                              check=False)
-        self.assertEqual(call.returncode, 0, call.stdout + call.stderr)
-        return call.stdout
-
     def on_the_wire(self, peer):
-        """The Remote ID that a PADI of this subscriber carries."""
-        client, server = self.lab.wire(peer), self.lab.wire("bng")
-
+        """The Remote ID of a PADI once one has passed."""
         def served():
-            client.send(frames.discovery(frames.BROADCAST, mac_of(peer), frames.PADI,
-                                         frames.tag(frames.SERVICE_NAME)))
             try:
-                return server.wait(lambda f: f.code == frames.PADI and f.source == mac_of(peer),
-                                   "the PADI", 0.5)
-            except AssertionError:
-                return None
-            except Exception:
+                return self.ids(peer, seconds=0.5)
+            except (WaitFailed, OSError):
                 return None
 
-        frame, _ = wait_until(served, f"{peer} to be served")
-        return frame.marks[0][frames.REMOTE_ID].decode()
+        return wait_until(served, f"{peer} to be served")[1].decode()
 
     def shown(self, port):
         found = re.search(rf'\[\[port\]\]\nid = {port}\n(?:\w.*\n)*?remote_id = "(.*)"',
@@ -200,10 +185,8 @@ class OnlyOne(testing.LabTest):
         self.assertEqual(second.output(), "another pppoeia-mgmt runs on this machine (process "
                          f"{self.lab.management.pid}): it goes on, this one ends")
         self.assertEqual(netns.run("rpcinfo", "-p", "127.0.0.1"), before)
-        self.assertEqual(self.lab.control("set", "shelf", "still")[0], 0)
-        status = subprocess.run([CONFIG_CALL, "status"], capture_output=True, text=True,
-                                check=True).stdout
-        self.assertIn("\nrestores 0\n", status, "the engine was configured anew")
+        self.control("set", "shelf", "still")
+        self.assertEqual(self.status()["restores"], "0", "the engine was configured anew")
 
 
 class EngineAway(testing.LabTest):

@@ -2,14 +2,11 @@
 its port; files that do not check and disks that are full."""
 
 import json
-import subprocess
 from pathlib import Path
 
-from lab import confined, frames, netns, node, testing
+from lab import confined, netns, node, testing
 from lab.processes import wait_until
-from lab.topology import mac_of, tool
 
-CONFIG_CALL = tool("config_call")
 FOLDER = confined.STATE
 FILE = FOLDER / "settings.toml"
 NO_FILE = 2
@@ -24,30 +21,6 @@ class Settings(testing.LabTest):
     def setUp(self):
         super().setUp()
         self.lab.small_disk("size=64k")
-
-    def control(self, *words):
-        status, said = self.lab.control(*map(str, words))
-        self.assertEqual(status, 0, said)
-        return said
-
-    def config(self, what, result=0):
-        call = subprocess.run([CONFIG_CALL, what], capture_output=True, text=True, timeout=30,
-                              check=False)
-        self.assertEqual(call.returncode, result, call.stdout + call.stderr)
-        return call.stdout
-
-    def status(self):
-        lines = (line.partition(" ") for line in self.config("status").splitlines())
-        return {name: value for name, _, value in lines}
-
-    def remote_id(self):
-        """That of the next PADI from sub1."""
-        client, server = self.lab.wire("sub1"), self.lab.wire("bng")
-        client.send(frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI,
-                                     frames.tag(frames.SERVICE_NAME)))
-        frame, _ = server.wait(lambda f: f.code == frames.PADI, "the PADI")
-        self.assertEqual(len(frame.marks), 1)
-        return frame.marks[0][frames.REMOTE_ID]
 
     def restart_cleanly(self):
         self.lab.stop_engine()
@@ -77,14 +50,14 @@ class Settings(testing.LabTest):
                          '- remote_id = "of an \\"operator\\" \\\\"\n+ remote_id = "not saved"\n')
         self.restart_cleanly()
         self.assertEqual(self.config("show"), running)
-        self.assertEqual(self.remote_id(), b'of an "operator" \\')
+        self.assertEqual(self.ids()[1], b'of an "operator" \\')
 
         self.config("clear")
         self.assertEqual(self.config("diff"), '[agent]\n- shelf = { hex = "730939" }\n'
                          '[[port]] id = 1\n- remote_id = "of an \\"operator\\" \\\\"\n'
                          '[[vlan]] id = 200\n- enabled = false\n'
                          '[[port_vlan]] port = 2 vlan = 100\n- circuit_id_mode = "custom"\n')
-        self.assertEqual(self.remote_id(), b"line-0001")
+        self.assertEqual(self.ids()[1], b"line-0001")
         self.assertEqual(FILE.read_text(), expected, "only a save changes the file")
 
     def test_without_a_file(self):
@@ -105,7 +78,7 @@ class Settings(testing.LabTest):
         self.lab.start_engine(description(auto=True))
         self.assertIn(f"{FILE}:2: [agent] shelf is an integer, expected a text",
                       self.status()["problem"])
-        self.assertEqual(self.remote_id(), b"by hand", "the lines that are right hold")
+        self.assertEqual(self.ids()[1], b"by hand", "the lines that are right hold")
         self.control("set", "remote-id", 1, "new")
         self.config("save")
         self.assertEqual((FOLDER / "settings.toml.bad").read_text(), bad)
@@ -122,7 +95,7 @@ class Settings(testing.LabTest):
         # It arrives, and with it its setting.
         netns.run("ip", "link", "set", "away", "name", "sub1")
         wait_until(lambda: self.status()["waiting"] == "2", "port 1 to join")
-        self.assertEqual(self.remote_id(), b"waited")
+        self.assertEqual(self.ids()[1], b"waited")
 
     def test_a_refused_format_leaves_nothing_behind(self):
         self.lab.start_engine(description())
@@ -140,8 +113,7 @@ class Settings(testing.LabTest):
                 '[[port_vlan]]\nport = 1\nvlan = 100\n' f'circuit_id_format = "{line}"\n')
 
         def circuit_id(*line):
-            said = json.loads(self.control("preview", *line, "--json"))["circuit_id"]["text"]
-            return said
+            return json.loads(self.control("preview", *line, "--json"))["circuit_id"]["text"]
 
         self.lab.start_engine(described("line $VLAN"))
         self.assertEqual((circuit_id(1), circuit_id(1, 100)), ("port 0", "line 100"))
@@ -161,7 +133,7 @@ class Settings(testing.LabTest):
         self.lab.restart_management()
         self.assertEqual((circuit_id(1, 100), self.config("diff")), ("port 0", taken_away))
         # A description read again is the newer word for what has changed in it.
-        (self.lab.folder / "node.toml").write_text(described("new $VLAN"))
+        self.describe(described("new $VLAN"))
         self.assertIn("VLAN 100 of port 1 changes: circuit_id_format", self.control("reload"))
         self.assertEqual(circuit_id(1, 100), "new 100")
         self.assertIn("+ log_level = 5", self.config("diff"))
@@ -180,7 +152,7 @@ class Settings(testing.LabTest):
         self.control("unset", "line", 1, 100)
         self.assertEqual(self.config("diff"), "")
         self.assertEqual(circuit_id(1, 100), "new 100")
-        (self.lab.folder / "node.toml").write_text(described("new $VLAN") + "circuit_id_mode = 'atn'\n")
+        self.describe(described("new $VLAN") + "circuit_id_mode = 'atn'\n")
         self.assertIn("circuit_id_mode is \"atn\", expected \"default\"",
                       self.lab.control("reload")[1])
 
@@ -202,7 +174,7 @@ class Settings(testing.LabTest):
         netns.run("ip", "link", "set", "br0", "mtu", 4000)
         wait_until(lambda: mtu() == 4119, "the engine to take larger frames")
         wait_until(lambda: self.status()["restores"] == "1", "the settings")
-        self.assertEqual(self.remote_id(), b"large")
+        self.assertEqual(self.ids()[1], b"large")
 
 
 if __name__ == "__main__":
