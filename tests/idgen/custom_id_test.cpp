@@ -79,10 +79,10 @@ TEST_F(CustomId, AsksThePlatformForEachFrame) {
     };
     for (int round = 0; round < 3; ++round)
         EXPECT_EQ(frame(), "3 10.1.2.3 2001:DB8::1 0A:0B:0C:0D:0E:0F 12345");
-    platform().board_position = 4;
-    platform().ipv4 = {{10, 9, 8, 7}};
-    platform().ipv6 = "::2";
-    platform().mac = pppoeia_mac{{2, 2, 2, 2, 2, 2}};
+    node().board = 4;
+    node().ipv4 = {{10, 9, 8, 7}};
+    node().ipv6 = "::2";
+    node().management_mac = Bytes(6, 2);
     EXPECT_EQ(frame(), "4 10.9.8.7 ::2 02:02:02:02:02:02 12345");
 }
 
@@ -105,7 +105,7 @@ TEST_F(CustomId, OfBytesIsCutAt63BytesAndItsTextIsNot) {
 // The platform's IPv6 text is not checked: a group of five digits makes a run of
 // 33 characters, whose last byte lacks a digit.
 TEST_F(CustomId, KeepsTheBytesBeforeAHalfOne) {
-    platform().ipv6 = "1:2:3:4:5:6:7:12345";
+    node().ipv6 = "1:2:3:4:5:6:7:12345";
     EXPECT_EQ(make("$hAGENT_IPV6"),
               "0001000200030004000500060007"
               "12345");

@@ -3,6 +3,7 @@
 #include "idgen/resolver.h"
 #include "tests/idgen/scenario.h"
 
+#include <sys/ioctl.h>
 #include <cstring>
 
 using namespace ia::test;
@@ -45,7 +46,7 @@ const value_row value_rows[] = {
 
     {"agent board", MACRO_AGENT_BOARD, "3"},
     {"agent board not known", MACRO_AGENT_BOARD, "", GEM, "<br0> >> Cannot read ncfmGetMyBoardPos",
-     [](B &) { platform().board_position.reset(); }},
+     [](B &) { node().board.reset(); }},
     {"board", MACRO_BOARD, "", GEM, "<br0> >> Cannot read valid board type"},
 
     {"port", MACRO_PORT, "12345", DSL},
@@ -111,31 +112,31 @@ const value_row value_rows[] = {
      [](B &b) { b.frame->client = {}; }},
 
     {"agent MAC of zeros", MACRO_AGENT_MAC, "", GEM, "<br0> >> MAC is NULL\n",
-     [](B &) { platform().mac = pppoeia_mac{}; }},
+     [](B &) { node().management_mac = Bytes(6); }},
     {"agent MAC not known", MACRO_AGENT_MAC, "", GEM, "<br0> >> pppoeia_get_local_mac failed\n",
-     [](B &) { platform().mac.reset(); }},
+     [](B &) { node().failing[SIOCGIFHWADDR] = ENODEV; }},
 
     {"agent IPv4 of high octets", MACRO_AGENT_IPV4, "192.0.2.255", GEM, "",
      [](B &) {
-         platform().ipv4 = {{192, 0, 2, 255}};
+         node().ipv4 = {{192, 0, 2, 255}};
      }},
     {"agent IPv4 zero", MACRO_AGENT_IPV4, "", GEM, "<br0> >> ip NULL \n",
      [](B &) {
-         platform().ipv4 = {{0, 0, 0, 0}};
+         node().ipv4 = {{0, 0, 0, 0}};
      }},
     {"agent IPv4 not known", MACRO_AGENT_IPV4, "", GEM, "<br0> >> ip NULL \n",
-     [](B &) { platform().ipv4.reset(); }},
+     [](B &) { node().ipv4.reset(); }},
     {"agent IPv4 without management", MACRO_AGENT_IPV4, "", GEM,
      "<br0> >> pppoeia_port_index_find_by_type failed for port 6\n",
      [](B &b) { b.ports[MANAGEMENT - 1].intf_kind = 0; }},
     {"agent IPv6 in upper case", MACRO_AGENT_IPV6, "2001:DB8::1"},
     {"agent IPv6 empty", MACRO_AGENT_IPV6, "", GEM, "<br0> >> ipv6_addr is NULL\n",
-     [](B &) { platform().ipv6 = ""; }},
+     [](B &) { node().ipv6 = ""; }},
     {"agent IPv6 not known", MACRO_AGENT_IPV6, "", GEM,
-     "<br0> >> getIpv6Addr: ncfmGetIpv6 has failed\n", [](B &) { platform().ipv6.reset(); }},
+     "<br0> >> getIpv6Addr: ncfmGetIpv6 has failed\n", [](B &) { node().ipv6.reset(); }},
     {"agent IPv6 without terminator", MACRO_AGENT_IPV6,
      "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA", GEM, "",
-     [](B &) { platform().ipv6 = std::string(60, 'a'); }},
+     [](B &) { node().ipv6 = std::string(60, 'a'); }},
 
     {"VLAN 0", MACRO_VLAN, "0", GEM, "", nullptr, ID_GEN_FRAME, 0},
     {"VLAN 4094", MACRO_VLAN, "4094", GEM, "", nullptr, ID_GEN_QUERY, 4094},
@@ -182,7 +183,7 @@ protected:
 TEST_F(MacroValue, IsAsTabled) {
     for (const value_row &row : value_rows) {
         SCOPED_TRACE(row.name);
-        platform() = {};
+        know_the_platform();
         fill(bridge_);
         receive_frame(bridge_, 0xA064, 0x6005);
         if (row.change) row.change(bridge_);
@@ -236,7 +237,7 @@ TEST_F(MacroValue, OfTheAgentsIpv4AsksForNineCharactersOfTheFirstManagementDevic
     bridge_.ports[GEM_LOST - 1].intf_kind = INTF_KIND_MANAGEMENT;
     std::string value;
     getMacroStringValue(&bridge_, MACRO_AGENT_IPV4, value, GEM, ID_GEN_FRAME, 100, 5);
-    EXPECT_EQ(platform().asked_interface, "managemen");
+    EXPECT_EQ(node().asked_interface, "managemen");
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ TEST_F(Readers, OfANewBridge) {
     EXPECT_STREQ(usual.pseudo_dev, "br0_pppoe");
     EXPECT_EQ(usual.board_pos, 3U);
     EXPECT_EQ(usual.port_limit, 13U);
-    platform().board_position.reset();
+    node().board.reset();
     const pppoeia_bridge longer("0123456789abcdefXYZ", 0);
     EXPECT_STREQ(longer.name, "0123456789abcdef");
     EXPECT_STREQ(longer.pseudo_dev, "0123456789abcde");

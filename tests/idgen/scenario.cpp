@@ -73,8 +73,15 @@ void receive_frame(pppoeia_bridge &bridge, std::uint16_t vlan, std::uint16_t cvl
     bridge.frame = {vlan, cvlan, {{0x02, 0x00, 0x5E, 0x10, 0x00, 0x01}}};
 }
 
+void know_the_platform() {
+    reset_node();
+    node().ipv4 = {{10, 1, 2, 3}};
+    node().ipv6 = "2001:db8::1";
+    node().management_mac = hex("0a0b0c0d0e0f");
+}
+
 IdTest::IdTest() {
-    platform() = {};
+    know_the_platform();
     set_test_data({});
     clear_syslog();
 }

@@ -4,7 +4,7 @@
 #include "idgen/macros.h"
 #include "store/bridge.h"
 #include "tests/support/captured_syslog.h"
-#include "tests/support/scripted_platform.h"
+#include "tests/support/scripted_node.h"
 
 #include <gtest/gtest.h>
 #include <cstdint>
@@ -37,6 +37,9 @@ void fill(pppoeia_bridge &bridge);
 // The engine has read a frame from 02:00:5E:10:00:01. The VLAN fields are given
 // whole, priority bits and all.
 void receive_frame(pppoeia_bridge &bridge, std::uint16_t vlan, std::uint16_t cvlan);
+
+// Its board, addresses and MAC address, as they usually are.
+void know_the_platform();
 
 // Everything is traced; platform and test data are afresh.
 class IdTest : public testing::Test {

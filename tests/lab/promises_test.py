@@ -189,15 +189,5 @@ class OnlyOne(testing.LabTest):
         self.assertEqual(self.status()["restores"], "0", "the engine was configured anew")
 
 
-class EngineAway(testing.LabTest):
-    def test_management_waits_for_the_engine(self):
-        self.lab.start_engine()
-        self.lab.stop_engine()
-        self.lab.restart_management()
-        self.lab.restart_engine()
-        wait_until(lambda: self.lab.control("set", "shelf", "after")[0] == 0,
-                   "the engine to be configured")
-
-
 if __name__ == "__main__":
     testing.main()

@@ -1,5 +1,5 @@
-"""The operator's settings: saved, shown, compared, taken back; what waits for
-its port; files that do not check and disks that are full."""
+"""The operator's settings: saved, shown, compared, taken back, described; files that do
+not check."""
 
 import json
 from pathlib import Path
@@ -64,14 +64,6 @@ class Settings(testing.LabTest):
         self.lab.start_engine(node.description())
         self.assertIn("[settings] file", self.config("save", NO_FILE))
 
-    def test_saved_after_each_change(self):
-        self.lab.start_engine(description(auto=True))
-        self.control("set", "remote-id", 1, "first")
-        self.control("set", "remote-id", 2, "second")
-        wait_until(lambda: self.status()["unsaved"] == "0", "the save")
-        self.assertEqual(FILE.read_text(), '[[port]]\nid = 1\nremote_id = "first"\n\n'
-                         '[[port]]\nid = 2\nremote_id = "second"\n')
-
     def test_a_file_that_does_not_check(self):
         bad = "[agent]\nshelf = 5\n[[port]]\nid = 1\nremote_id = \"by hand\"\nrol = \"client\"\n"
         FILE.write_text(bad)
@@ -83,19 +75,6 @@ class Settings(testing.LabTest):
         self.config("save")
         self.assertEqual((FOLDER / "settings.toml.bad").read_text(), bad)
         self.assertEqual(FILE.read_text(), '[[port]]\nid = 1\nremote_id = "new"\n')
-
-    def test_a_setting_waits_for_its_port(self):
-        FILE.write_text('[[port]]\nid = 1\nremote_id = "waited"\n[[port]]\nid = 31\ntrust = '
-                        '"trusted"\n[[port_vlan]]\nport = 31\nvlan = 100\ncircuit_id_mode = "atm"\n')
-        netns.run("ip", "link", "set", "sub1", "name", "away")
-        self.lab.start_engine(description())
-        self.assertEqual(self.status()["waiting"], "3")
-        self.assertEqual(self.status()["unsaved"], "0")
-        self.assertNotIn("1/1/1", self.control("show", "ports"))
-        # It arrives, and with it its setting.
-        netns.run("ip", "link", "set", "away", "name", "sub1")
-        wait_until(lambda: self.status()["waiting"] == "2", "port 1 to join")
-        self.assertEqual(self.ids()[1], b"waited")
 
     def test_a_refused_format_leaves_nothing_behind(self):
         self.lab.start_engine(description())

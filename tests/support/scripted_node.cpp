@@ -11,6 +11,7 @@
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <mutex>
 
 namespace ia::test {
@@ -261,14 +262,24 @@ int net_bind(int socket, int interface_index) {
 
 }  // namespace ia::platform
 
+using ia::test::node;
+
 int ncfmGetMyBoardPos(std::uint8_t *position) {
-    *position = ia::test::node().board;
+    if (!node().board) return -1;
+    *position = *node().board;
     return 0;
 }
 
-int ncfmGetIpv6(ncfm_ipv6 *) {
-    return -1;
+int ncfmGetIpv6(ncfm_ipv6 *block) {
+    if (!node().ipv6) return -1;
+    const std::string &address = *node().ipv6;
+    std::memcpy(block->address, address.data(), std::min(address.size(), sizeof block->address));
+    return 0;
 }
-int ncfmGetInterface(ncfm_interface *) {
-    return -1;
+
+int ncfmGetInterface(ncfm_interface *block) {
+    node().asked_interface = block->name;
+    if (!node().ipv4) return -1;
+    std::ranges::copy(*node().ipv4, block->ipv4);
+    return 0;
 }

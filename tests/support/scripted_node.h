@@ -6,8 +6,10 @@
 #include "platform/frame_outcomes.h"
 #include "tests/support/datagrams.h"
 
+#include <array>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -26,7 +28,10 @@ struct ScriptedNode {
     int bind_result = 0;
     int mtu = 1615;
     Bytes management_mac = hex("020000000099");
-    std::uint8_t board = 3;
+    std::optional<std::uint8_t> board = 3;  // without one, the platform does not know
+    std::optional<std::array<std::uint8_t, 4>> ipv4;
+    std::optional<std::string> ipv6;
+    std::string asked_interface;  // of the last address request
 
     std::set<std::string> pseudo_devices;
     std::map<std::string, std::string> filters;            // bridge -> device

@@ -135,45 +135,29 @@ const Refusal value_rows[] = {
      "FILE:7: [[interface]] device is empty, expected a text"},
 };
 
-// One byte more than the field holds.
-Refusal too_long(const char *name, const std::string &before, const char *key, std::size_t size,
-                 const char *problem) {
-    return {name, before + key + " = '" + std::string(size, 'x') + "'\n", problem};
+// One byte more than the field holds. `place`: its line and section.
+Refusal too_long(const char *name, const std::string &before, const std::string &place,
+                 const std::string &key, std::size_t size) {
+    const std::string shown = size > 60 ? std::string(60, 'x') + "..." : std::string(size, 'x');
+    return {name, before + key + " = '" + std::string(size, 'x') + "'\n",
+            "FILE:" + place + ' ' + key + " \"" + shown + "\" has " + std::to_string(size) +
+                " characters, expected at most " + std::to_string(size - 1)};
 }
 
+const std::string port = bridge + interface("1", "eth");
+const std::string half_port = bridge + "[[interface]]\nid = 1\ntype = 'eth'\n";
+
 const Refusal length_rows[] = {
-    too_long("bridge_name", "[[bridge]]\n", "name", 11,
-             "FILE:2: [[bridge]] name \"xxxxxxxxxxx\" has 11 characters, expected at most 10"),
-    too_long(
-        "interface_name", bridge + "[[interface]]\nid = 1\ntype = 'eth'\ndevice = 'a'\n", "name",
-        15,
-        "FILE:7: [[interface]] name \"xxxxxxxxxxxxxxx\" has 15 characters, expected at most 14"),
-    too_long(
-        "device", bridge + "[[interface]]\nid = 1\ntype = 'eth'\nname = 'a'\n", "device", 16,
-        "FILE:7: [[interface]] device \"xxxxxxxxxxxxxxxx\" has 16 characters, expected at most 15"),
-    too_long("panel", bridge + interface("1", "eth"), "panel", 8,
-             "FILE:8: [[interface]] panel \"xxxxxxxx\" has 8 characters, expected at most 7"),
-    too_long(
-        "vlan_name", bridge + "[[vlan]]\nid = 1\n", "name", 32,
-        "FILE:5: [[vlan]] name \"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx\" has 32 characters, expected "
-        "at most 31"),
-    too_long("shelf", bridge + "[node]\n", "shelf", 40,
-             "FILE:4: [node] shelf \"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx\" has 40 characters, "
-             "expected at most 39"),
-    too_long("description_is_shown_cut", bridge + interface("1", "eth"), "description", 65,
-             "FILE:8: [[interface]] description "
-             "\"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...\" has 65 "
-             "characters, expected at most 64"),
-    too_long("format_of_a_line",
-             bridge + interface("1", "eth") + "[[port_vlan]]\nport = 1\nvlan = 0\n",
-             "remote_id_format", 128,
-             "FILE:11: [[port_vlan]] remote_id_format "
-             "\"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...\" has 128 "
-             "characters, expected at most 127"),
-    too_long("remote_id", bridge + interface("1", "eth"), "remote_id", 64,
-             "FILE:8: [[interface]] remote_id "
-             "\"xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...\" has 64 "
-             "characters, expected at most 63"),
+    too_long("bridge_name", "[[bridge]]\n", "2: [[bridge]]", "name", 11),
+    too_long("interface_name", half_port + "device = 'a'\n", "7: [[interface]]", "name", 15),
+    too_long("device", half_port + "name = 'a'\n", "7: [[interface]]", "device", 16),
+    too_long("panel", port, "8: [[interface]]", "panel", 8),
+    too_long("vlan_name", bridge + "[[vlan]]\nid = 1\n", "5: [[vlan]]", "name", 32),
+    too_long("shelf", bridge + "[node]\n", "4: [node]", "shelf", 40),
+    too_long("description", port, "8: [[interface]]", "description", 65),
+    too_long("format_of_a_line", port + "[[port_vlan]]\nport = 1\nvlan = 0\n", "11: [[port_vlan]]",
+             "remote_id_format", 128),
+    too_long("remote_id", port, "8: [[interface]]", "remote_id", 64),
 };
 
 const Refusal cross_rows[] = {
