@@ -6,10 +6,12 @@ reached a victim, what was counted and what the polite line lost are printed.
 
 import json
 import os
+import signal
 import threading
 
 from lab import frames, node, testing
 from lab.frames import PADI, PADO, PADR, PADS, PADT
+from lab.processes import wait_until
 from lab.topology import mac_of
 
 FRAMES = int(os.environ.get("PPPOEIA_ATTACK_FRAMES", "10000"))
@@ -62,10 +64,14 @@ FLOODS = (
 
 
 class Attacks(testing.LabTest):
-    def start(self, **sub2):
-        self.lab.start_engine(node.description(
+    @staticmethod
+    def description(**sub2):
+        return node.description(
             bridge={"checks": "enforce", "servers_first": 1, "line_rate": 20, "port_rate": 1000},
-            ports={"sub2": sub2}))
+            ports={"sub2": sub2})
+
+    def start(self, **sub2):
+        self.lab.start_engine(self.description(**sub2))
         self.wires = {peer: self.lab.wire(peer) for peer in ("sub1", "sub2", "bng")}
         self.number = 0
 
@@ -141,6 +147,21 @@ class Attacks(testing.LabTest):
                 passed = self.reached("bng")
                 self.assertLessEqual(passed, burst + 10 * rate)
                 print(f"{name}: {FRAMES} sent, {counted['limited']} limited, {passed} passed")
+
+    def test_other_limits_at_a_signal(self):
+        self.start(line_rate=1, line_burst=2)
+        padi = frames.discovery(frames.BROADCAST, SUB2, PADI, EVIL)
+
+        def passed():
+            before = self.outcomes("sub2").get("handed", 0)
+            for _ in range(20):
+                self.wires["sub2"].send(padi)
+            return self.outcomes("sub2").get("handed", 0) - before
+
+        self.assertIn(passed(), (2, 3))  # one more a second
+        (self.lab.folder / "node.toml").write_text(self.description(line_rate=0), encoding="ascii")
+        self.lab.engine.send(signal.SIGHUP)
+        wait_until(lambda: passed() == 20, "the line to be without a limit")
 
 
 if __name__ == "__main__":

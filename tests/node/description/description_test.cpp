@@ -23,6 +23,12 @@ device = "lan"
 ports = 65536
 stag_ethertype = 0x9100
 max_pdu = 1522
+line_rate = 0
+line_burst = 7
+address_life = 60
+checks = "enforce"
+servers = ["02:00:00:00:99:01"]
+servers_first = 2
 vsa_mode = "keep"
 enabled = false
 circuit_id_cvlan = true
@@ -84,6 +90,13 @@ circuit_id_format = { hex = "5ae9" }
     EXPECT_EQ(first.ports, 65536U);
     EXPECT_EQ(first.stag_ethertype, 0x9100);
     EXPECT_EQ(first.max_pdu, 1522U);
+    EXPECT_EQ(first.limits.line_rate, 0U);
+    EXPECT_EQ(first.limits.line_burst, 7U);
+    EXPECT_FALSE(first.limits.port_rate);
+    EXPECT_EQ(first.bridge_limits.address_life, 60U);
+    EXPECT_EQ(first.bridge_limits.checks, Checks::enforce);
+    EXPECT_EQ(first.bridge_limits.servers, (std::vector<Address>{{2, 0, 0, 0, 0x99, 1}}));
+    EXPECT_EQ(first.bridge_limits.servers_first, 2U);
     EXPECT_EQ(first.settings, (AgentSettings{.enabled = false,
                                              .vsa_mode = 0,
                                              .insert_circuit_id = {},
@@ -113,7 +126,7 @@ circuit_id_format = { hex = "5ae9" }
     EXPECT_EQ(pvc.vci, 35U);
     EXPECT_EQ(pvc.description, "flat 12");
     EXPECT_EQ(pvc.settings, (PortSettings{1, 1, "customer 4711", 1}));
-    EXPECT_EQ(pvc.line, 27U);
+    EXPECT_EQ(pvc.line, 33U);
 
     ASSERT_EQ(description.vlans.size(), 2U);
     EXPECT_EQ(description.vlans[0].id, 4095);

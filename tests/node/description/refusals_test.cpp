@@ -87,6 +87,8 @@ const Refusal value_rows[] = {
      "FILE:2: [node] name is an integer, expected a text"},
     {"text_for_a_number", bridge + "ports = '16'\n",
      "FILE:3: [[bridge]] ports is a text, expected an integer, 2 to 65536"},
+    {"a_server_without_an_address", bridge + "servers = ['02:00:00:00:99:01', 'x']\n",
+     "FILE:3: [[bridge]] servers is \"x\", expected 00:1A:2B:3C:4D:5E"},
     {"fraction_for_a_number", bridge + "max_pdu = 1500.0\n",
      "FILE:3: [[bridge]] max_pdu is a fraction, expected an integer, 64 to 65535"},
     {"number_for_a_flag", bridge + "enabled = 1\n",

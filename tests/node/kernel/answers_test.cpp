@@ -7,7 +7,6 @@
 namespace ia::node::test {
 namespace {
 
-constexpr std::uint8_t PADT = 0xA7;
 constexpr std::uint32_t uniq = 7;
 constexpr std::uint8_t session = 5;
 

@@ -16,7 +16,7 @@ inline constexpr Mac mac_h2{0x02, 0, 0, 0, 0x01, 0x02};
 inline constexpr Mac mac_s1{0x02, 0, 0, 0, 0x02, 0x01};
 inline constexpr Mac mac_s2{0x02, 0, 0, 0, 0x02, 0x02};
 
-inline constexpr std::uint8_t PADI = 0x09, PADO = 0x07, PADR = 0x19, PADS = 0x65;
+inline constexpr std::uint8_t PADI = 0x09, PADO = 0x07, PADR = 0x19, PADS = 0x65, PADT = 0xA7;
 
 class BridgeTest : public ::testing::Test {
 protected:

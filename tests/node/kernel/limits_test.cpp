@@ -7,8 +7,6 @@
 namespace ia::node::test {
 namespace {
 
-constexpr std::uint8_t PADT = 0xA7;
-
 Bytes padi(const Mac &source, const std::vector<Tag> &tags = {}, std::uint32_t number = 0) {
     return discovery(PADI, broadcast, source, tags, number).bytes();
 }
