@@ -10,14 +10,12 @@ import contextlib
 import os
 import re
 import subprocess
-import threading
 
 from lab import fire_frames, frames, netns, node, testing
 from lab.agent import counters
 from lab.processes import wait_until
-from lab.topology import PEERS, mac_of, tool
+from lab.topology import mac_of, tool
 from lab.traffic import Traffic, padi
-from lab.wire import Wire
 
 ROUNDS = int(os.environ.get("PPPOEIA_ROUNDS", "3"))
 RATES = (5_000, 150_000)  # frames a second
@@ -26,28 +24,16 @@ FORGED = frames.discovery(frames.BROADCAST, mac_of("sub2"), frames.PADI,
                           frames.tag(frames.SERVICE_NAME) + frames.vendor_tag())
 
 
-class Flood:
-    """From a peer's device, which may be away for a while."""
-
-    def __init__(self, peer):
-        self.sent = 0
-        self._peer = peer
-        self._stop = threading.Event()
-        self._thread = threading.Thread(target=self._run, daemon=True)
-        self._thread.start()
+class Flood(Traffic):
+    """Its own PADIs as fast as it can, sixteen with a forged tag before each."""
 
     def _run(self):
         while not self._stop.is_set():
-            with contextlib.suppress(OSError), Wire(PEERS[self._peer][0], self._peer) as wire:
-                while not self._stop.is_set():
-                    for _ in range(16):
-                        wire.send(FORGED)
-                    wire.send(padi(self.sent, self._peer))
-                    self.sent += 17
-
-    def stop(self):
-        self._stop.set()
-        self._thread.join()
+            with contextlib.suppress(OSError):  # the device may be away
+                for _ in range(16):
+                    self._wire.send(FORGED)
+                self._wire.send(padi(self.sent, self._peer))
+                self.sent += 17
 
 
 class Changes(testing.LabTest):
@@ -55,7 +41,7 @@ class Changes(testing.LabTest):
         super().setUp()
         self.lab.start_engine()
         self.server = self.lab.wire("bng")
-        self.flood = Flood("sub2")
+        self.flood = Flood(self.lab.wire("sub2"), "sub2")
         self.addCleanup(self.flood.stop)
         honest = Traffic(self.lab.wire("sub1"))
         self.addCleanup(honest.stop)

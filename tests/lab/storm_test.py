@@ -87,10 +87,6 @@ class Operator:
 
 
 class Storm(testing.LabTest):
-    def control(self, *words):
-        status, said = self.lab.control(*map(str, words))
-        self.assertEqual(status, 0, said)
-
     def storm(self, lines):
         """What storm_lines said: single numbers by name, and the IDs of each line."""
         plan = self.lab.folder / "plan"

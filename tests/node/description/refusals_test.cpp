@@ -97,13 +97,8 @@ const Refusal value_rows[] = {
      "FILE:3: [[bridge]] ports is 1, expected 2 to 65536"},
     {"too_many_port_records", bridge + "ports = 65537\n",
      "FILE:3: [[bridge]] ports is 65537, expected 2 to 65536"},
-    {"id_0", bridge + interface("0", "eth"), "FILE:4: [[interface]] id is 0, expected 1 to 65535"},
     {"negative_vlan", bridge + "[[vlan]]\nid = -1\n",
      "FILE:4: [[vlan]] id is -1, expected 0 to 4095"},
-    {"bad_type", bridge + interface("1", "vdsl"),
-     "FILE:6: [[interface]] type is \"vdsl\", expected \"eth\", \"dsl\", \"atm\", \"olt\", "
-     "\"onu\", "
-     "\"gem\", \"mng\", \"lag\" or \"access\""},
     {"bad_role", bridge + interface("1", "eth", "role = 'Client'\n"),
      "FILE:8: [[interface]] role is \"Client\", expected \"disabled\", \"client\", \"server\" or "
      "\"both\""},

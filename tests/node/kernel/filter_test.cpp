@@ -252,32 +252,5 @@ TEST_F(Filtering, UnusableRecordsAreDropped) {
     EXPECT_THAT(heard(s1, h1), IsEmpty());
 }
 
-// While the engine comes and goes, whatever arrives bears its mark.
-TEST_F(Filtering, NoUnmarkedFrameWhileTheEngineComesAndGoes) {
-    start();
-    const auto mark_session = [](Bytes &datagram) {
-        datagram.at(frame_at + 14 + 2) = 0xBE;
-        return true;
-    };
-    const Host h1("h1"), s1("s1");
-    std::atomic<bool> stop{false};
-    std::thread shouting([&] {
-        const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
-        while (!stop) h1.send(padi);
-    });
-    std::size_t marked = 0, unmarked = 0;
-    for (int round = 0; round < 20; ++round) {
-        Echo first("br0", mark_session), second("br0", mark_session);
-        for (int i = 0; i < 20; ++i) {
-            const auto frame = s1.receive_discovery();
-            if (frame) ++(frame->at(16) == 0xBE ? marked : unmarked);
-        }
-    }
-    stop = true;
-    shouting.join();
-    EXPECT_EQ(0U, unmarked);
-    EXPECT_GE(marked, 400U);
-}
-
 }  // namespace
 }  // namespace ia::node::test
