@@ -3,6 +3,7 @@
 #include "bench/line.h"
 #include "fe/discovery.h"
 #include "fe/frame.h"
+#include "fe/lines.h"
 #include "idgen/assembly.h"
 #include "idgen/id_memory.h"
 #include "pppoeia/pppoeia.h"
@@ -39,6 +40,7 @@ BridgePtr make_bridge(std::uint32_t slots = 8) {
     const auto bridge = std::make_shared<pppoeia_bridge>(name, slots);
     bridge->mtu = 1615;
     bridge->stag_ethertype_nf = 0x88A8;
+    bridge->lines = make_owned<LineBook>(slots);
     bridge_list_link(bridge);
     set_up_line(name.c_str());
     return bridge;

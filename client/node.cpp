@@ -51,6 +51,19 @@ int clear_port_frames(const char *bridge, std::uint32_t port) {
     return call<clear_port_frames>(bridge, port);
 }
 
+int line_rows(const char *bridge, std::uint32_t from, line_rows_block *out) {
+    return call<line_rows>(bridge, from, out);
+}
+
+int line_story(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
+               line_story_block *out) {
+    return call<line_story>(bridge, port, vid, cvid, out);
+}
+
+int server_rows(const char *bridge, std::uint32_t from, server_rows_block *out) {
+    return call<server_rows>(bridge, from, out);
+}
+
 int watch_frames(std::uint64_t *next) {
     return call<watch_frames>(next);
 }

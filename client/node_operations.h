@@ -23,7 +23,10 @@ using node_operations = operation_table<
     engine_only<1012, watched_frame_get, fe_watched_frame_get>,
     engine_only<1013, line_ids, fe_line_ids>,
     engine_only<1014, port_frames, fe_port_frames>,
-    engine_only<1015, clear_port_frames, fe_clear_port_frames>>;
+    engine_only<1015, clear_port_frames, fe_clear_port_frames>,
+    engine_only<1016, line_rows, fe_line_rows>,
+    engine_only<1017, line_story, fe_line_story>,
+    engine_only<1018, server_rows, fe_server_rows>>;
 // clang-format on
 
 struct every_operation : operations, node_operations {};

@@ -42,6 +42,34 @@ constexpr void fields(Block &block, Visit &&visit) {
         id(block.remote_id);
     } else if constexpr (std::same_as<Plain, port_frames_block>) {
         visit(block.outcomes, block.sent);
+    } else if constexpr (std::same_as<Plain, line_client>) {
+        visit(block.client, block.server, block.since, block.heard, block.session, block.unused);
+    } else if constexpr (std::same_as<Plain, line_event>) {
+        visit(block.first, block.last, block.count, block.kind, block.error, block.session,
+              block.client, block.server, block.text);
+    } else if constexpr (std::same_as<Plain, line_row>) {
+        visit(block.port, block.vlan, block.cvlan, block.state, block.sessions, block.requests,
+              block.refusals, block.requests_since, block.refusals_since, block.first_heard,
+              block.last_heard, block.client, block.server, block.since, block.session,
+              block.unused);
+    } else if constexpr (std::same_as<Plain, server_row>) {
+        visit(block.server, block.first_heard, block.last_heard, block.offers, block.sessions,
+              block.refusals, block.ended, block.answer_times, block.longest_us, block.vlan,
+              block.cvlan, block.unused, block.ac_name, block.service);
+    } else if constexpr (std::same_as<Plain, line_story_block>) {
+        visit(block.looking_since);
+        fields(block.row, visit);
+        visit(block.offer_us, block.confirm_us);
+        for (auto &client : block.clients) fields(client, visit);
+        visit(block.event_count, block.unused);
+        for (auto &event : block.events) fields(event, visit);
+    } else if constexpr (std::same_as<Plain, line_rows_block>) {
+        visit(block.looking_since, block.next, block.count, block.kept, block.limit,
+              block.forgotten, block.full);
+        for (auto &row : block.rows) fields(row, visit);
+    } else if constexpr (std::same_as<Plain, server_rows_block>) {
+        visit(block.count, block.next);
+        for (auto &row : block.rows) fields(row, visit);
     } else if constexpr (std::same_as<Plain, watched_frame>) {
         visit(block.number, block.time_ns, block.port, block.came_length, block.left_length,
               block.bridge, block.input_device, block.output_device, block.verdict, block.reason,

@@ -2,6 +2,7 @@
 
 #include "fe/base/text.h"
 #include "fe/base/trace.h"
+#include "fe/lines.h"
 #include "fe/worker.h"
 #include "platform/net_device.h"
 #include "pppoeia/fe.h"
@@ -169,6 +170,7 @@ int add_bridge(const char *name, std::uint32_t ports) {
     const auto bridge = std::make_shared<pppoeia_bridge>(name, ports);
     bridge->stag_ethertype_nf = info.stag_ethertype;
     bridge->chassis_id = default_chassis;
+    bridge->lines = make_owned<LineBook>(ports);
     bridge->runtime = make_owned<BridgeRuntime>(*bridge, std::move(control));
     BridgeRuntime &runtime = *bridge->runtime;
     if (const int result = start_up(runtime); result != 0) return result;

@@ -3,6 +3,7 @@
 #include "fe/base/trace.h"
 #include "fe/frame.h"
 #include "fe/frame_trace.h"
+#include "fe/line_book.h"
 #include "fe/vendor_tag.h"
 
 namespace ia {
@@ -112,7 +113,8 @@ Outcome edit(Frame &frame, const TagPlace &place, FrameIds &ids) {
 }
 
 Outcome examine(Frame &frame, FrameIds &ids) {
-    trace_received(frame);
+    if (tracing()) [[unlikely]]
+        trace_received(frame);
     if (!find_input_port(frame)) return Outcome::unknown_port;
 
     const std::size_t ethertype_at = parse_vlan_tags(frame);
@@ -124,13 +126,15 @@ Outcome examine(Frame &frame, FrameIds &ids) {
         return Outcome::not_discovery;
     }
     frame.pppoe = ethertype_at + sizeof ethertype;
-    trace_header(frame);
+    if (tracing()) [[unlikely]]
+        trace_header(frame);
     if (frame.payload_end() > frame.end()) {
         IA_TRACE("<%s>    PPPoE PDU doesn't fit into frame.", frame.bridge.name);
         count(frame, &pppoeia_stats::truncated);
         return Outcome::payload_truncated;
     }
-    trace_tags(frame);
+    if (tracing()) [[unlikely]]
+        trace_tags(frame);
 
     if (frame.port->state == PPPOEIA_PORT_DISABLED) {
         IA_TRACE("<%s> >> PPPoE is disabled on '%.16s'. Forwarding unchanged.", frame.bridge.name,
@@ -153,7 +157,8 @@ Outcome examine(Frame &frame, FrameIds &ids) {
     }
     count(frame, counter_of(frame.header().code));
     const Outcome outcome = edit(frame, place, ids);
-    if (is_sent(outcome)) trace_forwarded(frame);
+    if (tracing() && is_sent(outcome)) [[unlikely]]
+        trace_forwarded(frame);
     return outcome;
 }
 
@@ -162,6 +167,9 @@ Outcome examine(Frame &frame, FrameIds &ids) {
 Outcome process_frame(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids) {
     Frame frame(bridge, datagram);
     const Outcome outcome = examine(frame, ids);
+    if (LineBook *lines = bridge.lines.get())
+        if (outcome != Outcome::forwarded || !note_repeated(*lines, frame))
+            note_frame(*lines, frame, outcome);
     if (is_sent(outcome)) return outcome;
     if (const auto counted = counted_as(outcome)) ++frame.port->outcomes[*counted];
     return outcome;

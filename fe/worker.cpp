@@ -6,6 +6,7 @@
 #include "fe/discovery.h"
 #include "fe/frame.h"
 #include "fe/frame_watch.h"
+#include "fe/lines.h"
 
 #include <poll.h>
 #include <pthread.h>
@@ -68,6 +69,7 @@ bool serve_batch(BridgeRuntime &runtime, FrameIds &ids) {
     const std::size_t count = batch.receive(runtime.sock);
     if (count == 0) return false;
     const std::scoped_lock lock(bridge.lock);
+    if (bridge.lines) tell_time(*bridge.lines);
     for (std::size_t number = 0; number < count && !runtime.stop; ++number)
         serve_frame(bridge, batch.show(number), batch, ids);
     batch.send(runtime.sock);

@@ -1,7 +1,7 @@
 // The bridge record: configuration and counters of one PPPoE IA bridge. Both
-// processes keep the same record under the same lock. Behind it hang two records
-// that only their own layers know: the engine's runtime (fe/) and the memory of
-// the ID generation (idgen/).
+// processes keep the same record under the same lock. Behind it hang records that only
+// their own layers know: the engine's runtime and its memory of the lines (fe/), and
+// the memory of the ID generation (idgen/).
 #pragma once
 
 #include "platform/frame_outcomes.h"
@@ -22,6 +22,7 @@ namespace ia {
 
 struct BridgeRuntime;  // fe/bridge_runtime.h
 struct IdMemory;       // idgen/id_memory.h
+struct LineBook;       // fe/lines.h
 
 // Owns a record whose layout only one layer knows; that layer makes it.
 template <class Record>
@@ -145,6 +146,7 @@ struct pppoeia_bridge {
     std::optional<ia::FrameValues> frame;
 
     ia::Owned<ia::IdMemory> ids{nullptr, nullptr};           // made when first needed
+    ia::Owned<ia::LineBook> lines{nullptr, nullptr};         // the engine's only
     ia::Owned<ia::BridgeRuntime> runtime{nullptr, nullptr};  // the engine's only; ends first
 
     // The port's slot, or null when the id is out of range or the port absent.

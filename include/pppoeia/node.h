@@ -4,6 +4,7 @@
 // second, whose name begins with fe_, runs in the engine's process.
 #pragma once
 
+#include "pppoeia/lines.h"
 #include "pppoeia/records.h"
 
 #include <cstddef>
@@ -119,6 +120,22 @@ int line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uin
              const pppoeia_mac *client, line_ids_block *out);
 int fe_line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
                 const pppoeia_mac *client, line_ids_block *out);
+
+// --- lines and servers ----------------------------------------------------------
+// The lines that the engine knows, a page at a time: from 0, then from `next`. A line
+// that comes or goes meanwhile may be missing or there twice. -2 unknown bridge.
+int line_rows(const char *bridge, std::uint32_t from, line_rows_block *out);
+int fe_line_rows(const char *bridge, std::uint32_t from, line_rows_block *out);
+
+// All that is known of one line. -2 unknown bridge, -3 no such line.
+int line_story(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
+               line_story_block *out);
+int fe_line_story(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
+                  line_story_block *out);
+
+// The servers that have answered, in pages likewise.
+int server_rows(const char *bridge, std::uint32_t from, server_rows_block *out);
+int fe_server_rows(const char *bridge, std::uint32_t from, server_rows_block *out);
 
 // --- frames as the engine sees them ----------------------------------------------
 inline constexpr std::size_t watched_frame_size = 1536;  // bytes kept of a frame

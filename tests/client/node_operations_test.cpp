@@ -54,6 +54,24 @@ const NodeRow node_rows[] = {
          return ia::port_frames(br, 300, &frames);
      },
      {text(br), u32(300), hex("b001 0100 00000000")}},
+    {1016,
+     [] {
+         ia::line_rows_block rows{};
+         return ia::line_rows(br, 40, &rows);
+     },
+     {text(br), u32(40), hex("e00d 0100 00000000")}},
+    {1017,
+     [] {
+         ia::line_story_block line{};
+         return ia::line_story(br, 1, 100, 5, &line);
+     },
+     {text(br), u32(1), u16(100), u16(5), hex("1006 0100 00000000")}},
+    {1018,
+     [] {
+         ia::server_rows_block rows{};
+         return ia::server_rows(br, 16, &rows);
+     },
+     {text(br), u32(16), hex("880c 0100 00000000")}},
     {1011,
      [] {
          std::uint64_t next = 0;
