@@ -111,6 +111,23 @@ protected:
         return count;
     }
 
+    // What one host sends comes to the other as it was, or not at all.
+    static ::testing::AssertionResult arrives(const Bytes &frame, const Host &from,
+                                              const Host &to) {
+        from.send(frame);
+        const std::optional<Bytes> got = to.receive_discovery();
+        if (got == frame) return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure()
+               << "came as " << ::testing::PrintToString(got.value_or(Bytes{}));
+    }
+    static ::testing::AssertionResult is_lost(const Bytes &frame, const Host &from,
+                                              const Host &to) {
+        from.send(frame);
+        const std::size_t heard_there = discovery_heard(to, from);
+        if (heard_there == 0) return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << heard_there << " came";
+    }
+
     Description node;
     std::unique_ptr<Kernel> kernel;
 };

@@ -27,11 +27,9 @@ TEST_F(Forwarding, UnicastFollowsTheLearntAddress) {
     h1.send(discovery(PADI, broadcast, mac_h1, tags).bytes());
     ASSERT_TRUE(s1.receive_discovery() && s2.receive_discovery());
     const Bytes pado = discovery(PADO, mac_h1, mac_s1, tags).bytes();
-    s1.send(pado);
-    EXPECT_EQ(pado, h1.receive_discovery());
+    EXPECT_TRUE(arrives(pado, s1, h1));
     const Bytes padr = discovery(PADR, mac_s1, mac_h1, tags).bytes();
-    h1.send(padr);
-    EXPECT_EQ(padr, s1.receive_discovery());
+    EXPECT_TRUE(arrives(padr, h1, s1));
     EXPECT_EQ(0U, discovery_heard(h2, s1));
     EXPECT_EQ(0U, discovery_heard(s2, s1));
 
@@ -70,8 +68,7 @@ TEST_F(Forwarding, IsCountedByPort) {
     }
     h1.send(discovery(PADI, broadcast, mac_h1, std::vector<Tag>(4, {0x8100, 7})).bytes());
     ASSERT_EQ(0, platform::hold_frames("br0", 11));
-    h1.send(discovery(PADI, broadcast, mac_h1, tags).bytes());
-    EXPECT_EQ(0U, discovery_heard(s1, h1));
+    EXPECT_TRUE(is_lost(discovery(PADI, broadcast, mac_h1, tags).bytes(), h1, s1));
     EXPECT_EQ("pado 1 pads 1 other 1 handed 1 spread 1 held-port 1 too-deep 1 ", said(11));
     EXPECT_EQ("", said(300));
     EXPECT_EQ("padi 1 handed 3 sent 3 ", said(1));
@@ -88,8 +85,7 @@ TEST_F(Forwarding, SpreadsFromTheNetworkToEverySubscriber) {
     Echo echo("br0");
     const Host h1("h1"), h2("h2"), s1("s1"), s2("s2");
     const Bytes pado = discovery(PADO, broadcast, mac_s1, {{0x8100, 100}}).bytes();
-    s1.send(pado);
-    EXPECT_EQ(pado, h1.receive_discovery());
+    EXPECT_TRUE(arrives(pado, s1, h1));
     EXPECT_EQ(pado, h2.receive_discovery());
     EXPECT_EQ(0U, discovery_heard(s2, s1));
     EXPECT_EQ(0U, discovery_heard(h1, s1));
@@ -102,8 +98,7 @@ TEST_F(Forwarding, NothingGoesFromSubscriberToSubscriber) {
     h2.send(discovery(PADI, broadcast, mac_h2, {}).bytes());
     ASSERT_TRUE(s1.receive_discovery() && s2.receive_discovery());
     const Bytes padr = discovery(PADR, mac_h2, mac_h1, {}).bytes();
-    h1.send(padr);
-    EXPECT_EQ(padr, s1.receive_discovery());
+    EXPECT_TRUE(arrives(padr, h1, s1));
     EXPECT_EQ(padr, s2.receive_discovery());
     EXPECT_EQ(0U, discovery_heard(h2, h1));
 }
@@ -114,8 +109,7 @@ TEST_F(Forwarding, NoFrameReturnsToTheNetworkPortThatItsAddressLivesOn) {
     const Host h1("h1"), s1("s1");
     s1.send(discovery(PADI, broadcast, mac_s2, {}).bytes());
     ASSERT_TRUE(h1.receive_discovery());
-    s1.send(discovery(PADO, mac_s2, mac_s1, {}).bytes());
-    EXPECT_EQ(0U, discovery_heard(h1, s1));
+    EXPECT_TRUE(is_lost(discovery(PADO, mac_s2, mac_s1, {}).bytes(), s1, h1));
     EXPECT_EQ(1U, outcome(OUTCOME_AT_HOME));
 }
 
@@ -127,13 +121,10 @@ TEST_F(Forwarding, WhatTheEngineDropsTeachesNothing) {
     const Bytes padi = discovery(PADI, broadcast, mac_h1, {}).bytes();
     const Bytes pado = discovery(PADO, mac_h1, mac_s1, {}).bytes();
     h1.send(padi);  // dropped
-    s1.send(pado);
-    EXPECT_EQ(pado, h1.receive_discovery());
+    EXPECT_TRUE(arrives(pado, s1, h1));
     EXPECT_EQ(pado, h2.receive_discovery()) << "to all";
-    h1.send(padi);
-    EXPECT_EQ(padi, s1.receive_discovery());
-    s1.send(pado);
-    EXPECT_EQ(pado, h1.receive_discovery());
+    EXPECT_TRUE(arrives(padi, h1, s1));
+    EXPECT_TRUE(arrives(pado, s1, h1));
     EXPECT_EQ(0U, discovery_heard(h2, s1));
 }
 
@@ -155,8 +146,7 @@ TEST_F(Forwarding, AStormOfAddressesLeavesOtherLinesAlone) {
         for (int i = 0; i < 50; ++i) ASSERT_TRUE(s1.receive_discovery());
     }
     const Bytes pado = discovery(PADO, mac_h2, mac_s1, {}).bytes();
-    s1.send(pado);
-    EXPECT_EQ(pado, h2.receive_discovery());
+    EXPECT_TRUE(arrives(pado, s1, h2));
     EXPECT_EQ(0U, discovery_heard(h1, s1));
     // The storm's own last address was not learnt.
     s1.send(discovery(PADO, {0x06, 0, 0, 0x01, 0x38, 0x7F}, mac_s1, {}).bytes());
