@@ -1,5 +1,6 @@
 """What the lab's tests need around unittest."""
 
+import json
 import os
 import subprocess
 import sys
@@ -41,6 +42,11 @@ class LabTest(unittest.TestCase):
         """The agent's status of the settings: texts by name."""
         lines = (line.partition(" ") for line in self.config("status").splitlines())
         return {name: value for name, _, value in lines}
+
+    def outcomes(self, port):
+        """What became of the frames that came in at a port: numbers by word."""
+        said = json.loads(self.control("stats", port, "--json"))
+        return {row["outcome"]: row["frames"] for row in said["outcomes"]}
 
     def syslog(self):
         """What is logged from now on."""

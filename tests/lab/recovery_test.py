@@ -44,8 +44,7 @@ class Recovery(Rounds):
     def test_settings_stay_when_a_clear_fails(self):
         def kill_and_clear():
             self.lab.kill_engine()
-            status, said = self.lab.control("config", "clear", "--yes", seconds=30)
-            self.assertEqual(status, 1, said)
+            said = self.control("config", "clear", "--yes", status=1, seconds=30)
             self.assertIn("nothing is cleared", said)
 
         self.rounds(kill_and_clear, timed(self.lab.restart_engine))

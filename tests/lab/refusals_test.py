@@ -1,6 +1,5 @@
 """What the engine does not let through: too long, or marked by someone else."""
 
-import json
 from pathlib import Path
 
 from lab import frames, node, testing
@@ -67,16 +66,13 @@ class Refusals(testing.LabTest):
         self.start()
         port = node.PORTS["sub1"]["id"]
         for device in ("none", "net0", "mng0"):
-            (self.lab.folder / "node.toml").write_text(
+            self.change_description(
                 node.description().replace("[node]", f'[node]\nmanagement = "{device}"'))
-            self.lab.reload()
             self.client.send(request(frames.PADI, length=1484))
             if device == "none":
                 self.passes(2)
-                status, said = self.lab.control("stats", port, "--json")
-                self.assertEqual(status, 0, said)
-                counted = {row["outcome"]: row["frames"] for row in json.loads(said)["outcomes"]}
-                self.assertEqual(counted["no-local-mac"], 1, said)
+                counted = self.outcomes(port)
+                self.assertEqual(counted["no-local-mac"], 1, counted)
                 continue
             reply, _ = self.client.wait(lambda frame: frame.code == frames.PADO, "the reply")
             self.assertEqual(reply.source, mac_of_device(device))

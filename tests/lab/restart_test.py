@@ -93,9 +93,8 @@ class Holds(testing.LabTest):
             netns.run("ip", "link", "add", name, "up", "type", "veth", "peer", "name", f"y{name}",
                       "netns", peer)
             netns.run("ip", "link", "set", f"y{name}", "up", namespace=peer)
-        source, sink = Wire("yx1", "sub1"), Wire("yx2", "bng")
-        self.addCleanup(source.close)
-        self.addCleanup(sink.close)
+        source, sink = (self.enterContext(Wire(*place)) for place in (("yx1", "sub1"),
+                                                                      ("yx2", "bng")))
         traffic = Traffic(source)
         delays = []
         for number in range(20):

@@ -57,9 +57,8 @@ class Saving(Rounds):
             fill, not_done = next(fillers)
             with self.assertRaisesRegex(OSError, "No space left"):
                 fill()
-            status, said = self.lab.control("config", "save")
-            self.assertEqual((status, said), (
-                1, f"pppoeiactl: {FILE}: cannot be {not_done}: No space left on device"))
+            self.assertEqual(self.control("config", "save", status=1), (
+                f"pppoeiactl: {FILE}: cannot be {not_done}: No space left on device"))
             self.assertEqual(FILE.read_text(encoding="ascii"), old)
             self.assertEqual(list(FOLDER.glob(".*")), [])
             self.assertIn("No space left on device", self.status()["problem"])
@@ -121,8 +120,7 @@ class Saving(Rounds):
             old, step = FILE.read_text(encoding="ascii"), next(coming)
             name, nth = step
             with self.tracing("-e", f"inject={name}:signal=KILL:when={nth}"):
-                status, said = self.lab.control("config", "save")
-            self.assertEqual(status, 3, said)
+                said = self.control("config", "save", status=3)
             self.assertRegex(said, "^pppoeiactl: the agent did not answer: ")
             self.assertEqual(self.lab.management.wait(), -signal.SIGKILL)
 
