@@ -1,4 +1,4 @@
-// Bridges and what is set for them as a whole.
+// Client functions for bridges and their settings.
 #include "client/request.h"
 #include "pppoeia/client.h"
 

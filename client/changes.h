@@ -1,4 +1,5 @@
-// What becomes of this process's changes of the engine, told to who keeps them.
+// Reports each change that this process makes in the engine to an observer (the
+// management process saves it).
 #pragma once
 
 #include <array>
@@ -11,26 +12,27 @@
 
 namespace ia {
 
-// A call: its function id, its bridge, and its numbers in their order (port,
-// VLAN, or the value itself, as the operation has it).
+// A call: function id, bridge, and its numeric arguments in their order (port,
+// VLAN, value).
 struct engine_call {
     std::uint32_t id = 0;
     const char *bridge = "";
     std::array<std::uint32_t, 3> numbers{};
 };
 
-// Both are called on the thread that made the call, under the locks that it
-// holds. Set before any call is made.
-struct change_observer {
-    // The engine and this process's store have taken a change. What this returns
-    // is what the client function returns.
+// Both run on the thread that made the call, under the locks that it holds. Set
+// before the first call.
+struct ChangeObserver {
+    // The engine and this process's store have made the change. The result becomes
+    // the result of the client function.
     std::function<int(const engine_call &)> made;
 
-    // The engine did not answer: it may have taken the call, and the store has not.
+    // The engine did not answer: it may have made the change, this process's store
+    // has not.
     std::function<void(const engine_call &)> unanswered;
 };
 
-inline change_observer observer;
+inline ChangeObserver observer;
 
 template <class... Arguments>
 engine_call describe_call(std::uint32_t id, Arguments... arguments) {

@@ -1,4 +1,4 @@
-// How this process's calls of the engine have gone.
+// Counts this process's failed calls to the engine.
 #pragma once
 
 #include <atomic>
@@ -9,12 +9,12 @@
 
 namespace ia {
 
-// Since the process began; any thread.
-struct client_health {
+// Since the process started. Any thread.
+struct ClientHealth {
     std::atomic<std::uint32_t> ippc_failures{0};  // calls without an answer
 };
 
-inline client_health health;
+inline ClientHealth health;
 
 }  // namespace ia
 

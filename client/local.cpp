@@ -1,4 +1,4 @@
-// What is read is read in this process's own store.
+// Client functions that read: they answer from this process's own store.
 #include "pppoeia/client.h"
 #include "pppoeia/store.h"
 

@@ -1,4 +1,4 @@
-// This process's store where it has to be told what only the engine sees.
+// Tells this process's store a value that only the engine can read from the kernel.
 #pragma once
 
 #include <cstdint>
@@ -7,9 +7,9 @@
 
 namespace ia {
 
-// The largest Ethernet frame of a bridge that this process's store accepts as its
-// maximum: at least 1500 bytes, and what the node's description says, so that
-// the engine alone decides. Returns 0, or -2 for an unknown bridge.
+// Sets the largest value that this process's store accepts as a bridge's maximum
+// PDU. It is at least 1500 and never below the current maximum: whether a value is
+// too large is for the engine to decide. Returns 0, or -2 for an unknown bridge.
 int mirror_maximum_set(const char *bridge, std::uint32_t bytes);
 
 }  // namespace ia

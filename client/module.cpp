@@ -1,4 +1,4 @@
-// The engine as a whole, and its diagnostics.
+// Client functions for the engine as a whole, and for its diagnostics.
 #include "client/request.h"
 #include "pppoeia/client.h"
 

@@ -1,4 +1,4 @@
-// The node's own operations.
+// Client functions for the node's own operations.
 #include "pppoeia/node.h"
 #include "client/request.h"
 
@@ -34,12 +34,12 @@ int describe_board(std::uint32_t position, const char *management_device) {
 }
 
 int macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std::uint16_t vid,
-                std::uint16_t cvid, const pppoeia_mac *client, macro_value_block *out) {
+                std::uint16_t cvid, const pppoeia_mac *client, MacroValueBlock *out) {
     return call<macro_value>(bridge, macro, port, vid, cvid, client, out);
 }
 
 int line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
-             const pppoeia_mac *client, line_ids_block *out) {
+             const pppoeia_mac *client, LineIdsBlock *out) {
     return call<line_ids>(bridge, port, vid, cvid, client, out);
 }
 

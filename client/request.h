@@ -1,4 +1,4 @@
-// Building and making one call to the engine.
+// Builds a call to the engine and makes it.
 #pragma once
 
 #include "client/changes.h"
@@ -15,30 +15,22 @@ namespace ia {
 // Where the engine is reached. Tests use a path of their own.
 inline constinit const char *engine_path = PPPOEIA_ENGINE_PATH;
 
-// What a client function returns, when it is not the engine's or the store's
-// result.
-enum client_result : int {
-    CLIENT_OK = 0,
-    CLIENT_NULL_ARGUMENT = 2,
-    CLIENT_IPPC_FAILED = 4,
-};
-
-// A request whose parameters are added in their order. The first one that
-// cannot be added decides the call's result, and no further one is looked at.
-struct request {
-    request(std::uint32_t id, int params);
+// A request under construction. The first parameter that cannot be added decides
+// the call's result; the others are then ignored.
+struct Request {
+    Request(std::uint32_t id, int params);
 
     std::unique_ptr<ippcFuncData, decltype(&ippcFuncDataDestroy)> handle;
     int next_index = 0;
-    int failure = CLIENT_OK;
+    int failure = client_ok;
 };
 
 // Adds a parameter at an address; null is reported on standard output.
-void add_parameter(request &call, int code, int direction, void *address);
+void add_parameter(Request &call, int code, int direction, void *address);
 
 // An argument of an operation as the next parameter.
 template <class Argument>
-void add(request &call, Argument argument) {
+void add(Request &call, Argument argument) {
     constexpr int code = wire::code<Argument>;
     constexpr int direction = wire::direction<Argument>;
     if constexpr (!std::is_pointer_v<Argument>) {
@@ -57,14 +49,14 @@ void add(request &call, Argument argument) {
 }
 
 // Sends the request. Returns the engine's result, or why there is none.
-int ask_engine(request &call);
+int ask_engine(Request &call);
 
 // Tells who keeps this process's changes how a call went.
 template <bool Changes, class... Arguments>
 int told(int result, std::uint32_t id, Arguments... arguments) {
-    if (result == CLIENT_IPPC_FAILED) {
+    if (result == client_no_answer) {
         if (observer.unanswered) observer.unanswered(describe_call(id, arguments...));
-    } else if (Changes && result == CLIENT_OK && observer.made) {
+    } else if (Changes && result == client_ok && observer.made) {
         return observer.made(describe_call(id, arguments...));
     }
     return result;
@@ -73,13 +65,13 @@ int told(int result, std::uint32_t id, Arguments... arguments) {
 // The whole of a client function: the engine first, then this process's store.
 template <auto Client, class... Arguments>
 int call(Arguments... arguments) {
-    using Row = operation_of<Client>;
+    using Row = OperationOf<Client>;
     static_assert(std::is_same_v<int (*)(Arguments...), decltype(Client)>);
-    request sent(Row::id, sizeof...(Arguments));
+    Request sent(Row::id, sizeof...(Arguments));
     (add(sent, arguments), ...);
     int result = ask_engine(sent);
     if constexpr (Row::mirrored)
-        if (result == CLIENT_OK) result = Row::mirror(arguments...);
+        if (result == client_ok) result = Row::mirror(arguments...);
     return told<Row::mirrored>(result, Row::id, arguments...);
 }
 

@@ -1,8 +1,8 @@
 // How the operations' arguments travel as parameters.
 //
-// Numbers and blocks are little-endian, field by field, as their records lay
-// them out; texts go with their terminator. What a function takes by const
-// pointer is sent, what it takes by pointer is handed back.
+// Numbers and blocks are little-endian, field by field, in the layout of their
+// records; texts include their terminator. An argument by const pointer is an
+// input, an argument by pointer an output.
 #pragma once
 
 #include "platform/ippc.h"
@@ -19,7 +19,7 @@
 
 namespace ia::wire {
 
-// The fields of each block, said once for both ways.
+// The fields of each block, listed once for encoding and decoding.
 template <class Block, class Visit>
 constexpr void fields(Block &block, Visit &&visit) {
     using Plain = std::remove_const_t<Block>;
@@ -34,9 +34,9 @@ constexpr void fields(Block &block, Visit &&visit) {
     } else if constexpr (std::same_as<Plain, pppoeia_stats>) {
         visit(block.padi, block.padr, block.pado, block.pads, block.padt, block.dropped,
               block.unknown_code, block.truncated, block.bypassed);
-    } else if constexpr (std::same_as<Plain, macro_value_block>) {
+    } else if constexpr (std::same_as<Plain, MacroValueBlock>) {
         visit(block.known, block.text);
-    } else if constexpr (std::same_as<Plain, line_ids_block>) {
+    } else if constexpr (std::same_as<Plain, LineIdsBlock>) {
         const auto id = [&](auto &one) { visit(one.size, one.binary, one.text, one.bytes); };
         id(block.circuit_id);
         id(block.remote_id);
@@ -80,7 +80,7 @@ constexpr void fields(Block &block, Visit &&visit) {
     }
 }
 
-// A block as it travels. Its size is its type-size code.
+// A block in its wire form. Its size is its type-size code.
 template <class Value>
 using Block = std::array<std::uint8_t, sizeof(Value)>;
 
@@ -138,7 +138,7 @@ template <class Argument>
 inline constexpr bool is_text =
     std::same_as<std::remove_const_t<std::remove_pointer_t<Argument>>, char>;
 
-// An answer is copied to where the caller wants it.
+// Outputs are copied as they are into the caller's memory.
 template <class Argument>
 inline constexpr bool is_written_as_it_travels =
     std::endian::native ==

@@ -31,7 +31,7 @@ pppoeia_mac parse_mac(const std::string &text) {
 }
 
 std::optional<std::string> ask_engine(const Line &line, customIdFormat macro) {
-    macro_value_block block{};
+    MacroValueBlock block{};
     switch (macro_value(line.bridge.c_str(), macro, line.port, line.vlan, line.cvid, &line.client,
                         &block)) {
         case 0: return std::string(block.text);

@@ -1,8 +1,8 @@
-// The made-up subscriber that custom ID formats are tried with, and the switch
-// that makes the ID generation say what it does.
+// The made-up subscriber for trying custom ID formats, and the debug flag of the ID
+// generation.
 //
-// Both live as long as the process. The request thread writes them; the workers
-// may read them at any time.
+// Both live as long as the process. The request thread writes them; the workers may
+// read them at any time.
 #pragma once
 
 #include "pppoeia/records.h"
@@ -29,7 +29,7 @@ namespace ia {
 // output.
 inline std::atomic<bool> test_debug{false};
 
-// A copy of the record as it stands.
+// A copy of the record.
 customFormatTestData_t test_data();
 
 void set_test_data(const customFormatTestData_t &data);

@@ -55,7 +55,7 @@ void make_bridge(pppoeia_bridge &bridge, FuzzedDataProvider &input) {
 }
 
 bool names_a_macro(const std::string &format) {
-    for (const ia::macro_rule &rule : ia::macro_rules())
+    for (const ia::MacroRule &rule : ia::macro_rules())
         if (format.find(rule.name) != std::string::npos) return true;
     return false;
 }
@@ -86,11 +86,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (type == ID_GEN_FRAME && format.find('\0') == std::string::npos) {
         bridge.revision = 1;
         ia::IdMemory memory;
-        ia::line_slot kept;
+        ia::LineSlot kept;
         const ia::subscriber who = ia::subscriber_of(bridge, line, vid, cvid, type);
-        const ia::format_plan *plan = ia::plan_of(memory, format.c_str());
+        const ia::FormatPlan *plan = ia::plan_of(memory, format.c_str());
         ia::begin_line(kept, who, plan);
-        for (const ia::format_plan *run : {plan, folded_plan(*current_line(kept, who), who)}) {
+        for (const ia::FormatPlan *run : {plan, folded_plan(*current_line(kept, who), who)}) {
             std::vector<std::uint8_t> planned;
             ia::run_plan(run, who, out, planned);
             MUST(planned == binary);

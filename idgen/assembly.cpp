@@ -8,8 +8,9 @@
 
 namespace {
 
-// The macro the scanner found. Delimiter and count live on from macro to macro.
-struct found_macro {
+// The macro that the scanner found. Delimiter and count carry over from macro to
+// macro.
+struct FoundMacro {
     unsigned long start = 0;
     std::string text;
     customIdFormat type = MACRO_SHELF;
@@ -19,14 +20,14 @@ struct found_macro {
     std::string user_string;
 };
 
-// An ID in the making.
-struct id_work {
+// An ID under construction.
+struct IdWork {
     std::string text;
     std::map<unsigned long, unsigned> hex_runs;
 };
 
-// Appends the macro's rendered value; the macro itself when it cannot be rendered.
-void append_formatted(const std::string &value, const found_macro &macro, id_work &work) {
+// Appends the rendered value, or the macro's own text if it cannot be rendered.
+void append_formatted(const std::string &value, const FoundMacro &macro, IdWork &work) {
     std::string processed;
     if (!processMacroString(value, macro.type, macro.flags, macro.delimiter, macro.count,
                             processed)) {
@@ -38,7 +39,7 @@ void append_formatted(const std::string &value, const found_macro &macro, id_wor
     work.text += processed;
 }
 
-// -1 for what is no hexadecimal digit.
+// -1 for a character that is no hexadecimal digit.
 constexpr int digit_value(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'A' && c <= 'F') return c - 'A' + 10;
@@ -46,7 +47,7 @@ constexpr int digit_value(char c) {
     return -1;
 }
 
-// What the pair's leading digits spell; 0 without any.
+// The value of the pair's leading hexadecimal digits; 0 without any.
 std::uint8_t byte_of(const char *digits) {
     const int high = digit_value(digits[0]);
     const int low = digit_value(digits[1]);
@@ -54,7 +55,7 @@ std::uint8_t byte_of(const char *digits) {
     return static_cast<std::uint8_t>(low < 0 ? high : high * 16 + low);
 }
 
-void convert_to_binary(const pppoeia_bridge &bridge, const id_work &work,
+void convert_to_binary(const pppoeia_bridge &bridge, const IdWork &work,
                        std::vector<std::uint8_t> &out) {
     IA_TRACE("<%s> >> Generating binary string", bridge.name);
     if (!idStringToBinaryVector(work.text, work.hex_runs, out))
@@ -63,7 +64,7 @@ void convert_to_binary(const pppoeia_bridge &bridge, const id_work &work,
 
 void cut_to_limit(const pppoeia_bridge &bridge, std::string &id,
                   std::vector<std::uint8_t> &binary) {
-    constexpr int limit = GENERATED_ID_MAX;
+    constexpr int limit = generated_id_max;
     if (binary.empty() && id.size() > limit) {
         IA_TRACE("<%s> >> Cutting CHAR string from %ld to %d chars", bridge.name,
                  static_cast<long>(id.size()), limit);
@@ -84,8 +85,8 @@ bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short v
     IA_TRACE("<%s> >> genCustomId", bridge->name);
     IA_ID_DEBUG("format '%s', port %u, VLAN %u, customer VLAN %u", format.c_str(), intfId, vid,
                 cvid);
-    id_work work;
-    found_macro macro;
+    IdWork work;
+    FoundMacro macro;
     unsigned long position = 0;
     while (getNextMacroFormatString(format, position, macro.start, macro.text, macro.type,
                                     macro.flags, macro.delimiter, macro.count, macro.user_string)) {
@@ -111,7 +112,7 @@ bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short v
     return true;
 }
 
-bool ia::text_to_bytes(std::string_view text, std::span<const hex_run> runs,
+bool ia::text_to_bytes(std::string_view text, std::span<const HexRun> runs,
                        std::vector<std::uint8_t> &out) {
     auto run = runs.begin();
     for (std::size_t at = 0; at < text.size();) {
@@ -131,7 +132,7 @@ bool ia::text_to_bytes(std::string_view text, std::span<const hex_run> runs,
 bool idStringToBinaryVector(const std::string &text,
                             const std::map<unsigned long, unsigned> &hexRuns,
                             std::vector<std::uint8_t> &out) {
-    std::vector<ia::hex_run> runs;
+    std::vector<ia::HexRun> runs;
     runs.reserve(hexRuns.size());
     for (const auto &[at, size] : hexRuns) runs.push_back({at, size});
     return ia::text_to_bytes(text, runs, out);

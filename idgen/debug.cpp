@@ -10,5 +10,5 @@ void ia::print_debug(const char *function, const char *format, ...) {
     std::vsnprintf(message, sizeof message, format, args);
     va_end(args);
     std::printf("PPPOEIA_DEBUG:%s %s\n", function, message);
-    std::fflush(stdout);  // read while it happens, also through a pipe
+    std::fflush(stdout);  // visible at once, also through a pipe
 }

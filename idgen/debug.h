@@ -1,4 +1,4 @@
-// What the ID generation says step by step while the test debug flag is on.
+// Step-by-step output of the ID generation, while the test debug flag is on.
 #pragma once
 
 #include "diag/test_data.h"

@@ -38,11 +38,11 @@ std::string in_words(customIdFormat type, const Options &options) {
     return words.empty() ? "as it is" : words;
 }
 
-// Why an option block is malformed.
+// The reason why an option block is malformed.
 std::string fault_in(const std::string &block) {
     for (std::size_t end = 1; end <= block.size(); ++end) {
         Options ignored;
-        // A letter that wants a count is only at fault when the block ends there.
+        // A letter that needs a count is only at fault at the end of the block.
         if (parseOptChars(block.substr(0, end), ignored.delimiter, ignored.count, ignored.flags))
             continue;
         if (block[end - 1] == 's' && end < block.size()) continue;
@@ -165,7 +165,7 @@ private:
                    "this hexadecimal makes the whole ID binary: it is sent as bytes, not as text");
     }
 
-    // What the block means on its own, and what it means here.
+    // Compares the block's meaning on its own with its meaning here.
     void note_carried_over() {
         if (type_ == MACRO_HEX) return;
         Options own;
@@ -184,7 +184,7 @@ private:
                            " of an earlier macro is taken");
     }
 
-    // What looks like a macro in literal text: '$', options and a name in capitals.
+    // Warns of text that looks like a macro: '$', options and a name in capitals.
     void note_no_macros(std::size_t from, std::size_t to) {
         const auto option = [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); };
         const auto capital = [](char c) { return (c >= 'A' && c <= 'Z') || c == '_'; };
@@ -199,8 +199,8 @@ private:
         }
     }
 
-    // The scanner has found nothing more: because the format ends, or because of
-    // what it says.
+    // The scanner found no further macro: the format ends, or the scanner gave its
+    // reason.
     void note_what_stopped() {
         const std::string rest = position_ <= format_.size() ? format_.substr(position_) : "";
         if (!macro_.empty()) {
@@ -211,7 +211,7 @@ private:
         }
         std::size_t first = std::string::npos;
         std::string_view found;
-        for (const macro_rule &rule : macro_rules()) {
+        for (const MacroRule &rule : macro_rules()) {
             const std::size_t at = rest.find(rule.name);
             if (at < first ||
                 (at == first && rule.name.size() > found.size() && at != std::string::npos)) {
@@ -229,21 +229,21 @@ private:
         if (!report_.complete) return;
         if (!hex_runs_.empty()) idStringToBinaryVector(work_, hex_runs_, report_.binary);
         const bool binary = !report_.binary.empty();
-        if ((binary ? report_.binary.size() : work_.size()) > GENERATED_ID_MAX) {
+        if ((binary ? report_.binary.size() : work_.size()) > generated_id_max) {
             const std::size_t piece = piece_at_limit(binary);
             const FormatPiece &where = report_.pieces[piece];
             note(FormatWarning::cut, where.at, where.length,
                  "the ID has " + std::to_string(binary ? report_.binary.size() : work_.size()) +
                      (binary ? " bytes" : " characters") + " and is cut here, at 63");
             if (binary)
-                report_.binary.resize(GENERATED_ID_MAX);
+                report_.binary.resize(generated_id_max);
             else
-                work_.resize(GENERATED_ID_MAX);
+                work_.resize(generated_id_max);
         }
         report_.text = std::move(work_);
     }
 
-    // The piece in which the ID passes its limit.
+    // The piece in which the ID exceeds its limit.
     std::size_t piece_at_limit(bool binary) const {
         for (std::size_t piece = 0; piece < ends_.size(); ++piece) {
             std::size_t size = ends_[piece];
@@ -252,7 +252,7 @@ private:
                 idStringToBinaryVector(work_.substr(0, size), hex_runs_, bytes);
                 size = bytes.size();
             }
-            if (size > GENERATED_ID_MAX) return piece;
+            if (size > generated_id_max) return piece;
         }
         return ends_.size() - 1;
     }
@@ -262,7 +262,7 @@ private:
     FormatReport report_;
     unsigned long position_ = 0;
 
-    // the macro in hand
+    // the current macro
     unsigned long start_ = 0;
     std::string macro_;
     customIdFormat type_ = MACRO_SHELF;
@@ -270,7 +270,7 @@ private:
     std::string user_string_;
     std::string name_;
 
-    // the ID in the making
+    // the ID under construction
     std::string work_;
     std::vector<std::size_t> ends_;  // of the pieces, in `work_`
     std::map<unsigned long, unsigned> hex_runs_;
@@ -293,8 +293,8 @@ FormatReport explain_format(const std::string &format, const MacroValues &values
 
 std::vector<MacroHelp> macro_vocabulary() {
     std::vector<MacroHelp> all;
-    for (const macro_rule &rule : macro_rules()) {
-        const bool counted = rule.shape != macro_shape::user_hex;
+    for (const MacroRule &rule : macro_rules()) {
+        const bool counted = rule.shape != MacroShape::user_hex;
         std::string options = counted ? "n" : "digits";
         if (counted && !is_address(rule.shape)) options += " z s";
         if (is_ip(rule.shape)) options += " z";

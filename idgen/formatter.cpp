@@ -10,7 +10,7 @@
 
 namespace {
 
-using ia::macro_shape;
+using ia::MacroShape;
 
 constexpr std::size_t ipv6_groups = 8;
 
@@ -31,14 +31,15 @@ std::string right_aligned(std::string text, std::size_t width, char fill) {
     return text;
 }
 
-// The number the text begins with, in 32 bits (-1 is 0xFFFFFFFF); 0 without one.
+// The number at the start of the text, in 32 bits (-1 is 0xFFFFFFFF); 0 without
+// one.
 std::uint32_t leading_number(std::string_view text) {
     std::int64_t number = 0;
     std::from_chars(text.data(), text.data() + text.size(), number);
     return static_cast<std::uint32_t>(number);
 }
 
-// Whole bytes, so an even number of digits.
+// Writes whole bytes, so an even number of digits.
 std::string hex_of(std::uint32_t number) {
     std::array<char, 8> digits{};
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
@@ -57,7 +58,7 @@ void replace_all(std::string_view text, char separator, std::string_view by,
             replaced += c;
 }
 
-// Four octets; what is missing is 0.
+// Reads four octets; missing ones are 0.
 std::array<std::uint8_t, 4> ipv4_octets(std::string_view text) {
     std::array<std::uint8_t, 4> octets{};
     for (std::uint8_t &octet : octets) {
@@ -68,9 +69,9 @@ std::array<std::uint8_t, 4> ipv4_octets(std::string_view text) {
     return octets;
 }
 
-// Hands on the groups of an IPv6 address, each of at least four digits, "::"
-// written out: one group where the address begins with it, elsewhere as many as
-// it takes to have eight.
+// Passes on the groups of an IPv6 address, each filled to four digits. "::" is
+// expanded: to one group at the start of the address, elsewhere to as many groups
+// as complete eight.
 template <class Take>
 void each_ipv6_group(std::string_view text, Take take) {
     const auto each_field = [text](auto act) {
@@ -90,7 +91,7 @@ void each_ipv6_group(std::string_view text, Take take) {
     });
 }
 
-// The address's eight groups, joined. False when it has another number of them.
+// Joins the address's eight groups. False when it has another number of them.
 bool join_ipv6(const std::string &value, std::string_view separator, std::string &joined) {
     std::size_t groups = 0;
     each_ipv6_group(value, [&](std::string_view) { ++groups; });
@@ -106,7 +107,7 @@ bool join_ipv6(const std::string &value, std::string_view separator, std::string
     return true;
 }
 
-// The user string of HEX: digits only, completed to whole bytes at the end.
+// The user string of HEX: only the digits, filled to whole bytes at the end.
 bool put_user_hex(const std::string &digits, std::string &processed) {
     for (const char digit : digits) {
         if (!is_hex_digit(digit)) return false;
@@ -116,11 +117,11 @@ bool put_user_hex(const std::string &digits, std::string &processed) {
     return true;
 }
 
-// An IP address with its octets or groups filled with zeroes.
-bool put_filled(const std::string &value, macro_shape shape, std::string_view separator,
+// An IP address with its octets or groups filled with zeros.
+bool put_filled(const std::string &value, MacroShape shape, std::string_view separator,
                 std::string &processed) {
     if (value.empty()) return true;
-    if (shape == macro_shape::ipv6) return join_ipv6(value, separator, processed);
+    if (shape == MacroShape::ipv6) return join_ipv6(value, separator, processed);
     for (const std::uint8_t octet : ipv4_octets(value)) {
         if (!processed.empty()) processed += separator;
         processed += right_aligned(std::to_string(octet), 3, '0');
@@ -128,35 +129,36 @@ bool put_filled(const std::string &value, macro_shape shape, std::string_view se
     return true;
 }
 
-bool put_hex(const std::string &value, macro_shape shape, std::string &processed) {
+bool put_hex(const std::string &value, MacroShape shape, std::string &processed) {
     switch (shape) {
-        case macro_shape::mac: replace_all(value, ':', "", processed); return true;
-        case macro_shape::ipv4:
+        case MacroShape::mac: replace_all(value, ':', "", processed); return true;
+        case MacroShape::ipv4:
             if (!value.empty())
                 for (const std::uint8_t octet : ipv4_octets(value)) processed += hex_of(octet);
             return true;
-        case macro_shape::ipv6: return value.empty() || join_ipv6(value, "", processed);
+        case MacroShape::ipv6: return value.empty() || join_ipv6(value, "", processed);
         default: processed = hex_of(leading_number(value)); return true;
     }
 }
 
-bool put_delimited(const std::string &value, macro_shape shape, std::string_view delimiter,
+bool put_delimited(const std::string &value, MacroShape shape, std::string_view delimiter,
                    std::string &processed) {
     if (!ia::is_address(shape)) {
         IA_TRACE("<PPPOEIA> >> ERROR: macro not supported for delimiter");
         return false;
     }
-    if (shape == macro_shape::ipv6) {
-        // The address as it was written, "::" and all, unless nothing separates the groups.
+    if (shape == MacroShape::ipv6) {
+        // Without a separator the address is rendered as it was written, with its
+        // "::".
         if (!join_ipv6(value, "", processed)) return false;
         if (delimiter.empty()) return true;
     }
-    replace_all(value, shape == macro_shape::ipv4 ? '.' : ':', delimiter, processed);
+    replace_all(value, shape == MacroShape::ipv4 ? '.' : ':', delimiter, processed);
     return true;
 }
 
-// Cuts or pads to `count` characters, in hexadecimal to `count` bytes.
-bool fit_to_count(macro_shape shape, char flags, unsigned count, std::string &processed) {
+// Cuts or pads to `count` characters; in hexadecimal, to `count` bytes.
+bool fit_to_count(MacroShape shape, char flags, unsigned count, std::string &processed) {
     const bool padding = flags & (macroStringPadZeroes | macroStringPadSpaces);
     if (padding && ia::is_address(shape)) {
         IA_TRACE(
@@ -174,8 +176,8 @@ bool fit_to_count(macro_shape shape, char flags, unsigned count, std::string &pr
     return true;
 }
 
-// The value before it is cut or padded.
-bool render(const std::string &value, macro_shape shape, char flags, std::string_view delimiter,
+// Renders the value without the count.
+bool render(const std::string &value, MacroShape shape, char flags, std::string_view delimiter,
             std::string &processed) {
     if (flags & macroStringPrintHex) return put_hex(value, shape, processed);
     if (flags & macroStringDelimChar) return put_delimited(value, shape, delimiter, processed);
@@ -199,13 +201,13 @@ bool processMacroString(const std::string &str, customIdFormat type, char flags,
 bool ia::render_value(const std::string &str, customIdFormat type, char flags,
                       const std::string &delimiter, unsigned numChars, std::string &processed) {
     processed.clear();
-    const macro_shape shape = macro_rule_of(type).shape;
-    if (shape == macro_shape::user_hex) return put_user_hex(str, processed);
+    const MacroShape shape = macro_rule_of(type).shape;
+    if (shape == MacroShape::user_hex) return put_user_hex(str, processed);
 
     const bool counted = flags & macroStringNumOfChars;
     const bool filled = (flags & macroStringPadZeroes) && !counted && is_ip(shape);
     if (filled && !(flags & macroStringPrintHex)) {
-        const std::string_view own = shape == macro_shape::ipv4 ? "." : ":";
+        const std::string_view own = shape == MacroShape::ipv4 ? "." : ":";
         return put_filled(str, shape, flags & macroStringDelimChar ? delimiter : own, processed);
     }
     if (!render(str, shape, flags, delimiter, processed)) return false;

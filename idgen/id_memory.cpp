@@ -17,7 +17,7 @@ IdMemory &renewed_memory(pppoeia_bridge &bridge) {
     return memory;
 }
 
-const format_plan *plan_of(IdMemory &memory, const char *format) {
+const FormatPlan *plan_of(IdMemory &memory, const char *format) {
     if (format[0] == '\0') return nullptr;
     const auto kept = memory.plans.find(std::string_view(format));
     if (kept != memory.plans.end()) return &kept->second;

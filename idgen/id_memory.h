@@ -1,5 +1,5 @@
-// What the ID generation remembers of a bridge between frames. It hangs on the
-// bridge's record, under the bridge's lock, and is made when it is first needed.
+// Data that the ID generation keeps for a bridge between frames. It belongs to the
+// bridge's record, is protected by the bridge's lock, and is created on first use.
 #pragma once
 
 #include "idgen/plan.h"
@@ -25,32 +25,33 @@ struct TextHash {
 };
 
 struct IdMemory {
-    // Beyond so many, formats that are no longer set are forgotten, with all others.
+    // At this number of plans all are dropped, which removes those of formats no
+    // longer set.
     static constexpr std::size_t plans_max = 4096;
 
-    std::uint64_t revision = 0;  // of the bridge, for what follows
+    std::uint64_t revision = 0;  // the bridge's revision that the following belongs to
 
     const pppoeia_port *management = nullptr;  // the first management port
     bool management_sought = false;
 
-    // By format. A plan stays where it is for as long as the revision.
-    std::unordered_map<std::string, format_plan, TextHash, std::equal_to<>> plans;
+    // By format. A plan does not move while the revision lasts.
+    std::unordered_map<std::string, FormatPlan, TextHash, std::equal_to<>> plans;
 
-    // By port slot: the lines of the Circuit ID and of the Remote ID.
-    std::vector<std::array<line_slot, 2>> lines;
+    // By port slot: the line plans of the Circuit ID and of the Remote ID.
+    std::vector<std::array<LineSlot, 2>> lines;
 };
 
-// Makes the bridge's, or brings it up to the bridge's revision.
+// Creates the bridge's memory, or updates it to the bridge's revision.
 IdMemory &renewed_memory(pppoeia_bridge &bridge);
 
-// The bridge's, as of its revision.
+// The bridge's memory, at the bridge's revision.
 inline IdMemory &memory_of(pppoeia_bridge &bridge) {
     if (bridge.ids && bridge.ids->revision == bridge.revision) [[likely]]
         return *bridge.ids;
     return renewed_memory(bridge);
 }
 
-// The format's plan; null when the format is empty.
-const format_plan *plan_of(IdMemory &memory, const char *format);
+// The plan of a format; null for an empty format.
+const FormatPlan *plan_of(IdMemory &memory, const char *format);
 
 }  // namespace ia

@@ -1,4 +1,4 @@
-// Both IDs of a line, for an operator who wants to know what is sent.
+// Both IDs of a line, for an operator's query.
 #include "fe/base/text.h"
 #include "fe/base/trace.h"
 #include "idgen/resolver.h"
@@ -18,7 +18,7 @@ namespace ia {
 
 namespace {
 
-// As if a frame with these values were in hand, while this lives.
+// Pretends, during its lifetime, that a frame with these values is being processed.
 class AsIfInHand {
 public:
     AsIfInHand(pppoeia_bridge &bridge, const FrameValues &values)
@@ -34,7 +34,7 @@ private:
 
 template <class Build>
 void generate(Build build, pppoeia_bridge &bridge, std::uint32_t port, std::uint16_t vid,
-              generated_id &out) {
+              GeneratedId &out) {
     std::vector<std::uint8_t> binary;
     build(out.text, &bridge, bridge.port(port), vid, binary, ID_GEN_FRAME);
     const std::string_view text = out.text;
@@ -49,7 +49,7 @@ void generate(Build build, pppoeia_bridge &bridge, std::uint32_t port, std::uint
 }  // namespace
 
 int fe_line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
-                const pppoeia_mac *client, line_ids_block *out) try {
+                const pppoeia_mac *client, LineIdsBlock *out) try {
     trace_call(__func__, bridge, port);
     const LockedBridge found(bridge);
     if (!found) return refuse(__func__, -ENOENT);

@@ -10,12 +10,12 @@
 namespace ia {
 namespace {
 
-using enum macro_shape;
+using enum MacroShape;
 
 constexpr bool lasts = true;
-constexpr bool asked = false;  // for each frame: it is the frame's, or the platform's
+constexpr bool asked = false;  // for each frame: it comes from the frame or the platform
 
-constexpr std::array<macro_rule, MACRO_COUNT> rules = {{
+constexpr std::array<MacroRule, macro_count> rules = {{
     {MACRO_SHELF, "SHELF", text, source::shelf, lasts, "shelf of the node"},
     {MACRO_CHASSIS, "CHASSIS", number, source::chassis, lasts, "chassis number of the node"},
     {MACRO_PANEL, "PANEL", text, source::panel, lasts, "panel label of the port"},
@@ -64,27 +64,27 @@ constexpr bool names_differ() {
 }
 
 static_assert(rows_in_order() && names_differ());
-static_assert(std::ranges::all_of(rules, [](const macro_rule &rule) {
+static_assert(std::ranges::all_of(rules, [](const MacroRule &rule) {
     return may_begin_macro_name(rule.name.front());
 }));
 
-constexpr macro_rule no_macro = {customIdFormat{MACRO_COUNT}, "N/A", none, nullptr, asked, ""};
+constexpr MacroRule no_macro = {customIdFormat{macro_count}, "N/A", none, nullptr, asked, ""};
 
 }  // namespace
 
-std::span<const macro_rule, MACRO_COUNT> macro_rules() {
+std::span<const MacroRule, macro_count> macro_rules() {
     return rules;
 }
 
-const macro_rule &macro_rule_of(customIdFormat type) {
-    return type < MACRO_COUNT ? rules[type] : no_macro;
+const MacroRule &macro_rule_of(customIdFormat type) {
+    return type < macro_count ? rules[type] : no_macro;
 }
 
 }  // namespace ia
 
 bool macroIsSupportedForHex(customIdFormat type) {
-    const ia::macro_shape shape = ia::macro_rule_of(type).shape;
-    return shape == ia::macro_shape::number || ia::is_address(shape);
+    const ia::MacroShape shape = ia::macro_rule_of(type).shape;
+    return shape == ia::MacroShape::number || ia::is_address(shape);
 }
 
 bool macroIsSupportedForDelimiter(customIdFormat type) {
@@ -92,7 +92,7 @@ bool macroIsSupportedForDelimiter(customIdFormat type) {
 }
 
 bool macroIsSupportedForUserString(customIdFormat type) {
-    return ia::macro_rule_of(type).shape == ia::macro_shape::user_hex;
+    return ia::macro_rule_of(type).shape == ia::MacroShape::user_hex;
 }
 
 std::string macroFormatTypeToString(customIdFormat type) {
@@ -108,7 +108,7 @@ bool macroAreFlagsValid(customIdFormat type, char flags, const std::string &, un
         IA_TRACE("<PPPOEIA> >> ERROR: both macroStringPadZeroes and macroStringPadSpaces set");
         return false;
     }
-    // An IP address padded without a count gets its octets or groups filled.
+    // z without a count fills the octets or groups of an IP address.
     if ((zeroes || spaces) && numChars == 0 && !ia::is_ip(ia::macro_rule_of(type).shape)) {
         IA_TRACE("<PPPOEIA> >> ERROR: padding set, but zero characters");
         return false;

@@ -1,5 +1,5 @@
-// The vocabulary of custom ID formats: the macros, what each can do, and which
-// options go together.
+// The vocabulary of custom ID formats: the macros, their options, and the options
+// that exclude each other.
 //
 // A macro in a format is "$", an option block and a name, as in "$z4PORT".
 #pragma once
@@ -42,8 +42,8 @@ enum customIdFormat : std::uint32_t {
     MACRO_CPE_MAC,
 };
 
-inline constexpr std::uint32_t MACRO_COUNT = MACRO_CPE_MAC + 1;
-inline constexpr char MACRO_PREFIX = '$';
+inline constexpr std::uint32_t macro_count = MACRO_CPE_MAC + 1;
+inline constexpr char macro_prefix = '$';
 
 // A macro's options.
 inline constexpr char macroStringPrintHex = 0x01;
@@ -54,11 +54,11 @@ inline constexpr char macroStringDelimChar = 0x10;
 
 inline constexpr unsigned macroNumOfCharsMax = 99;  // largest count of characters or bytes
 
-// Where an ID's subscriber data comes from.
+// The source of an ID's subscriber data.
 enum idGenType : std::uint32_t {
     ID_GEN_FRAME = 0,  // from the caller and the frame being processed
     ID_GEN_QUERY = 1,  // client MAC and customer VLAN from the test data
-    ID_GEN_TEST = 2,   // all of it from the test data
+    ID_GEN_TEST = 2,   // all from the test data
 };
 
 bool macroIsSupportedForHex(customIdFormat type);
@@ -68,8 +68,8 @@ bool macroIsSupportedForUserString(customIdFormat type);
 // The macro's name without the prefix; "N/A" for a value that is no macro.
 std::string macroFormatTypeToString(customIdFormat type);
 
-// Whether the options go together and with the macro. The first that do not are
-// traced. The delimiter does not matter.
+// Whether the options fit each other and the macro. The first conflict is traced.
+// The delimiter is not checked.
 bool macroAreFlagsValid(customIdFormat type, char flags, const std::string &delimiter,
                         unsigned numChars);
 
@@ -78,14 +78,14 @@ namespace ia {
 struct subscriber;
 class TextWriter;
 
-inline constexpr std::size_t MACRO_VALUE_MAX = 256;  // characters; no field is longer
+inline constexpr std::size_t macro_value_max = 256;  // characters; no field is longer
 
-// Appends a macro's value; nothing, with a trace, when it cannot be had.
-using macro_source = void(const subscriber &who, TextWriter &value);
+// Appends a macro's value; appends nothing, and traces why, when it has none.
+using MacroSource = void(const subscriber &who, TextWriter &value);
 
-// What a macro's value looks like, which decides the options it takes: hex for
-// all but texts, a delimiter for addresses.
-enum class macro_shape : std::uint8_t {
+// The kind of a macro's value decides which options it accepts: hex for all but
+// texts, a delimiter for addresses only.
+enum class MacroShape : std::uint8_t {
     none,  // no macro
     text,
     number,
@@ -95,32 +95,32 @@ enum class macro_shape : std::uint8_t {
     user_hex,  // hexadecimal digits that stand in the format itself
 };
 
-struct macro_rule {
+struct MacroRule {
     customIdFormat type;
     std::string_view name;
-    macro_shape shape;
-    macro_source *source;  // null: no value can ever be had
-    bool lasts;            // for a port and its VLANs, until the bridge is configured
+    MacroShape shape;
+    MacroSource *source;  // null: the macro never has a value
+    bool lasts;           // constant for a port and its VLANs until the bridge is configured
     std::string_view meaning;
 };
 
 // Every macro, in the order of customIdFormat.
-std::span<const macro_rule, MACRO_COUNT> macro_rules();
+std::span<const MacroRule, macro_count> macro_rules();
 
-// The macro's rule; one without shape and source for a value that is no macro.
-const macro_rule &macro_rule_of(customIdFormat type);
+// The macro's rule; for a value that is no macro, a rule without shape and source.
+const MacroRule &macro_rule_of(customIdFormat type);
 
-// A quick no for most of a format's text.
+// A cheap test that excludes most positions of a format's text.
 constexpr bool may_begin_macro_name(char c) {
     return c >= 'A' && c <= 'Z';
 }
 
-constexpr bool is_ip(macro_shape shape) {
-    return shape == macro_shape::ipv4 || shape == macro_shape::ipv6;
+constexpr bool is_ip(MacroShape shape) {
+    return shape == MacroShape::ipv4 || shape == MacroShape::ipv6;
 }
 
-constexpr bool is_address(macro_shape shape) {
-    return shape == macro_shape::mac || is_ip(shape);
+constexpr bool is_address(MacroShape shape) {
+    return shape == MacroShape::mac || is_ip(shape);
 }
 
 }  // namespace ia

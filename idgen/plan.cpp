@@ -18,11 +18,11 @@ namespace ia {
 namespace {
 
 // A format of 128 characters holds 32 macros at most.
-constexpr std::size_t uncut_id_max = 32 * (MACRO_VALUE_MAX + PPPOEIA_FORMAT_SIZE);
+constexpr std::size_t uncut_id_max = 32 * (macro_value_max + PPPOEIA_FORMAT_SIZE);
 
-// What a frame's IDs are made in; the thread's own, so that it keeps its room.
-struct id_scratch {
-    id_scratch() {
+// Buffers for a frame's IDs, one set per thread, so that their memory is reused.
+struct IdScratch {
+    IdScratch() {
         for (std::string *text : {&value, &processed}) text->reserve(1024);
         hex_runs.reserve(32);
     }
@@ -35,36 +35,37 @@ struct id_scratch {
     TextWriter id{room};
     std::string value;
     std::string processed;
-    std::vector<hex_run> hex_runs;
+    std::vector<HexRun> hex_runs;
 };
 
-// A block's own: one of the namespace that finds no memory would end the process.
-id_scratch &scratch() {
-    thread_local id_scratch work;
+// Local to its function: one at namespace scope that finds no memory would end the
+// process.
+IdScratch &scratch() {
+    thread_local IdScratch work;
     return work;
 }
 
-// Appends rendered text and notes it when it stands for bytes. Where an empty
-// run was noted before, no other is.
-void append(std::string_view text, bool stands_for_bytes, id_scratch &work) {
+// Appends rendered text and records it when it stands for bytes. An empty run
+// already recorded is not recorded again.
+void append(std::string_view text, bool stands_for_bytes, IdScratch &work) {
     const std::size_t at = work.id.size();
     if (stands_for_bytes && (work.hex_runs.empty() || work.hex_runs.back().at != at))
         work.hex_runs.push_back({at, static_cast<unsigned>(text.size())});
     work.id << text;
 }
 
-// The value, which the formatter wants by itself.
-void fetch(const plan_step &step, const subscriber &who, std::string &value) {
-    std::array<char, MACRO_VALUE_MAX> room;
+// The value as a string, which the formatter needs.
+void fetch(const PlanStep &step, const subscriber &who, std::string &value) {
+    std::array<char, macro_value_max> room;
     TextWriter text(room);
     step.source(who, text);
     value = text.view();
 }
 
-void run_step(const plan_step &step, const subscriber &who, id_scratch &work) {
+void run_step(const PlanStep &step, const subscriber &who, IdScratch &work) {
     work.id << step.literal;
     if (!step.source) return append(step.constant, true, work);
-    if (step.flags == 0) return step.source(who, work.id);  // as it is
+    if (step.flags == 0) return step.source(who, work.id);  // without options
     fetch(step, who, work.value);
     if (render_value(work.value, step.type, step.flags, step.delimiter, step.count, work.processed))
         append(work.processed, step.flags & macroStringPrintHex, work);
@@ -72,12 +73,12 @@ void run_step(const plan_step &step, const subscriber &who, id_scratch &work) {
         work.id << step.macro;
 }
 
-// The plan with the values in it that last: as text in front of what follows,
+// The plan with its constant values filled in: as text in front of the next step,
 // or as constant digits.
-format_plan fold(const format_plan &plan, const subscriber &who, id_scratch &work) {
-    format_plan folded;
+FormatPlan fold(const FormatPlan &plan, const subscriber &who, IdScratch &work) {
+    FormatPlan folded;
     std::string literal;
-    for (const plan_step &step : plan.steps) {
+    for (const PlanStep &step : plan.steps) {
         const bool stays = step.source && !macro_rule_of(step.type).lasts;
         work.clear();
         if (stays)
@@ -89,7 +90,7 @@ format_plan fold(const format_plan &plan, const subscriber &who, id_scratch &wor
         const std::size_t end = digits ? work.hex_runs.front().at : text.size();
         literal += text.substr(0, end);
         if (!stays && !digits) continue;
-        plan_step &kept = folded.steps.emplace_back(step);
+        PlanStep &kept = folded.steps.emplace_back(step);
         kept.literal = std::exchange(literal, {});
         if (!stays) {
             kept.source = nullptr;
@@ -106,14 +107,14 @@ bool plans_run() {
     return !tracing() && !test_debug.load(std::memory_order_relaxed);
 }
 
-format_plan make_plan(const std::string &format) {
-    format_plan plan;
+FormatPlan make_plan(const std::string &format) {
+    FormatPlan plan;
     std::string literal;
-    plan_step step;
+    PlanStep step;
     std::string user_string;
     unsigned long start = 0;
     unsigned long position = 0;
-    // Delimiter and count live on from macro to macro.
+    // Delimiter and count carry over from macro to macro.
     while (getNextMacroFormatString(format, position, start, step.macro, step.type, step.flags,
                                     step.delimiter, step.count, user_string)) {
         literal.append(format, position, start - position);
@@ -125,7 +126,7 @@ format_plan make_plan(const std::string &format) {
         const bool value = user_string.empty() && step.source &&
                            macroAreFlagsValid(step.type, step.flags, step.delimiter, step.count);
         user_string.clear();
-        if (!constant && !value) {  // never anything but itself
+        if (!constant && !value) {  // never has a value
             literal += step.macro;
             continue;
         }
@@ -137,36 +138,36 @@ format_plan make_plan(const std::string &format) {
     return plan;
 }
 
-void run_plan(const format_plan *plan, const subscriber &who, char *out,
+void run_plan(const FormatPlan *plan, const subscriber &who, char *out,
               std::vector<std::uint8_t> &binary) {
-    id_scratch &work = scratch();
+    IdScratch &work = scratch();
     work.clear();
     if (plan) {
-        for (const plan_step &step : plan->steps) run_step(step, who, work);
+        for (const PlanStep &step : plan->steps) run_step(step, who, work);
         work.id << plan->rest;
     }
     if (!work.hex_runs.empty()) {
         text_to_bytes(work.id.view(), work.hex_runs, binary);
-        if (binary.size() > GENERATED_ID_MAX) binary.resize(GENERATED_ID_MAX);
+        if (binary.size() > generated_id_max) binary.resize(generated_id_max);
     }
-    const std::size_t length = std::min(work.id.size(), GENERATED_ID_MAX);
+    const std::size_t length = std::min(work.id.size(), generated_id_max);
     std::memcpy(out, work.id.view().data(), length);
     out[length] = '\0';
 }
 
-line_plan *current_line(const line_slot &slot, const subscriber &who) {
-    line_plan *line = slot.get();
+LinePlan *current_line(const LineSlot &slot, const subscriber &who) {
+    LinePlan *line = slot.get();
     const bool current = line && line->revision != 0 && line->revision == who.bridge.revision &&
                          line->vid == who.vid && line->cvid == who.cvid;
     return current ? line : nullptr;
 }
 
-void begin_line(line_slot &slot, const subscriber &who, const format_plan *plan) {
-    if (!slot) slot = std::make_unique<line_plan>();
+void begin_line(LineSlot &slot, const subscriber &who, const FormatPlan *plan) {
+    if (!slot) slot = std::make_unique<LinePlan>();
     *slot = {who.bridge.revision, who.vid, who.cvid, plan, std::nullopt};
 }
 
-const format_plan *folded_plan(line_plan &line, const subscriber &who) {
+const FormatPlan *folded_plan(LinePlan &line, const subscriber &who) {
     if (!line.of) return nullptr;
     if (!line.folded) line.folded = fold(*line.of, who, scratch());
     return &*line.folded;

@@ -1,10 +1,10 @@
-// Custom ID formats, taken apart once: what a frame runs.
+// Custom ID formats, parsed once and run for every frame.
 //
-// Which macros a format holds, and where, does not depend on any value. So the
-// scanner goes over a format when its first frame comes, and later frames only
-// fetch and render values. A plan makes exactly the ID that genCustomId makes
-// for a frame (idgen/assembly.h), which stays the rule, serves queries, and does
-// all the work while anything is traced.
+// The macros of a format and their positions do not depend on any value. The
+// scanner therefore parses a format at its first frame; later frames only fetch and
+// render the values. A plan makes exactly the ID that genCustomId makes for a frame
+// (idgen/assembly.h). genCustomId defines the result, answers queries, and does all
+// the work while anything is traced.
 #pragma once
 
 #include "idgen/macros.h"
@@ -20,53 +20,54 @@
 
 namespace ia {
 
-struct plan_step {
-    std::string literal;             // in front of it
-    std::string constant;            // hexadecimal digits that stand in the format itself, or
-    macro_source *source = nullptr;  // where the value comes from
-    std::string macro;               // what stays of it when it cannot be rendered
+struct PlanStep {
+    std::string literal;            // the text in front of it
+    std::string constant;           // hexadecimal digits that stand in the format itself, or
+    MacroSource *source = nullptr;  // the source of the value
+    std::string macro;              // copied to the ID when the value cannot be rendered
     customIdFormat type = MACRO_SHELF;
     char flags = 0;
     std::string delimiter;
     unsigned count = 0;
 };
 
-struct format_plan {
-    std::vector<plan_step> steps;
-    std::string rest;  // behind the last step
+struct FormatPlan {
+    std::vector<PlanStep> steps;
+    std::string rest;  // the text behind the last step
 };
 
-// Whether plans may run: nothing is traced that only the rule would say.
+// Whether plans may run: no trace is on that only genCustomId would write.
 bool plans_run();
 
-format_plan make_plan(const std::string &format);
+FormatPlan make_plan(const std::string &format);
 
-// Writes the ID to `out` (64 bytes, cut to 63 characters and terminated); fills
-// `binary`, which comes empty, when the ID is binary. Empty without a plan.
+// Writes the ID to `out` (64 bytes, cut to 63 characters and terminated). Fills
+// `binary`, empty on entry, when the ID is binary. Without a plan the ID is empty.
 // Allocates nothing. The caller holds the bridge's lock.
-void run_plan(const format_plan *plan, const subscriber &who, char *out,
+void run_plan(const FormatPlan *plan, const subscriber &who, char *out,
               std::vector<std::uint8_t> &binary);
 
-// A plan for one port and its VLANs, with the values in it that last: most IDs of
-// a line differ in nothing or in the client's address. Good for one revision of
-// the bridge.
-struct line_plan {
-    std::uint64_t revision = 0;  // of the bridge, when this was begun
+// A plan for one port and its VLANs with the constant values filled in: most IDs of
+// a line are constant, or vary only with the client's address. Valid for one
+// revision of the bridge.
+struct LinePlan {
+    std::uint64_t revision = 0;  // the bridge's, when this was begun
     std::uint16_t vid = 0;
     std::uint16_t cvid = 0;
-    const format_plan *of = nullptr;
-    std::optional<format_plan> folded;  // with the line's second frame: one is not worth it
+    const FormatPlan *of = nullptr;
+    std::optional<FormatPlan>
+        folded;  // made at the line's second frame: for one frame it does not pay
 };
 
-using line_slot = std::unique_ptr<line_plan>;
+using LineSlot = std::unique_ptr<LinePlan>;
 
-// The line's plan; null when the slot's is of another line or out of date. A
+// The line's plan; null when the slot holds another line's, or is out of date. A
 // bridge of revision 0 keeps none.
-line_plan *current_line(const line_slot &slot, const subscriber &who);
+LinePlan *current_line(const LineSlot &slot, const subscriber &who);
 
-// Begins the plan of another line, from the format's.
-void begin_line(line_slot &slot, const subscriber &who, const format_plan *plan);
+// Begins the plan of another line from the format's plan.
+void begin_line(LineSlot &slot, const subscriber &who, const FormatPlan *plan);
 
-const format_plan *folded_plan(line_plan &line, const subscriber &who);
+const FormatPlan *folded_plan(LinePlan &line, const subscriber &who);
 
 }  // namespace ia

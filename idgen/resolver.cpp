@@ -26,12 +26,12 @@ bool getMacroStringValue(const pppoeia_bridge *bridge, customIdFormat type, std:
                          unsigned intfId, idGenType genType, unsigned short vid,
                          unsigned short cvid) {
     value.clear();
-    ia::macro_source *source = ia::macro_rule_of(type).source;
+    ia::MacroSource *source = ia::macro_rule_of(type).source;
     if (!source) {
         IA_TRACE("<%s> >> Unknown macro: %d.\n", bridge->name, type);
         return false;
     }
-    std::array<char, ia::MACRO_VALUE_MAX> room;
+    std::array<char, ia::macro_value_max> room;
     ia::TextWriter text(room);
     source(ia::subscriber_of(*bridge, intfId, vid, cvid, genType), text);
     value = text.view();

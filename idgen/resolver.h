@@ -1,5 +1,5 @@
 // Finds the values of macros: in the bridge and its ports, in the frame being
-// processed, in the test data, or by asking the platform.
+// processed, in the test data, or from the platform.
 #pragma once
 
 #include "idgen/macros.h"
@@ -9,26 +9,26 @@
 #include <optional>
 #include <string>
 
-// The macro's value as plain text, for the subscriber on port `intfId`, VLAN
-// `vid` and customer VLAN `cvid` (0xFFF: none), or for the test data's. Empty,
-// with a trace, when the value cannot be had; false when the macro never has
-// one (TCONT, and HEX, whose value stands in the format). The caller holds the
-// bridge's lock.
+// The macro's value as text, for the subscriber on port `intfId`, VLAN `vid` and
+// customer VLAN `cvid` (0xFFF: none), or for the test data's subscriber. Empty,
+// with a trace, when there is no value now; false when the macro never has one
+// (TCONT, and HEX, whose value stands in the format). The caller holds the bridge's
+// lock.
 bool getMacroStringValue(const pppoeia_bridge *bridge, customIdFormat type, std::string &value,
                          unsigned intfId, idGenType genType, unsigned short vid,
                          unsigned short cvid);
 
 namespace ia {
 
-inline constexpr std::uint16_t NO_VLAN = 0x0FFF;  // in the low 12 bits of a VLAN id
+inline constexpr std::uint16_t no_vlan = 0x0FFF;  // in the low 12 bits of a VLAN id
 
 constexpr bool is_vlan(std::uint16_t vid) {
-    return (vid & NO_VLAN) != NO_VLAN;
+    return (vid & no_vlan) != no_vlan;
 }
 
-// The port with this id, deleted ports included; null when there is none. A
-// slot has its own id or, never used, 0. Id 0 (a port without parent) means a
-// never-used slot; these are all alike, and the last one can never be used.
+// The port with this id, deleted ports included; null when there is none. A slot's
+// id is its own or, if never used, 0. Id 0 (a port without parent) gives a
+// never-used slot; they are all alike, and the last slot is always one.
 inline const pppoeia_port *find_port(const pppoeia_bridge &bridge, std::uint32_t id) {
     const std::uint32_t slot = id == 0 ? bridge.port_limit : id;
     if (slot == 0 || slot > bridge.port_limit) return nullptr;
@@ -36,13 +36,13 @@ inline const pppoeia_port *find_port(const pppoeia_bridge &bridge, std::uint32_t
     return port.port_id == id ? &port : nullptr;
 }
 
-// Whose ID is made.
+// The subscriber whose ID is made.
 struct subscriber {
     const pppoeia_bridge &bridge;
     std::uint32_t port_id;
     std::uint16_t vid;
     std::uint16_t cvid;
-    std::optional<pppoeia_mac> client_mac;  // nothing without a frame
+    std::optional<pppoeia_mac> client_mac;  // none without a frame
     const pppoeia_port *port = find_port(bridge, port_id);
 };
 
@@ -51,7 +51,7 @@ subscriber subscriber_of(const pppoeia_bridge &bridge, std::uint32_t port, std::
 
 namespace source {
 
-macro_source shelf, chassis, panel, intf_type, agent_board, board, port, port_rem_id, intf,
+MacroSource shelf, chassis, panel, intf_type, agent_board, board, port, port_rem_id, intf,
     intf_dscr, onu, vgem, pvc_intf, vpi, vci, clnt_mac, agent_mac, agent_ipv4, agent_ipv6, vlan,
     vlan_name, cvid, sysname, location, contact, cpe_serial, cpe_mac;
 

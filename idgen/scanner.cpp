@@ -19,8 +19,8 @@ void set(char &flags, char flag) {
     flags = static_cast<char>(flags | flag);
 }
 
-// Takes the run of digits that starts at `at` and steps past it. False when
-// there is none. A run that no signed 64-bit number holds counts as the largest.
+// Reads the digits at `at` and moves past them. False when there are none. A number
+// beyond 64 bits (signed) counts as the largest.
 bool take_count(std::string_view block, std::size_t &at, unsigned &count) {
     const std::size_t start = at;
     while (at < block.size() && is_digit(block[at])) ++at;
@@ -32,8 +32,8 @@ bool take_count(std::string_view block, std::size_t &at, unsigned &count) {
     return true;
 }
 
-// What has been seen of an option block.
-struct option_parser {
+// Parses an option block; the members record the options seen so far.
+struct OptionParser {
     std::string_view block;
     std::string &delimiter;
     unsigned &count;
@@ -71,7 +71,7 @@ struct option_parser {
         return true;
     }
 
-    // Without digits the count is 0, or what it was when the block ends here.
+    // Without digits the count is 0; at the end of the block it stays as it was.
     bool take_padding(char padding) {
         if (padding_seen) {
             IA_TRACE("<PPPOEIA> >> Duplicate padding option");
@@ -91,7 +91,7 @@ struct option_parser {
         return true;
     }
 
-    // A block that ends after the letter keeps the delimiter there was.
+    // A block that ends after the letter does not change the delimiter.
     bool take_delimiter() {
         if (delimiter_seen) {
             IA_TRACE("<PPPOEIA> >> Duplicate delimiter option");
@@ -120,19 +120,20 @@ struct option_parser {
 };
 
 // The macro with the longest name that the text starts with, or null.
-const ia::macro_rule *macro_named_at(std::string_view text) {
-    const ia::macro_rule *longest = nullptr;
-    for (const ia::macro_rule &rule : ia::macro_rules())
+const ia::MacroRule *macro_named_at(std::string_view text) {
+    const ia::MacroRule *longest = nullptr;
+    for (const ia::MacroRule &rule : ia::macro_rules())
         if (text.starts_with(rule.name) && (!longest || rule.name.size() > longest->name.size()))
             longest = &rule;
     return longest;
 }
 
-// The first macro whose name stands in the text, and where; null when none does.
-const ia::macro_rule *first_macro_named_in(std::string_view text, std::size_t &position) {
+// The first macro whose name occurs in the text, and its position; null without
+// any.
+const ia::MacroRule *first_macro_named_in(std::string_view text, std::size_t &position) {
     for (position = 0; position < text.size(); ++position) {
         if (!ia::may_begin_macro_name(text[position])) continue;
-        if (const ia::macro_rule *rule = macro_named_at(text.substr(position))) return rule;
+        if (const ia::MacroRule *rule = macro_named_at(text.substr(position))) return rule;
     }
     return nullptr;
 }
@@ -142,7 +143,7 @@ const ia::macro_rule *first_macro_named_in(std::string_view text, std::size_t &p
 bool parseOptChars(const std::string &optChars, std::string &delimiter, unsigned &numChars,
                    char &flags) {
     IA_ID_DEBUG("option block '%s'", optChars.c_str());
-    return option_parser{optChars, delimiter, numChars, flags}.parse();
+    return OptionParser{optChars, delimiter, numChars, flags}.parse();
 }
 
 bool getNextMacroFormatString(const std::string &str, unsigned long startPos,
@@ -160,10 +161,10 @@ bool getNextMacroFormatString(const std::string &str, unsigned long startPos,
     }
     const std::string_view rest = std::string_view(str).substr(startPos);
     std::size_t name = 0;
-    const ia::macro_rule *rule = first_macro_named_in(rest, name);
+    const ia::MacroRule *rule = first_macro_named_in(rest, name);
     if (!rule) return false;
 
-    const std::size_t prefix = rest.substr(0, name).rfind(MACRO_PREFIX);
+    const std::size_t prefix = rest.substr(0, name).rfind(macro_prefix);
     if (prefix == std::string_view::npos) {
         IA_TRACE("<PPPOEIA> >> No macro identifier found");
         return false;

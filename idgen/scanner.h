@@ -1,4 +1,4 @@
-// Finds the macros of a custom ID format, one after the other.
+// Finds the macros of a custom ID format one by one.
 #pragma once
 
 #include "idgen/macros.h"
@@ -9,10 +9,10 @@
 // start at once) and the last "$" between there and the name: that "$", the
 // option block and the name are the macro.
 //
-// False when no name follows or the options are malformed; the caller then
-// takes the rest of the format as text. The flags are those of this macro;
-// `delimiter` and `numChars` keep their value unless its options set them, and
-// `macroUsrStr` is written for HEX only. Time is linear in the characters passed.
+// False when no name follows or the options are malformed; the caller then copies
+// the rest of the format as text. The flags belong to this macro. `delimiter` and
+// `numChars` keep their values unless its options set them. `macroUsrStr` is
+// written for HEX only. Time is linear in the characters passed.
 bool getNextMacroFormatString(const std::string &str, unsigned long startPos,
                               unsigned long &macroFormatStartPos, std::string &macroFormatStr,
                               customIdFormat &macroType, char &flags, std::string &delimiter,

@@ -21,13 +21,13 @@
 namespace {
 
 using ia::is_vlan;
-using ia::NO_VLAN;
+using ia::no_vlan;
 
-// Writes an ID into the caller's 64 bytes, terminated when it is done; what does
-// not fit is left out.
+// Writes an ID into the caller's 64 bytes, cut if too long, and terminates it at
+// the end.
 class IdWriter : public ia::TextWriter {
 public:
-    explicit IdWriter(char *out) : TextWriter({out, GENERATED_ID_MAX}), out_(out) {}
+    explicit IdWriter(char *out) : TextWriter({out, generated_id_max}), out_(out) {}
     IdWriter(const IdWriter &) = delete;
     IdWriter &operator=(const IdWriter &) = delete;
     ~IdWriter() { out_[size()] = '\0'; }
@@ -38,7 +38,7 @@ private:
 
 constexpr std::string_view customer_vlan_place = ":<cvid>";
 
-// As the forms print numbers.
+// How the default forms print numbers.
 std::int32_t decimal(std::uint32_t number) {
     return static_cast<std::int32_t>(number);
 }
@@ -56,19 +56,18 @@ std::optional<std::uint32_t> circuit_id_mode(const pppoeia_bridge &bridge, const
     return mode;
 }
 
-// The VLAN and the customer VLAN as the default form shows them: those of the
-// frame. Without one it shows the VLAN that was asked for, and where a customer
-// VLAN would stand.
+// The VLAN and the customer VLAN that the default form shows: the frame's. Without
+// a frame, the VLAN that was asked for, and a placeholder for the customer VLAN.
 void write_vlans(IdWriter &id, const pppoeia_bridge &bridge, bool member, std::uint16_t vid,
                  idGenType genType) {
     const ia::FrameValues *frame =
         genType == ID_GEN_FRAME && bridge.frame ? &*bridge.frame : nullptr;
-    if (member) id << ":" << static_cast<std::uint16_t>((frame ? frame->vlan : vid) & NO_VLAN);
+    if (member) id << ":" << static_cast<std::uint16_t>((frame ? frame->vlan : vid) & no_vlan);
     if (!bridge.vsa_circuit_id_cvlan) return;
     if (!frame || !frame->cvlan)
         id << customer_vlan_place;
-    else if (*frame->cvlan != KVBRIDGE_NO_CVLAN)  // with priority bits it is a VLAN
-        id << ":" << static_cast<std::uint16_t>(*frame->cvlan & NO_VLAN);
+    else if (*frame->cvlan != KVBRIDGE_NO_CVLAN)  // with priority bits set it counts as a VLAN
+        id << ":" << static_cast<std::uint16_t>(*frame->cvlan & no_vlan);
 }
 
 void write_ethernet_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port &port,
@@ -81,7 +80,7 @@ void write_ethernet_form(char *out, const pppoeia_bridge &bridge, const pppoeia_
         if (bridge.vsa_circuit_id_cvlan) id << customer_vlan_place;
         return;
     }
-    write_vlans(id, bridge, port.vlan_member.test(vid & NO_VLAN), vid, genType);
+    write_vlans(id, bridge, port.vlan_member.test(vid & no_vlan), vid, genType);
 }
 
 void write_atm_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port &port) {
@@ -94,32 +93,32 @@ void write_atm_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port 
                   << "/" << decimal(parent) << ":" << decimal(vpi) << "." << decimal(vci);
 }
 
-// Where the formats of one kind of ID are.
-struct id_kind {
+// Describes one kind of ID: where its formats are kept.
+struct IdKind {
     const char *name;
     int (*port_vlan_format)(const pppoeia_bridge &, std::uint32_t port, std::uint16_t vid, char *);
     char (pppoeia_bridge::*bridge_format)[PPPOEIA_FORMAT_SIZE];
     const char *bridge_format_reader;  // in traces
     char (pppoeia_port_vlan::*port_vlan_text)[PPPOEIA_FORMAT_SIZE];
-    std::size_t line;  // among the port's in the memory
+    std::size_t line;  // index among the port's line plans
 };
 
-constexpr id_kind CIRCUIT_ID = {"CID",
-                                br_circuit_id_format_port_vlan_get,
-                                &pppoeia_bridge::cid_format,
-                                "br_circuit_id_format_get",
-                                &pppoeia_port_vlan::cid_format,
-                                0};
-constexpr id_kind REMOTE_ID = {"RID",
-                               br_remote_id_format_port_vlan_get,
-                               &pppoeia_bridge::rid_format,
-                               "br_remote_id_format_get",
-                               &pppoeia_port_vlan::rid_format,
-                               1};
+constexpr IdKind circuit_id_kind = {"CID",
+                                    br_circuit_id_format_port_vlan_get,
+                                    &pppoeia_bridge::cid_format,
+                                    "br_circuit_id_format_get",
+                                    &pppoeia_port_vlan::cid_format,
+                                    0};
+constexpr IdKind remote_id_kind = {"RID",
+                                   br_remote_id_format_port_vlan_get,
+                                   &pppoeia_bridge::rid_format,
+                                   "br_remote_id_format_get",
+                                   &pppoeia_port_vlan::rid_format,
+                                   1};
 
 // The format for the port and VLAN, else the bridge's; null when both are empty.
-// `buffer` keeps it.
-const char *choose_format(const id_kind &kind, const pppoeia_bridge &bridge, std::uint32_t port,
+// The text may be copied to `buffer`.
+const char *choose_format(const IdKind &kind, const pppoeia_bridge &bridge, std::uint32_t port,
                           std::uint16_t vid, char (&buffer)[PPPOEIA_FORMAT_SIZE]) {
     if (kind.port_vlan_format(bridge, port, vid, buffer) == 0 && buffer[0] != '\0') {
         IA_TRACE("<%s> >> Using custom %s format from intf-VLAN='%s'\n", bridge.name, kind.name,
@@ -137,8 +136,8 @@ const char *choose_format(const id_kind &kind, const pppoeia_bridge &bridge, std
     return nullptr;
 }
 
-const ia::format_plan *find_plan(const id_kind &kind, pppoeia_bridge &bridge,
-                                 const pppoeia_port *port, std::uint16_t vid) {
+const ia::FormatPlan *find_plan(const IdKind &kind, pppoeia_bridge &bridge,
+                                const pppoeia_port *port, std::uint16_t vid) {
     const char *format = bridge.*kind.bridge_format;
     if (port) {
         const auto entry = port->port_vlans.find(vid);
@@ -148,21 +147,21 @@ const ia::format_plan *find_plan(const id_kind &kind, pppoeia_bridge &bridge,
     return ia::plan_of(ia::memory_of(bridge), format);
 }
 
-// The frame path: the same ID by the format's plan, or by the line's.
-void write_planned_id(const id_kind &kind, char *out, pppoeia_bridge &bridge, std::uint32_t port_id,
+// On the frame path: makes the same ID from the format's plan, or from the line's.
+void write_planned_id(const IdKind &kind, char *out, pppoeia_bridge &bridge, std::uint32_t port_id,
                       std::uint16_t vid, std::uint16_t cvid, std::vector<std::uint8_t> &binId) {
     const ia::subscriber who = ia::subscriber_of(bridge, port_id, vid, cvid, ID_GEN_FRAME);
     const pppoeia_port *port = bridge.port(port_id);
     if (!port) return ia::run_plan(find_plan(kind, bridge, port, vid), who, out, binId);
-    ia::line_slot &slot = ia::memory_of(bridge).lines[port_id - 1][kind.line];
-    if (ia::line_plan *line = ia::current_line(slot, who))
+    ia::LineSlot &slot = ia::memory_of(bridge).lines[port_id - 1][kind.line];
+    if (ia::LinePlan *line = ia::current_line(slot, who))
         return ia::run_plan(ia::folded_plan(*line, who), who, out, binId);
-    const ia::format_plan *plan = find_plan(kind, bridge, port, vid);
+    const ia::FormatPlan *plan = find_plan(kind, bridge, port, vid);
     ia::begin_line(slot, who, plan);
     ia::run_plan(plan, who, out, binId);
 }
 
-void write_custom_id(const id_kind &kind, char *out, pppoeia_bridge &bridge, std::uint32_t port,
+void write_custom_id(const IdKind &kind, char *out, pppoeia_bridge &bridge, std::uint32_t port,
                      std::uint16_t vid, std::uint16_t cvid, std::vector<std::uint8_t> &binId,
                      idGenType genType) {
     if (genType == ID_GEN_FRAME && ia::plans_run())
@@ -178,10 +177,10 @@ void write_custom_id(const id_kind &kind, char *out, pppoeia_bridge &bridge, std
 void write_custom_circuit_id(char *out, pppoeia_bridge &bridge, std::uint32_t port,
                              std::uint16_t vid, std::vector<std::uint8_t> &binId,
                              idGenType genType) {
-    const std::uint16_t cvlan = bridge.frame ? bridge.frame->cvlan.value_or(NO_VLAN) : NO_VLAN;
-    const auto cvid = static_cast<std::uint16_t>(cvlan & NO_VLAN);
+    const std::uint16_t cvlan = bridge.frame ? bridge.frame->cvlan.value_or(no_vlan) : no_vlan;
+    const auto cvid = static_cast<std::uint16_t>(cvlan & no_vlan);
     IA_TRACE("<%s> >> Custom CID mode for intfId=%d, vid=%d\n", bridge.name, port, vid);
-    write_custom_id(CIRCUIT_ID, out, bridge, port, vid, cvid, binId, genType);
+    write_custom_id(circuit_id_kind, out, bridge, port, vid, cvid, binId, genType);
 }
 
 // Runs `build` on the locked bridge and its port.
@@ -215,7 +214,7 @@ int pppoeia_build_remote_id(char *out, pppoeia_bridge *bridge, pppoeia_port *por
                             unsigned short vid, std::vector<std::uint8_t> &binId,
                             idGenType genType) {
     if (out && bridge && port)
-        write_custom_id(REMOTE_ID, out, *bridge, port->port_id, vid, NO_VLAN, binId, genType);
+        write_custom_id(remote_id_kind, out, *bridge, port->port_id, vid, no_vlan, binId, genType);
     return 0;
 }
 
@@ -235,7 +234,7 @@ int fe_gen_remote_id_by_intf_vlan(const char *bridge, unsigned port, unsigned sh
 
 int cache_pppoeia_port_circuit_id_get(const char *bridge, unsigned port, char *out) {
     const int result = query(__func__, bridge, port, [=](auto *found, auto *at, auto &binary) {
-        pppoeia_build_circuit_id(out, found, at, NO_VLAN, binary, ID_GEN_FRAME);
+        pppoeia_build_circuit_id(out, found, at, no_vlan, binary, ID_GEN_FRAME);
     });
     return result == 0 ? ia::trace_result(__func__, 0) : result;
 }

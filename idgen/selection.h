@@ -1,8 +1,8 @@
-// Decides what Circuit ID and Remote ID a subscriber gets.
+// Chooses a subscriber's Circuit ID and Remote ID.
 //
-// `out` holds 64 bytes; what does not fit is cut. `binId` comes empty: when it
-// is filled the ID is binary, and the text in `out` does not count. The caller
-// holds the bridge's lock. The default forms allocate nothing.
+// `out` holds 64 bytes; a longer ID is cut. `binId` is empty on entry: if it is
+// filled, the ID is binary and the text in `out` is ignored. The caller holds the
+// bridge's lock. The default forms allocate nothing.
 #pragma once
 
 #include "idgen/macros.h"
@@ -11,15 +11,15 @@
 #include <cstdint>
 #include <vector>
 
-// The Circuit ID for the port and VLAN (low 12 bits set: none), as the mode of
-// the port's VLAN entry, else of the port, says. `out` stays as it was when the
-// mode says nothing, or a PVC's data is missing.
+// The Circuit ID for the port and VLAN (low 12 bits set: none), by the mode of the
+// port's VLAN entry, else of the port. `out` does not change when the mode is not
+// set or a PVC's data is missing.
 void pppoeia_build_circuit_id(char *out, pppoeia_bridge *bridge, pppoeia_port *port,
                               unsigned short vid, std::vector<std::uint8_t> &binId,
                               idGenType genType);
 
-// The Remote ID, from the format of the port's VLAN entry, else of the bridge;
-// empty without a format. Always 0.
+// The Remote ID from the format of the port's VLAN entry, else of the bridge; empty
+// without a format. Always 0.
 int pppoeia_build_remote_id(char *out, pppoeia_bridge *bridge, pppoeia_port *port,
                             unsigned short vid, std::vector<std::uint8_t> &binId,
                             idGenType genType);

@@ -30,7 +30,7 @@ const pppoeia_port *parent_of(const subscriber &who, const pppoeia_port &port) {
     return parent;
 }
 
-// The ONU that a GEM port, alone, has for a parent.
+// The ONU above a GEM port; null for other kinds of port.
 const pppoeia_port *onu_of(const subscriber &who) {
     const pppoeia_port *port = port_of(who);
     if (!port) return nullptr;
@@ -41,8 +41,8 @@ const pppoeia_port *onu_of(const subscriber &who) {
     return parent_of(who, *port);
 }
 
-// The first management port, null when there is none; not looked for among
-// thousands of ports for each frame.
+// The first management port; null when there is none. It is remembered: a bridge
+// may have thousands of ports, and each frame would search them.
 const pppoeia_port *management_port(const pppoeia_bridge &bridge) {
     IdMemory *memory = bridge.ids.get();
     const bool kept = memory && memory->revision != 0 && memory->revision == bridge.revision;
@@ -77,7 +77,7 @@ void put_mac(const pppoeia_mac &mac, TextWriter &text) {
     text << std::string_view(pairs, sizeof pairs - 1);
 }
 
-// A PVC's number, signed: -1 when it was never set.
+// A PVC's number, signed: -1 when not set.
 void pvc_number(const subscriber &who, std::uint32_t pppoeia_port::*number, TextWriter &value) {
     if (!who.port)
         IA_TRACE("<%s> >> pppoeia_port_index_find failed for port %d'", who.bridge.name,
@@ -88,7 +88,7 @@ void pvc_number(const subscriber &who, std::uint32_t pppoeia_port::*number, Text
         value << static_cast<std::int32_t>(who.port->*number);
 }
 
-// A number of the port's place, which only these kinds of port have.
+// A number of the port's location, which only these kinds of port have.
 template <std::uint32_t... Kinds>
 void place_number(const subscriber &who, std::uint32_t pppoeia_port_location::*number,
                   const char *other_kind, TextWriter &value) {
@@ -146,7 +146,7 @@ void port(const subscriber &who, TextWriter &value) {
     if (const pppoeia_port *port = port_of(who)) value << port->location.port;
 }
 
-// A PVC or GEM port without a Remote ID of its own has its parent's.
+// A PVC or GEM port without a Remote ID of its own uses its parent's.
 void port_rem_id(const subscriber &who, TextWriter &value) {
     const pppoeia_port *port = port_of(who);
     if (!port) return;

@@ -170,7 +170,7 @@ rpcNodeLine *rpc_node_line_1_svc(u_int port, u_short vlan, svc_req *) {
 
 rpcNodeLineIds *rpc_node_line_ids_1_svc(u_int port, u_short vlan, u_short cvlan, rpcNodeMac client,
                                         svc_req *) {
-    static line_ids_block ids;
+    static LineIdsBlock ids;
     static rpcNodeLineIds reply;
     ids = {};
     reply.result = shared([&] {
@@ -179,7 +179,7 @@ rpcNodeLineIds *rpc_node_line_ids_1_svc(u_int port, u_short vlan, u_short cvlan,
         const int result = line_ids(default_bridge, port, vlan, cvlan, &mac, &ids);
         return result == -ENODEV ? not_applicable : EntityResult(entity_result(result));
     });
-    const auto id_of = [](generated_id &id) -> rpcNodeId {
+    const auto id_of = [](GeneratedId &id) -> rpcNodeId {
         return {id.binary != 0, id.text, {id.size, reinterpret_cast<char *>(id.bytes)}};
     };
     reply.circuitId = id_of(ids.circuit_id);

@@ -1,9 +1,9 @@
-// Readers of one value of a bridge whose lock the caller holds. They serve the
-// store's getters and the ID generation.
+// Readers of one value of a bridge. The caller holds the bridge's lock. The store's
+// getters and the ID generation use them.
 //
-// 0 on success; -19 for an invalid or absent port, -2 when the port has no
+// They return 0, -19 for an invalid or absent port, or -2 when the port has no
 // entry for the VLAN. A refusal is traced (level 7) under the reader's name and
-// leaves the output as it was.
+// does not change the output.
 #pragma once
 
 #include "store/bridge.h"

@@ -1,7 +1,7 @@
 // The bridge record: configuration and counters of one PPPoE IA bridge. Both
-// processes keep the same record under the same lock. Behind it hang records that only
-// their own layers know: the engine's runtime and its memory of the lines (fe/), and
-// the memory of the ID generation (idgen/).
+// processes keep the same record under the same lock. Three members are opaque here
+// and belong to one layer each: the engine's runtime and its memory of the lines (fe/),
+// and the memory of the ID generation (idgen/).
 #pragma once
 
 #include "platform/frame_outcomes.h"
@@ -24,7 +24,7 @@ struct BridgeRuntime;  // fe/bridge_runtime.h
 struct IdMemory;       // idgen/id_memory.h
 struct LineBook;       // fe/lines.h
 
-// Owns a record whose layout only one layer knows; that layer makes it.
+// Owns a record that only the layer which creates it can see into.
 template <class Record>
 using Owned = std::unique_ptr<Record, void (*)(Record *)>;
 
@@ -33,9 +33,9 @@ Owned<Record> make_owned(Args &&...args) {
     return {new Record(std::forward<Args>(args)...), [](Record *record) { delete record; }};
 }
 
-// What the engine has read of the frame in hand, for the ID generation. The
-// VLAN fields are whole, priority bits and all. An operator who asks for the IDs
-// of a line may leave its customer VLAN open.
+// Fields of the frame being processed that the ID generation needs. The VLAN fields
+// are complete, with the priority bits. The customer VLAN is optional: an operator
+// may ask for the IDs of a line without naming one.
 struct FrameValues {
     std::uint16_t vlan;
     std::optional<std::uint16_t> cvlan;
@@ -44,8 +44,8 @@ struct FrameValues {
 
 }  // namespace ia
 
-// What is set for one VLAN of one port. An entry without mode and formats is a
-// bare membership.
+// The settings of one VLAN on one port. An entry without mode and formats only
+// records the membership.
 struct pppoeia_port_vlan {
     std::uint32_t cid_mode = PPPOEIA_CID_NOT_SET;
     char cid_format[PPPOEIA_FORMAT_SIZE] = "";
@@ -60,7 +60,7 @@ struct pppoeia_vlan {
 using pppoeia_port_vlan_list = std::map<std::uint16_t, pppoeia_port_vlan>;
 using pppoeia_vlan_list = std::map<std::uint16_t, pppoeia_vlan>;
 
-using vlan_set = std::bitset<4096>;
+using VlanSet = std::bitset<4096>;
 
 // A slot of the port table: port id p lives in slot p - 1. In use while
 // dev_name is not empty.
@@ -76,7 +76,7 @@ struct pppoeia_port {
     std::uint32_t state = PPPOEIA_PORT_DISABLED;
     std::uint32_t trust = PPPOEIA_PORT_TRUSTED;
     char remote_id[PPPOEIA_REMOTE_ID_SIZE] = "";
-    vlan_set vlan_member = vlan_set{}.set();  // every VLAN until told otherwise
+    VlanSet vlan_member = VlanSet{}.set();  // member of every VLAN by default
     pppoeia_stats stats{};
     std::array<std::uint32_t, OUTCOME_COUNT> outcomes{};  // the engine's
     std::uint32_t vsa_circuit_id_mode = PPPOEIA_CID_DEFAULT;
@@ -92,7 +92,7 @@ struct pppoeia_port {
     bool faces_network() const { return (intf_kind & ~4U) == 1; }
 };
 
-// Interface kinds that the engine tells apart.
+// Interface kinds that the engine treats differently.
 enum pppoeia_intf_kind : std::uint32_t {
     INTF_KIND_ATM_PVC = 3,
     INTF_KIND_MANAGEMENT = 4,
@@ -107,9 +107,9 @@ struct pppoeia_bridge {
 
     ia::FairMutex lock;
 
-    // Grows with each time that anybody but the worker takes the lock: what was
+    // Incremented whenever a thread other than the worker takes the lock: data
     // derived from the configuration at another revision may be out of date. 0
-    // until then.
+    // before the first time.
     std::uint64_t revision = 0;
 
     // configuration
@@ -128,7 +128,7 @@ struct pppoeia_bridge {
     std::uint32_t vsa_insert_circuit_id = 1;
     std::uint32_t vsa_insert_remote_id = 1;
     std::uint32_t vsa_circuit_id_cvlan = 0;
-    vlan_set vlan_enabled;
+    VlanSet vlan_enabled;
     char cid_format[PPPOEIA_FORMAT_SIZE] = "";
     char rid_format[PPPOEIA_FORMAT_SIZE] = "";
     pppoeia_vlan_list vlans;
@@ -137,17 +137,17 @@ struct pppoeia_bridge {
 
     pppoeia_stats stats{};
 
-    // of the kernel's bridge, which only the engine asks
+    // properties of the kernel's bridge; only the engine reads them from the kernel
     std::uint32_t mtu = 1500;  // of the pseudo device, bytes
     std::uint16_t stag_ethertype_nf = 0;
 
-    // The frame in hand, or else the last one that was marked; nothing where no
-    // frames are processed.
+    // The frame being processed, or the last one that was marked; null in a process
+    // that processes no frames.
     std::optional<ia::FrameValues> frame;
 
     ia::Owned<ia::IdMemory> ids{nullptr, nullptr};           // made when first needed
     ia::Owned<ia::LineBook> lines{nullptr, nullptr};         // the engine's only
-    ia::Owned<ia::BridgeRuntime> runtime{nullptr, nullptr};  // the engine's only; ends first
+    ia::Owned<ia::BridgeRuntime> runtime{nullptr, nullptr};  // the engine's only; destroyed first
 
     // The port's slot, or null when the id is out of range or the port absent.
     pppoeia_port *port(std::uint32_t id);

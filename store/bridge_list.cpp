@@ -10,18 +10,18 @@
 namespace ia {
 namespace {
 
-struct registry {
+struct BridgeRegistry {
     std::shared_mutex lock;
-    std::optional<std::vector<BridgePtr>> bridges;  // oldest first; none: not initialised
+    std::optional<std::vector<BridgePtr>> bridges;  // oldest first; empty optional: not initialised
 };
 
 // Never destroyed: a worker may still look a bridge up while the process exits.
-registry &the_list() {
-    static registry &list = *new registry;
+BridgeRegistry &the_list() {
+    static BridgeRegistry &list = *new BridgeRegistry;
     return list;
 }
 
-// The newest bridge of that name, in a list that is locked and exists.
+// The newest bridge of that name. The list is locked and initialised.
 auto newest_named(std::vector<BridgePtr> &bridges, const char *name) {
     return std::find_if(bridges.rbegin(), bridges.rend(), [name](const BridgePtr &bridge) {
         return std::strcmp(bridge->name, name) == 0;
@@ -35,20 +35,20 @@ std::vector<BridgePtr> newest_first(const std::vector<BridgePtr> &bridges) {
 }  // namespace
 
 bool bridge_list_exists() {
-    registry &list = the_list();
+    BridgeRegistry &list = the_list();
     const std::shared_lock guard(list.lock);
     return list.bridges.has_value();
 }
 
 bool bridge_list_create() {
-    registry &list = the_list();
+    BridgeRegistry &list = the_list();
     const std::unique_lock guard(list.lock);
     list.bridges.emplace();  // an empty list needs no memory
     return true;
 }
 
 std::vector<BridgePtr> bridge_list_release() {
-    registry &list = the_list();
+    BridgeRegistry &list = the_list();
     const std::unique_lock guard(list.lock);
     if (!list.bridges) return {};
     auto bridges = std::move(*list.bridges);
@@ -58,13 +58,13 @@ std::vector<BridgePtr> bridge_list_release() {
 }
 
 std::vector<BridgePtr> bridge_list_snapshot() {
-    registry &list = the_list();
+    BridgeRegistry &list = the_list();
     const std::shared_lock guard(list.lock);
     return list.bridges ? newest_first(*list.bridges) : std::vector<BridgePtr>{};
 }
 
 BridgePtr bridge_list_find(const char *name) {
-    registry &list = the_list();
+    BridgeRegistry &list = the_list();
     const std::shared_lock guard(list.lock);
     if (!list.bridges || !name) return nullptr;
     const auto found = newest_named(*list.bridges, name);
@@ -72,13 +72,13 @@ BridgePtr bridge_list_find(const char *name) {
 }
 
 void bridge_list_link(BridgePtr bridge) {
-    registry &list = the_list();
+    BridgeRegistry &list = the_list();
     const std::unique_lock guard(list.lock);
     if (list.bridges) list.bridges->push_back(std::move(bridge));
 }
 
 BridgePtr bridge_list_unlink(const char *name) {
-    registry &list = the_list();
+    BridgeRegistry &list = the_list();
     const std::unique_lock guard(list.lock);
     if (!list.bridges || !name) return nullptr;
     const auto found = newest_named(*list.bridges, name);

@@ -1,8 +1,8 @@
 // The process's bridges, found by name.
 //
-// The list has a lock of its own, held only for the walk. Who has found a
-// bridge keeps it alive: deletion unlinks it, and the record goes with its last
-// holder.
+// The list has its own lock, held only during the search. A caller that found a
+// bridge keeps it alive: deletion takes the bridge off the list, and the last
+// holder destroys the record.
 #pragma once
 
 #include "store/bridge.h"
@@ -17,13 +17,13 @@ using BridgePtr = std::shared_ptr<pppoeia_bridge>;
 
 bool bridge_list_exists();
 
-// Starts an empty list. False when there is no memory for it.
+// Creates an empty list. False without memory.
 bool bridge_list_create();
 
-// Ends the list and hands back the bridges it held, newest first.
+// Deletes the list and returns its bridges, newest first.
 std::vector<BridgePtr> bridge_list_release();
 
-// The bridges there are, newest first.
+// All bridges, newest first.
 std::vector<BridgePtr> bridge_list_snapshot();
 
 BridgePtr bridge_list_find(const char *name);
@@ -33,8 +33,9 @@ void bridge_list_link(BridgePtr bridge);
 // Takes the bridge off the list; null when there is none of that name.
 BridgePtr bridge_list_unlink(const char *name);
 
-// Finds a bridge and holds its lock for as long as this object lives. False
-// when there is no such bridge. The only way to a bridge, but for its worker's.
+// Finds a bridge and holds its lock during this object's lifetime. False when there
+// is no such bridge. Every thread but the bridge's own worker gets at a bridge this
+// way.
 class LockedBridge {
 public:
     explicit LockedBridge(const char *name) : bridge_(bridge_list_find(name)) {

@@ -12,7 +12,7 @@ namespace {
 
 std::atomic<std::uint8_t> debug_admin_state{0};
 
-constexpr std::int32_t level_notice = 3;  // what a requested level of -2 means
+constexpr std::int32_t level_notice = 3;  // stored for a requested level of -2
 constexpr std::int32_t level_debug = 7;
 constexpr std::int32_t level_silent = -1;
 
@@ -34,7 +34,7 @@ int get_number(const char *operation, const char *bridge, std::uint32_t pppoeia_
     });
 }
 
-// Members of a VLAN keep their bit when the bridge stops serving it.
+// A port's membership bit stays set when the bridge stops serving the VLAN.
 void enable_vlan(pppoeia_bridge &bridge, std::size_t vid, bool enable) {
     bridge.vlan_enabled.set(vid, enable);
     if (enable)

@@ -1,6 +1,6 @@
-// A mutex that serves in turn: who lets go of it while somebody waits gets it
-// again only after him. A worker under full load would otherwise take it again
-// before a waiting thread has woken up.
+// A fair mutex: a thread that releases it while another one waits gets it again
+// only after that one. With a plain mutex, a worker under full load would take it
+// again before the waiting thread has woken up.
 #pragma once
 
 #include <mutex>
@@ -16,7 +16,7 @@ public:
     void unlock() { held_.unlock(); }
 
 private:
-    std::mutex turn_;  // of the one who waits for `held_`, and is served next
+    std::mutex turn_;  // held by the first waiter, who gets `held_` next
     std::mutex held_;
 };
 

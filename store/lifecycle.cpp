@@ -36,7 +36,7 @@ int pppoeia_cache_on_bridge_del(const char *bridge) {
 
 namespace {
 
-// Runs the steps in their order; the first that fails ends it with its result.
+// Runs the steps in order and stops at the first failure, whose result it returns.
 template <class... Steps>
 int in_order(Steps... steps) {
     int result = 0;

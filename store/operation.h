@@ -1,5 +1,5 @@
-// The frame that all operations on a bridge or a port share: find the bridge,
-// hold its lock for the work, trace the outcome.
+// The steps that all operations on a bridge or a port have in common: find the
+// bridge, hold its lock during the work, trace the outcome.
 //
 // The work returns the operation's result. Refusals (negative) trace their own
 // line; every other result is traced as "operation()=result" once the lock is
@@ -29,7 +29,7 @@ int on_bridge(const char *operation, const char *bridge, Work work) {
     return result < 0 ? result : trace_result(operation, result);
 }
 
-// work(pppoeia_bridge &, pppoeia_port &), on a port that is there.
+// work(pppoeia_bridge &, pppoeia_port &), on an existing port.
 template <class Work>
 int on_port(const char *operation, const char *bridge, std::uint32_t id, Work work,
             int refusal_level = 7) {

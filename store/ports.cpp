@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::uint32_t not_set = 0xFFFFFFFF;
 
-// What port add does not name keeps what the slot held: trust, Circuit-ID mode,
-// VLAN membership, statistics.
+// A new port keeps the slot's values of trust, Circuit-ID mode, VLAN membership and
+// statistics, which the operation does not set.
 void fill_slot(pppoeia_port &port, std::uint32_t id, const char *dev_name, const char *port_name,
                const pppoeia_port_info &info) {
     port.port_id = id;

@@ -1,5 +1,5 @@
-// The bridge's named VLANs and, per port, the entries that set Circuit-ID mode
-// and formats for one VLAN. Both are lists by VLAN id, ascending.
+// The bridge's named VLANs and, per port, the entries that set Circuit-ID mode and
+// formats for one VLAN. Both are lists sorted by VLAN id.
 #include "fe/base/text.h"
 #include "fe/base/trace.h"
 #include "pppoeia/store.h"
@@ -13,8 +13,8 @@ using namespace ia;
 
 namespace {
 
-// The list's entry for vid, linked when it is missing; null without memory,
-// the list then being as it was.
+// The list's entry for vid, added when missing; null without memory, and the list
+// is unchanged.
 template <class List>
 typename List::mapped_type *link_entry(const char *operation, List &list, std::uint16_t vid) {
     try {
@@ -55,8 +55,8 @@ constexpr FormatField cid_format{&pppoeia_port_vlan::cid_format,
 constexpr FormatField rid_format{&pppoeia_port_vlan::rid_format,
                                  "<%s> Port %d vlan %d custom rid format set to '%s'."};
 
-// Clearing the last setting of an entry removes it; what does not exist needs
-// no clearing.
+// Clearing the last setting of an entry removes it. Clearing a setting of a missing
+// entry succeeds.
 int set_format(const char *operation, const char *bridge, std::uint32_t port, std::uint16_t vid,
                const FormatField &which, const char *format) {
     return on_port(operation, bridge, port, [&](pppoeia_bridge &b, pppoeia_port &p) {
@@ -74,7 +74,8 @@ int set_format(const char *operation, const char *bridge, std::uint32_t port, st
     });
 }
 
-// Empties the format of an entry that exists and keeps it, bare or not.
+// Empties the format of an existing entry and keeps the entry, even without any
+// setting.
 int unset_format(const char *operation, const char *bridge, std::uint32_t port, std::uint16_t vid,
                  const FormatField &which) {
     trace_call(operation, bridge, port, vid);

@@ -24,8 +24,8 @@ bool refuse_param(const IppcRequest &request, std::size_t index, const char *wha
     return false;
 }
 
-// Whether a parameter is of the kind that an argument needs: direction, code,
-// length, and a text's end.
+// Whether a parameter fits its argument: direction, code, length, and a text's
+// terminator.
 bool check_param(const IppcRequest &request, std::size_t index, int code, int direction) {
     const IppcParam &param = request.params[index];
     const std::span<const std::uint8_t> bytes = param.bytes;
@@ -40,7 +40,7 @@ bool check_param(const IppcRequest &request, std::size_t index, int code, int di
     return end + 1 == bytes.end() || refuse_param(request, index, "goes on behind its terminator");
 }
 
-// An argument while its operation runs: of a number or a block by value, ...
+// Holds an argument while its operation runs: a number, or a block by value.
 template <class Argument>
 struct Slot {
     void load(std::span<const std::uint8_t> bytes) {
@@ -52,13 +52,13 @@ struct Slot {
     Argument value;
 };
 
-// ... of a block by pointer, ...
+// A block by pointer.
 template <class Block>
 struct Slot<const Block *> : Slot<Block> {
     const Block *argument() { return &this->value; }
 };
 
-// ... of a text, which stays in the request, ...
+// A text; its bytes stay in the request.
 template <>
 struct Slot<const char *> {
     void load(std::span<const std::uint8_t> bytes) {
@@ -70,7 +70,7 @@ struct Slot<const char *> {
     const char *value;
 };
 
-// ... and of what the operation fills.
+// An output, which the operation fills.
 template <class Block>
 struct Slot<Block *> {
     void load(std::span<const std::uint8_t>) {}
@@ -119,10 +119,10 @@ bool run_with(const IppcRequest &request, IppcAnswer &answer, int (*)(Arguments.
 }
 
 template <class Signature>
-struct arity;
+struct Arity;
 template <class... Arguments>
-struct arity<int (*)(Arguments...)> : std::index_sequence_for<Arguments...> {
-    using indexes = std::index_sequence_for<Arguments...>;
+struct Arity<int (*)(Arguments...)> : std::index_sequence_for<Arguments...> {
+    using Indexes = std::index_sequence_for<Arguments...>;
 };
 
 using Handler = bool (*)(const IppcRequest &, IppcAnswer &);
@@ -131,13 +131,12 @@ template <class Row>
 bool run(const IppcRequest &request, IppcAnswer &answer) {
     using Signature = std::remove_const_t<decltype(Row::engine)>;
     return run_with<Row::engine>(request, answer, Row::engine,
-                                 typename arity<Signature>::indexes{});
+                                 typename Arity<Signature>::Indexes{});
 }
 
-// A table's handlers, by their distance from its first id; ids that are not used
-// have none.
+// A table's handlers, indexed from its first id; null for an unused id.
 template <std::uint32_t First, class... Rows>
-constexpr auto make_handlers(operation_table<Rows...>) {
+constexpr auto make_handlers(OperationTable<Rows...>) {
     static_assert(((Rows::id >= First) && ...));
     std::array<Handler, std::max({Rows::id...}) - First + 1> by_id{};
     ((by_id[Rows::id - First] = run<Rows>), ...);
@@ -145,14 +144,14 @@ constexpr auto make_handlers(operation_table<Rows...>) {
 }
 
 template <class... Rows>
-constexpr bool ids_ascend(operation_table<Rows...>) {
+constexpr bool ids_ascend(OperationTable<Rows...>) {
     constexpr std::array ids{Rows::id...};
     return std::ranges::is_sorted(ids, std::ranges::less_equal{});
 }
 
-constexpr auto handlers = make_handlers<0>(operations{});
-constexpr auto node_handlers = make_handlers<first_node_operation>(node_operations{});
-static_assert(ids_ascend(operations{}) && ids_ascend(node_operations{}),
+constexpr auto handlers = make_handlers<0>(ClientOperations{});
+constexpr auto node_handlers = make_handlers<first_node_operation>(NodeOperations{});
+static_assert(ids_ascend(ClientOperations{}) && ids_ascend(NodeOperations{}),
               "an id is used twice, or the rows are out of order");
 static_assert(handlers.size() <= first_node_operation);
 

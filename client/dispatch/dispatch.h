@@ -1,4 +1,4 @@
-// What the engine's process does with the requests that it is sent.
+// Runs the client API's requests in the engine's process.
 #pragma once
 
 #include "platform/ippc_request.h"
@@ -9,9 +9,9 @@
 
 namespace ia {
 
-// Runs the operation asked for, on the calling thread, and answers with its
-// result. A request with another id, or whose parameters are not exactly those
-// of the operation, is refused with one warning and changes nothing.
+// Runs the requested operation on the calling thread and fills in its result. A
+// request with an unknown id, or with parameters that differ from the operation's,
+// is refused with one warning and changes nothing.
 bool dispatch(const platform::IppcRequest &request, platform::IppcAnswer &answer);
 
 // Writes a warning of the IPPC server to the log (level 4).

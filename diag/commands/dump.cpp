@@ -17,7 +17,7 @@ void write_neighbour(std::ostream &out, bool there, std::uint16_t vid) {
         out << '/';
 }
 
-// The ids of the entries before and behind one of a list, "/" at its ends.
+// The ids of a list entry's neighbours, "/" at the ends.
 template <class List>
 void write_previous(std::ostream &out, const List &list, typename List::const_iterator entry) {
     const bool there = entry != list.begin();
@@ -63,8 +63,8 @@ void write_port_vlans(std::ostream &out, const pppoeia_port &port) {
     }
 }
 
-// The quote behind the serial has none in front: readers of the report know it
-// like that.
+// The quote behind the serial has no opening one; readers of the report expect it
+// so.
 void write_equipment(std::ostream &out, const pppoeia_port &port) {
     write_port(out, port);
     out << ", CPE serial: " << port.cpe_serial
@@ -110,6 +110,6 @@ int fe_pppoeia_dump(const char *bridge, std::uint32_t port, const char *tty) {
         if (!found) return 1;
         write_report(report, *found, port);
     }
-    pppoeia_send_stream_to_tty(report, tty);  // which may wait for the terminal
+    pppoeia_send_stream_to_tty(report, tty);  // may wait for the terminal
     return 0;
 }

@@ -20,8 +20,7 @@ using Data = customFormatTestData_t;
 
 // --- changing a value ----------------------------------------------------------
 
-// The number at the text's beginning; 0 when there is none or it has more than
-// 32 bits.
+// The number at the text's start; 0 when there is none or it exceeds 32 bits.
 std::uint32_t leading_number(std::string_view text) {
     std::uint32_t number = 0;
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));

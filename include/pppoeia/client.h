@@ -1,23 +1,30 @@
 // Client API: how a second process configures and queries the engine.
 //
-// Each change is asked of the engine's process and, once the engine has made
-// it, repeated in this process's own store. Reading never leaves the process.
+// Each change goes to the engine's process and, when the engine has made it, is
+// repeated in this process's own store. Reads are answered from that store.
 // A function returns
 //   0   success
-//   2   a null argument, which is reported on standard output; nothing was sent
+//   2   an argument is null (reported on standard output); nothing was sent
 //   4   the engine could not be reached, or did not answer within 5 seconds
 //   or  the engine's own result: a negative errno value as in pppoeia/fe.h and
-//       pppoeia/store.h; the store is then as it was
+//       pppoeia/store.h; the store has not changed
 //
-// Any thread may call, several at once; who changes one setting from several
-// threads keeps the changes in order himself. Texts and formats have the limits
-// of pppoeia/store.h, ports and bridges those of pppoeia/fe.h.
+// Any thread may call, several at once. A caller that changes one setting from
+// several threads must order these changes itself. pppoeia/store.h has the limits
+// of texts and formats, pppoeia/fe.h those of ports and bridges.
 #pragma once
 
 #include "pppoeia/records.h"
 
 // Where the engine is reached.
 inline constexpr char PPPOEIA_ENGINE_PATH[] = "/var/run/pppoeia_fe_main";
+
+// The client's own results; all others are the engine's.
+namespace ia {
+inline constexpr int client_ok = 0;
+inline constexpr int client_null_argument = 2;
+inline constexpr int client_no_answer = 4;
+}  // namespace ia
 
 #pragma GCC visibility push(default)
 

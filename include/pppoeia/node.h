@@ -84,42 +84,42 @@ int clear_port_frames(const char *bridge, std::uint32_t port);
 int fe_clear_port_frames(const char *bridge, std::uint32_t port);
 
 // --- values of macros ----------------------------------------------------------
-struct macro_value_block {
+struct MacroValueBlock {
     std::uint32_t known;  // 0: the macro never has a value
     char text[124];
 };
-static_assert(sizeof(macro_value_block) == 128);
+static_assert(sizeof(MacroValueBlock) == 128);
 
 // What a macro (its customIdFormat) would be replaced with for a client on this
 // port and VLAN and customer VLAN (0xFFF: none); an address of zeros is none.
 // -2 unknown bridge, -19 no such port, -22 no such macro.
 int macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std::uint16_t vid,
-                std::uint16_t cvid, const pppoeia_mac *client, macro_value_block *out);
+                std::uint16_t cvid, const pppoeia_mac *client, MacroValueBlock *out);
 int fe_macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std::uint16_t vid,
-                   std::uint16_t cvid, const pppoeia_mac *client, macro_value_block *out);
+                   std::uint16_t cvid, const pppoeia_mac *client, MacroValueBlock *out);
 
 // --- IDs of a line ---------------------------------------------------------------
-struct generated_id {
+struct GeneratedId {
     std::uint32_t size;    // bytes that are sent, at most 63
     std::uint32_t binary;  // 1: the bytes are sent, and the text is only its form
     char text[64];
     std::uint8_t bytes[64];
 };
 
-struct line_ids_block {
-    generated_id circuit_id;
-    generated_id remote_id;
+struct LineIdsBlock {
+    GeneratedId circuit_id;
+    GeneratedId remote_id;
 };
-static_assert(sizeof(line_ids_block) == 272);
+static_assert(sizeof(LineIdsBlock) == 272);
 
 // The IDs that a PADI of this client on this port, VLAN (0xFFF: none) and customer
 // VLAN would be sent with, from what is set now; an address of zeros is none. With
 // the customer VLAN 0xFFF, not known, the default form shows "<cvid>" in its place.
 // -2 unknown bridge, -19 no such port, -12 without memory.
 int line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
-             const pppoeia_mac *client, line_ids_block *out);
+             const pppoeia_mac *client, LineIdsBlock *out);
 int fe_line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
-                const pppoeia_mac *client, line_ids_block *out);
+                const pppoeia_mac *client, LineIdsBlock *out);
 
 // --- lines and servers ----------------------------------------------------------
 // The lines that the engine knows, a page at a time: from 0, then from `next`. A line

@@ -70,25 +70,25 @@ std::string label(const Bridge &bridge) {
 class Changes {
 public:
     Changes(const NodeState &wanted_state, EntityCalls &entity_calls)
-        : wanted(wanted_state),
-          before(registry().read([](const NodeState &node) { return node; })),
-          calls(entity_calls) {}
+        : wanted_(wanted_state),
+          before_(registry().read([](const NodeState &node) { return node; })),
+          calls_(entity_calls) {}
 
     unsigned announce() {
         change_facts();
         remove();
-        for (const Bridge &bridge : wanted.bridges) arrive(bridge);
-        tell_settings(arrivals.bridges.count(managed_bridge) ? Description{} : before.facts,
-                      wanted.facts, calls);
-        for (const auto &entry : wanted.vlans) arrive(entry.second);
-        for (const Interface &interface : parents_first(wanted)) arrive(interface);
-        calls.arrived(arrivals);
-        return missed;
+        for (const Bridge &bridge : wanted_.bridges) arrive(bridge);
+        tell_settings(arrivals_.bridges.count(managed_bridge) ? Description{} : before_.facts,
+                      wanted_.facts, calls_);
+        for (const auto &entry : wanted_.vlans) arrive(entry.second);
+        for (const Interface &interface : parents_first(wanted_)) arrive(interface);
+        calls_.arrived(arrivals_);
+        return missed_;
     }
 
 private:
     void miss(const std::string &what, const char *why) {
-        ++missed;
+        ++missed_;
         syslog(LOG_WARNING, "%s: %s", what.c_str(), why);
     }
 
@@ -114,58 +114,58 @@ private:
     }
 
     void change_facts() {
-        const Description &now = wanted.facts;
-        if (before.facts.shelf != now.shelf)
+        const Description &now = wanted_.facts;
+        if (before_.facts.shelf != now.shelf)
             make(
-                sys.shelfIdChanged, "shelf id " + now.shelf,
+                sys_.shelfIdChanged, "shelf id " + now.shelf,
                 [&](NodeState &node) { node.facts.shelf = now.shelf; }, now.shelf);
         registry().change([&](NodeState &node) {
             const std::string shelf = node.facts.shelf;
             node.facts = now;
             node.facts.shelf = shelf;
         });
-        if (before.facts.profile_mode != now.profile_mode)
-            calls.profileModeChange(now.profile_mode);
-        if (before.gpon != wanted.gpon)
+        if (before_.facts.profile_mode != now.profile_mode)
+            calls_.profileModeChange(now.profile_mode);
+        if (before_.gpon != wanted_.gpon)
             syslog(LOG_WARNING, "the GPON feature changes when the node starts again");
     }
 
     // A bridge gets its number of port records when it is created.
     bool goes(const Bridge &bridge) const {
-        const Bridge *const stays = wanted.bridge(bridge.name);
+        const Bridge *const stays = wanted_.bridge(bridge.name);
         return !stays || stays->ports != bridge.ports;
     }
 
     bool goes(const Interface &interface) const {
-        const Interface *const stays = wanted.interface(interface.id);
-        const Bridge *const bridge = before.bridge(interface.bridge);
+        const Interface *const stays = wanted_.interface(interface.id);
+        const Bridge *const bridge = before_.bridge(interface.bridge);
         return !stays || !same_port(interface, *stays) || !bridge || goes(*bridge);
     }
 
     bool goes(const Vlan &vlan) const {
-        const Bridge *const bridge = before.bridge(vlan.bridge);
-        return !wanted.vlans.count({vlan.bridge, vlan.id}) || !bridge || goes(*bridge);
+        const Bridge *const bridge = before_.bridge(vlan.bridge);
+        return !wanted_.vlans.count({vlan.bridge, vlan.id}) || !bridge || goes(*bridge);
     }
 
     void remove() {
-        const std::vector<Interface> ports = parents_first(before);
+        const std::vector<Interface> ports = parents_first(before_);
         for (auto port = ports.rbegin(); port != ports.rend(); ++port)
             if (goes(*port)) leave(*port);
-        for (const auto &[key, vlan] : before.vlans)
+        for (const auto &[key, vlan] : before_.vlans)
             if (goes(vlan)) leave(vlan);
-        for (auto bridge = before.bridges.rbegin(); bridge != before.bridges.rend(); ++bridge)
+        for (auto bridge = before_.bridges.rbegin(); bridge != before_.bridges.rend(); ++bridge)
             if (goes(*bridge)) leave(*bridge);
     }
 
     void leave(const Interface &interface) {
         make(
-            interfaces.portDeleted, label(interface) + " stays",
+            interfaces_.portDeleted, label(interface) + " stays",
             [&](NodeState &node) { node.interfaces.erase(interface.id); }, interface.bridge.c_str(),
             static_cast<int>(interface.id));
     }
 
     void leave(const Vlan &vlan) {
-        make(bridges.vlanDeleted, vlan, label(vlan) + " stays", [&](NodeState &node) {
+        make(bridges_.vlanDeleted, vlan, label(vlan) + " stays", [&](NodeState &node) {
             node.vlans.erase({vlan.bridge, vlan.id});
         });
     }
@@ -173,7 +173,7 @@ private:
     // What refused to leave the bridge goes with it.
     void leave(const Bridge &bridge) {
         make(
-            bridges.bridgeDeleted, label(bridge) + " stays",
+            bridges_.bridgeDeleted, label(bridge) + " stays",
             [&](NodeState &node) {
                 const auto on_it = [&](const auto &entry) {
                     return entry.second.bridge == bridge.name;
@@ -192,14 +192,14 @@ private:
 
     void arrive(const Bridge &bridge) {
         if (!has_bridge(bridge.name)) {
-            if (!calls.hold(bridge.name, 0))
+            if (!calls_.hold(bridge.name, 0))
                 return miss(label(bridge), "its frames cannot be held");
             if (!make(
-                    interfaces.bridgeAdded, label(bridge),
+                    interfaces_.bridgeAdded, label(bridge),
                     [&](NodeState &node) { node.bridges.push_back(without_settings(bridge)); },
                     bridge.name.c_str(), bridge.ports))
                 return;
-            arrivals.bridges.insert(bridge.name);
+            arrivals_.bridges.insert(bridge.name);
         }
         Bridge was;
         registry().change([&](NodeState &node) {
@@ -210,7 +210,7 @@ private:
                 there.ports = was.ports;  // fixed; it differs when the bridge refused to go
             }
         });
-        tell_settings(was, bridge, calls);
+        tell_settings(was, bridge, calls_);
     }
 
     void arrive(const Vlan &vlan) {
@@ -219,28 +219,28 @@ private:
         const bool there =
             registry().read([&](const NodeState &node) { return node.vlans.count(key) > 0; });
         const auto come = [&](NodeState &node) { node.vlans[key] = without_settings(vlan); };
-        if (!there && !make(bridges.vlanAdded, vlan, label(vlan), come)) return;
-        if (!there) arrivals.vlans.insert(key);
+        if (!there && !make(bridges_.vlanAdded, vlan, label(vlan), come)) return;
+        if (!there) arrivals_.vlans.insert(key);
         Vlan was;
         registry().change([&](NodeState &node) { was = std::exchange(node.vlans[key], vlan); });
-        tell_settings(was, vlan, calls);
+        tell_settings(was, vlan, calls_);
     }
 
     void arrive(const Interface &interface) {
         if (!has_bridge(interface.bridge)) return miss(label(interface), "its bridge is not there");
         const bool there = registry().read(
             [&](const NodeState &node) { return node.interface(interface.id) != nullptr; });
-        if (!there && !arrivals.bridges.count(interface.bridge) &&
-            !calls.hold(interface.bridge, interface.id))
+        if (!there && !arrivals_.bridges.count(interface.bridge) &&
+            !calls_.hold(interface.bridge, interface.id))
             return miss(label(interface), "its frames cannot be held");
         if (!there && !make(
-                          interfaces.portAdded, label(interface),
+                          interfaces_.portAdded, label(interface),
                           [&](NodeState &node) {
                               node.interfaces[interface.id] = without_settings(interface);
                           },
                           interface.bridge.c_str(), static_cast<int>(interface.id)))
             return;
-        if (!there) arrivals.ports.emplace(interface.bridge, interface.id);
+        if (!there) arrivals_.ports.emplace(interface.bridge, interface.id);
         const Interface was =
             registry().read([&](const NodeState &node) { return *node.interface(interface.id); });
         if (same_port(was, interface)) update(was, interface);
@@ -249,7 +249,7 @@ private:
     void update(const Interface &was, const Interface &now) {
         const auto put = [&](NodeState &node) { node.interfaces[now.id] = now; };
         if (const auto kind = gem_event(was, now)) {
-            if (!make(interfaces.gponGem, label(now), put, static_cast<int>(now.id),
+            if (!make(interfaces_.gponGem, label(now), put, static_cast<int>(now.id),
                       static_cast<int>(now.parent), static_cast<int>(now.gem), *kind))
                 return;
         } else {
@@ -259,17 +259,17 @@ private:
         if (equipment_changed && !now.serial.empty() && isActive(FEATURE_GPON))
             singleton<Ports>::instance().getGponImpl()->onuStateChanged.tell(now.parent, now.onu,
                                                                              now.serial, true);
-        tell_settings(was, now, calls);
+        tell_settings(was, now, calls_);
     }
 
-    Interfaces &interfaces = singleton<Interfaces>::instance();
-    kvbridge &bridges = singleton<kvbridge>::instance();
-    sysInfo &sys = singleton<sysInfo>::instance();
-    const NodeState &wanted;
-    const NodeState before;
-    EntityCalls &calls;
-    Arrivals arrivals;
-    unsigned missed = 0;
+    Interfaces &interfaces_ = singleton<Interfaces>::instance();
+    kvbridge &bridges_ = singleton<kvbridge>::instance();
+    sysInfo &sys_ = singleton<sysInfo>::instance();
+    const NodeState &wanted_;
+    const NodeState before_;
+    EntityCalls &calls_;
+    Arrivals arrivals_;
+    unsigned missed_ = 0;
 };
 
 }  // namespace

@@ -94,26 +94,26 @@ std::optional<ExternalMessage> parse_external_message(std::string_view record) {
 }
 
 ExternalMessages::ExternalMessages(const std::string &path, Deliver deliver)
-    : socket_path(path),
-      deliver_message(std::move(deliver)),
-      listener(listen_at(path)),
-      stop(eventfd(0, EFD_CLOEXEC)) {
-    if (!stop) fail(path);
-    receiver = std::thread(&ExternalMessages::receive, this);
+    : socket_path_(path),
+      deliver_message_(std::move(deliver)),
+      listener_(listen_at(path)),
+      stop_(eventfd(0, EFD_CLOEXEC)) {
+    if (!stop_) fail(path);
+    receiver_ = std::thread(&ExternalMessages::receive, this);
 }
 
 ExternalMessages::~ExternalMessages() {
-    eventfd_write(stop.get(), 1);
-    receiver.join();
-    unlink(socket_path.c_str());
+    eventfd_write(stop_.get(), 1);
+    receiver_.join();
+    unlink(socket_path_.c_str());
 }
 
 void ExternalMessages::receive() {
     for (;;) {
-        pollfd waited[] = {{listener.get(), POLLIN, 0}, {stop.get(), POLLIN, 0}};
+        pollfd waited[] = {{listener_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}};
         if (poll(waited, 2, -1) < 0) continue;
         if (waited[1].revents) return;
-        const Descriptor connection(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        const Descriptor connection(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (!connection) {
             poll(&waited[1], 1, retry_ms);
             continue;
@@ -136,7 +136,7 @@ std::string ExternalMessages::serve(int connection) const {
         return "error: the message is longer than " + std::to_string(message_max) + " bytes\n";
     const auto message = parse_external_message({record.data(), length});
     if (!message) return "error: the message is malformed\n";
-    return "ok\n" + deliver_message(*message);
+    return "ok\n" + deliver_message_(*message);
 }
 
 std::string send_external_message(const std::string &path, const ExternalMessage &message) {

@@ -42,11 +42,11 @@ private:
     void receive();
     std::string serve(int connection) const;
 
-    const std::string socket_path;
-    const Deliver deliver_message;
-    Descriptor listener;
-    Descriptor stop;  // an event: readable once the thread shall end
-    std::thread receiver;
+    const std::string socket_path_;
+    const Deliver deliver_message_;
+    Descriptor listener_;
+    Descriptor stop_;  // an event: readable once the thread shall end
+    std::thread receiver_;
 };
 
 // Sends one message and returns the reply. Throws std::system_error when the

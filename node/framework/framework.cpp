@@ -46,25 +46,25 @@ bool may_start(BLEntity &entity, const std::vector<BLEntity *> &running) {
 }  // namespace
 
 Framework::Framework(EntityCalls &calls, std::string message_socket, std::string rpc_socket)
-    : entity_calls(calls),
-      message_path(std::move(message_socket)),
-      rpc_path(std::move(rpc_socket)),
-      receive_loop(no_service, "BLLManager_mng") {}
+    : entity_calls_(calls),
+      message_path_(std::move(message_socket)),
+      rpc_path_(std::move(rpc_socket)),
+      receive_loop_(no_service, "BLLManager_mng") {}
 
 Framework::~Framework() {
     stop();
 }
 
 bool Framework::serve(const Description &description) {
-    const std::scoped_lock guard(serving, operation);
+    const std::scoped_lock guard(serving_, operation_);
     begin_registry(description);
     return start_serving();
 }
 
 // Requests that are served already wait for the lock until all is announced.
 bool Framework::start(const Description &description) {
-    const std::scoped_lock guard(serving, operation);
-    const bool served = is_serving;
+    const std::scoped_lock guard(serving_, operation_);
+    const bool served = is_serving_;
     const BLLManager::exclusiveLock_t alone;
     if (!alone.owns_lock()) return false;
     begin_registry(description);
@@ -79,7 +79,7 @@ bool Framework::start(const Description &description) {
 
 bool Framework::receive_messages() {
     try {
-        if (!message_path.empty()) messages.emplace(message_path, deliver);
+        if (!message_path_.empty()) messages_.emplace(message_path_, deliver);
         return true;
     } catch (const std::system_error &error) {
         syslog(LOG_ERR, "cannot receive requests: %s", error.what());
@@ -88,23 +88,23 @@ bool Framework::receive_messages() {
 }
 
 bool Framework::start_serving() {
-    if (is_serving) return true;
+    if (is_serving_) return true;
     try {
-        if (!rpc_path.empty()) local_requests.emplace(rpc_path);
-        is_serving = receive_loop.start();
-        if (!is_serving) syslog(LOG_ERR, "cannot start the RPC receive loop");
+        if (!rpc_path_.empty()) local_requests_.emplace(rpc_path_);
+        is_serving_ = receive_loop_.start();
+        if (!is_serving_) syslog(LOG_ERR, "cannot start the RPC receive loop");
     } catch (const std::system_error &error) {
         syslog(LOG_ERR, "cannot receive requests: %s", error.what());
     }
-    if (!is_serving) local_requests.reset();
-    return is_serving;
+    if (!is_serving_) local_requests_.reset();
+    return is_serving_;
 }
 
 bool Framework::start_entities() {
     std::vector<BLEntity *> waiting = manager().entities();
     while (!waiting.empty()) {
         const auto next = std::find_if(waiting.begin(), waiting.end(), [&](BLEntity *entity) {
-            return may_start(*entity, running);
+            return may_start(*entity, running_);
         });
         if (next == waiting.end()) {
             syslog(LOG_ERR, "entity %s depends on one that is not there",
@@ -115,7 +115,7 @@ bool Framework::start_entities() {
             syslog(LOG_ERR, "entity %s does not start", (*next)->entityName().c_str());
             return false;
         }
-        running.push_back(*next);
+        running_.push_back(*next);
         waiting.erase(next);
     }
     return true;
@@ -123,18 +123,18 @@ bool Framework::start_entities() {
 
 bool Framework::announce(const Description &description) {
     manager().configurationApplyStart.tell();
-    const unsigned missed = announce_changes(description, entity_calls);
+    const unsigned missed = announce_changes(description, entity_calls_);
     manager().configurationApplyStop.tell(static_cast<int>(missed));
     return missed == 0;
 }
 
 bool Framework::apply(const Description &description) {
-    const std::lock_guard guard(operation);
+    const std::lock_guard guard(operation_);
     return announce(description);
 }
 
 bool Framework::announce_anew(const Description &description, const std::function<bool()> &begin) {
-    const std::lock_guard guard(operation);
+    const std::lock_guard guard(operation_);
     const BLLManager::exclusiveLock_t alone;
     if (!alone.owns_lock() || !begin()) return false;
     begin_registry(description);
@@ -142,23 +142,23 @@ bool Framework::announce_anew(const Description &description, const std::functio
 }
 
 bool Framework::clear_configuration() {
-    const std::lock_guard guard(operation);
+    const std::lock_guard guard(operation_);
     const BLLManager::exclusiveLock_t alone;
     if (!alone.owns_lock()) return false;
     CliConfig &config = singleton<CliConfig>::instance();
     config.clearConfigStart.tell();
     bool cleared = true;
-    for (BLEntity *entity : running) cleared = entity->applyDefaultSettings() && cleared;
-    announce_settings_again(entity_calls);
+    for (BLEntity *entity : running_) cleared = entity->applyDefaultSettings() && cleared;
+    announce_settings_again(entity_calls_);
     config.clearConfigStop.tell();
     return cleared;
 }
 
 void Framework::save_configuration(const std::function<void()> &save) {
-    const std::lock_guard guard(operation);
+    const std::lock_guard guard(operation_);
     CliConfig &config = singleton<CliConfig>::instance();
     config.saveConfigStart.tell();
-    for (const BLEntity *entity : running) entity->saveConfiguration({});
+    for (const BLEntity *entity : running_) entity->saveConfiguration({});
     try {
         if (save) save();
     } catch (...) {  // the end is told also when the saving fails
@@ -174,23 +174,23 @@ bool Framework::serves() const {
 
 // Serving ends first and without `operation`, which a request may wait for.
 bool Framework::stop() {
-    const std::lock_guard no_start(serving);
-    messages.reset();
+    const std::lock_guard no_start(serving_);
+    messages_.reset();
     stop_serving();
-    const std::lock_guard guard(operation);
+    const std::lock_guard guard(operation_);
     return stop_entities();
 }
 
 void Framework::stop_serving() {
-    receive_loop.stop(false);
-    local_requests.reset();
-    is_serving = false;
+    receive_loop_.stop(false);
+    local_requests_.reset();
+    is_serving_ = false;
 }
 
 bool Framework::stop_entities() {
-    messages.reset();
+    messages_.reset();
     bool stopped = true;
-    for (; !running.empty(); running.pop_back()) stopped = running.back()->stop() && stopped;
+    for (; !running_.empty(); running_.pop_back()) stopped = running_.back()->stop() && stopped;
     return stopped;
 }
 

@@ -71,16 +71,16 @@ private:
     bool stop_entities();
     bool announce(const Description &description);
 
-    EntityCalls &entity_calls;
-    const std::string message_path;
-    const std::string rpc_path;
-    std::mutex serving;               // starting and stopping to serve; taken before `operation`
-    std::mutex operation;             // requests that are served may take it too
-    std::vector<BLEntity *> running;  // in the order of their start
-    std::optional<RPCLocalSocket> local_requests;
-    RPCProxy receive_loop;
-    bool is_serving = false;
-    std::optional<ExternalMessages> messages;
+    EntityCalls &entity_calls_;
+    const std::string message_path_;
+    const std::string rpc_path_;
+    std::mutex serving_;               // starting and stopping to serve; taken before `operation_`
+    std::mutex operation_;             // requests that are served may take it too
+    std::vector<BLEntity *> running_;  // in the order of their start
+    std::optional<RPCLocalSocket> local_requests_;
+    RPCProxy receive_loop_;
+    bool is_serving_ = false;
+    std::optional<ExternalMessages> messages_;
 };
 
 }  // namespace ia::node

@@ -37,11 +37,11 @@ private:
     template <class Free>
     bool wait_and_hold(std::unique_lock<std::mutex> &guard, Limit limit, Free free);
 
-    std::mutex mutex;
-    std::condition_variable released;
-    std::vector<Holder> holders;  // one, when exclusive
-    bool exclusive = false;
-    unsigned waiting_writers = 0;
+    std::mutex mutex_;
+    std::condition_variable released_;
+    std::vector<Holder> holders_;  // one, when exclusive
+    bool exclusive_ = false;
+    unsigned waiting_writers_ = 0;
 };
 
 // The lock behind BLLManager's two lock objects, and how long these wait.

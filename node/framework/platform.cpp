@@ -18,11 +18,11 @@ using ia::node::NodeState;
 using ia::node::registry;
 
 void BLLManager::registerEntity(BLEntity &entity) {
-    registered.push_back(&entity);
+    registered_.push_back(&entity);
 }
 
 const std::vector<BLEntity *> &BLLManager::entities() const {
-    return registered;
+    return registered_;
 }
 
 void BLLManager::registerThread(const std::string &name) {

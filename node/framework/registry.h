@@ -36,18 +36,18 @@ public:
     // nothing that asks or changes the registry.
     template <class Use>
     auto read(Use use) const {
-        const std::shared_lock guard(mutex);
-        return use(static_cast<const NodeState &>(state));
+        const std::shared_lock guard(mutex_);
+        return use(static_cast<const NodeState &>(state_));
     }
     template <class Use>
     auto change(Use use) {
-        const std::lock_guard guard(mutex);
-        return use(state);
+        const std::lock_guard guard(mutex_);
+        return use(state_);
     }
 
 private:
-    mutable std::shared_mutex mutex;
-    NodeState state;
+    mutable std::shared_mutex mutex_;
+    NodeState state_;
 };
 
 // The registry behind the platform's singletons.

@@ -34,13 +34,13 @@ public:
     virtual void getDependencies(std::list<std::string> &names) = 0;
     virtual ~BLEntity() = default;
 
-    const std::string &entityName() const { return m_entityName; }
+    const std::string &entityName() const { return entity_name_; }
 
 protected:
-    explicit BLEntity(std::string entity_name) : m_entityName(std::move(entity_name)) {}
+    explicit BLEntity(std::string entity_name) : entity_name_(std::move(entity_name)) {}
 
 private:
-    std::string m_entityName;
+    std::string entity_name_;
 };
 
 #pragma GCC visibility pop

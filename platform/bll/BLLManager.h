@@ -23,10 +23,10 @@ public:
         ~exclusiveLock_t();
         exclusiveLock_t(const exclusiveLock_t &) = delete;
         exclusiveLock_t &operator=(const exclusiveLock_t &) = delete;
-        bool owns_lock() const { return held; }
+        bool owns_lock() const { return held_; }
 
     private:
-        const bool held;
+        const bool held_;
     };
 
     // The same with other readers. A thread may take it while it holds either.
@@ -36,10 +36,10 @@ public:
         ~sharedLock_t();
         sharedLock_t(const sharedLock_t &) = delete;
         sharedLock_t &operator=(const sharedLock_t &) = delete;
-        bool owns_lock() const { return held; }
+        bool owns_lock() const { return held_; }
 
     private:
-        const bool held;
+        const bool held_;
     };
 
     // The entity lives as long as the process. Called while libraries load.
@@ -57,7 +57,7 @@ public:
     Notification::Callbacks<boost::function<void(int)>> configurationApplyStop;
 
 private:
-    std::vector<BLEntity *> registered;
+    std::vector<BLEntity *> registered_;
 };
 
 #pragma GCC visibility pop

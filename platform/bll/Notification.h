@@ -20,8 +20,8 @@ template <class Callback>
 class Callbacks {
 public:
     void subscribe(const Callback &callback) {
-        const std::lock_guard guard(mutex);
-        entries.push_back(std::make_shared<Entry>(callback));
+        const std::lock_guard guard(mutex_);
+        entries_.push_back(std::make_shared<Entry>(callback));
     }
 
     // Removes every callback that was made from a binding equal to `functor`.
@@ -29,8 +29,8 @@ public:
     // one that is being raised.
     template <class Functor>
     void unsubscribe(const Functor &functor) {
-        const std::lock_guard guard(mutex);
-        std::erase_if(entries, [&](const std::shared_ptr<Entry> &entry) {
+        const std::lock_guard guard(mutex_);
+        std::erase_if(entries_, [&](const std::shared_ptr<Entry> &entry) {
             if (!entry->callback.contains(functor)) return false;
             entry->subscribed = false;
             return true;
@@ -61,12 +61,12 @@ private:
     };
 
     std::vector<std::shared_ptr<Entry>> snapshot() const {
-        const std::lock_guard guard(mutex);
-        return entries;
+        const std::lock_guard guard(mutex_);
+        return entries_;
     }
 
-    mutable std::mutex mutex;
-    std::vector<std::shared_ptr<Entry>> entries;
+    mutable std::mutex mutex_;
+    std::vector<std::shared_ptr<Entry>> entries_;
 };
 
 // A change of the platform. `Pre` and `Post` are boost::function types: Pre
@@ -75,31 +75,31 @@ private:
 template <class Pre, class Post>
 class Event {
 public:
-    void subscribePre(const Pre &callback) { before.subscribe(callback); }
-    void subscribePost(const Post &callback) { after.subscribe(callback); }
+    void subscribePre(const Pre &callback) { before_.subscribe(callback); }
+    void subscribePost(const Post &callback) { after_.subscribe(callback); }
 
     template <class Functor>
     void unsubscribePre(const Functor &functor) {
-        before.unsubscribe(functor);
+        before_.unsubscribe(functor);
     }
     template <class Functor>
     void unsubscribePost(const Functor &functor) {
-        after.unsubscribe(functor);
+        after_.unsubscribe(functor);
     }
 
     // For the publisher.
     template <class... Args>
     bool ask(const Args &...args) const {
-        return before.ask(args...);
+        return before_.ask(args...);
     }
     template <class... Args>
     void tell(const Args &...args) const {
-        after.tell(args...);
+        after_.tell(args...);
     }
 
 private:
-    Callbacks<Pre> before;
-    Callbacks<Post> after;
+    Callbacks<Pre> before_;
+    Callbacks<Post> after_;
 };
 
 // An event whose two callbacks take the same arguments.

@@ -38,13 +38,13 @@ const NodeRow node_rows[] = {
      {text(br), text("lan"), u16(0x88A8), u32(1500)}},
     {1010,
      [] {
-         ia::macro_value_block value{};
+         ia::MacroValueBlock value{};
          return ia::macro_value(br, 6, 1, 100, 0x0FFF, &mac, &value);
      },
      {text(br), u32(6), u32(1), u16(100), u16(0x0FFF), mac_bytes, hex("8000 0100 00000000")}},
     {1013,
      [] {
-         ia::line_ids_block ids{};
+         ia::LineIdsBlock ids{};
          return ia::line_ids(br, 1, 100, 5, &mac, &ids);
      },
      {text(br), u32(1), u16(100), u16(5), mac_bytes, hex("1001 0100 00000000")}},

@@ -53,17 +53,17 @@ void expect_null_refused(std::uint32_t id, int (*client)(Arguments...),
 }
 
 template <std::uint32_t Id, auto Client, auto Engine, auto Mirror, class... Arguments>
-void check_row(ia::operation<Id, Client, Engine, Mirror>, int (*client)(Arguments...)) {
+void check_row(ia::Operation<Id, Client, Engine, Mirror>, int (*client)(Arguments...)) {
     expect_null_refused(Id, client, std::index_sequence_for<Arguments...>{});
 }
 
 template <std::uint32_t Id, auto Client, auto Engine, auto Mirror>
-void check_row(ia::operation<Id, Client, Engine, Mirror> row) {
+void check_row(ia::Operation<Id, Client, Engine, Mirror> row) {
     check_row(row, Client);
 }
 
 template <class... Rows>
-void check_rows(ia::operation_table<Rows...>) {
+void check_rows(ia::OperationTable<Rows...>) {
     (check_row(Rows{}), ...);
 }
 
@@ -72,7 +72,7 @@ TEST(NullArguments, AreNamedAndNothingIsSent) {
     const std::string path = dir / "main";
     ia::engine_path = path.c_str();
     Recorder recorder(path);
-    check_rows(ia::operations{});
+    check_rows(ia::ClientOperations{});
     EXPECT_TRUE(recorder.take().empty());
 }
 

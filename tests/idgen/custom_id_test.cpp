@@ -37,12 +37,11 @@ protected:
     void expect_planned(const std::string &format, const std::string &id, std::uint32_t port,
                         std::uint16_t vid) {
         ia::IdMemory memory;
-        ia::line_slot line;
+        ia::LineSlot line;
         const ia::subscriber who = ia::subscriber_of(bridge_, port, vid, 5, ID_GEN_FRAME);
-        const ia::format_plan *plan = ia::plan_of(memory, format.c_str());
+        const ia::FormatPlan *plan = ia::plan_of(memory, format.c_str());
         begin_line(line, who, plan);
-        for (const ia::format_plan *run :
-             {plan, plan, folded_plan(*current_line(line, who), who)}) {
+        for (const ia::FormatPlan *run : {plan, plan, folded_plan(*current_line(line, who), who)}) {
             char out[64];
             std::vector<std::uint8_t> planned;
             ia::run_plan(run, who, out, planned);
@@ -155,7 +154,7 @@ TEST_F(CustomId, ExpandsWhateverBytesThereAre) {
     };
     const LogLevel quiet(6);
     std::vector<std::string> pieces = {"$", "$", "$", "h", "z", "s", "d", "9", "$h", "\xFF", "12"};
-    for (const ia::macro_rule &rule : ia::macro_rules()) pieces.emplace_back(rule.name);
+    for (const ia::MacroRule &rule : ia::macro_rules()) pieces.emplace_back(rule.name);
     for (int round = 0; round < 20000; ++round) {
         std::string format;
         for (int piece = 0; piece < 12; ++piece) format += pieces[choose(pieces.size())];

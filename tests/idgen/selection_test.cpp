@@ -275,7 +275,7 @@ TEST_F(Query, OfALineAnswersAsAFrameWould) {
         SCOPED_TRACE(row.circuit_id);
         dsl(*bridge_).vsa_circuit_id_mode = row.format ? PPPOEIA_CID_CUSTOM : PPPOEIA_CID_DEFAULT;
         put(bridge_->cid_format, row.format ? row.format : "");
-        ia::line_ids_block ids{};
+        ia::LineIdsBlock ids{};
         EXPECT_EQ(ia::fe_line_ids("br0", DSL, row.vid, row.cvid, &mac, &ids), 0);
         EXPECT_STREQ(ids.circuit_id.text, row.circuit_id);
         EXPECT_EQ(ids.circuit_id.size, std::strlen(row.circuit_id));
@@ -298,7 +298,7 @@ TEST_F(Query, RefusesUnknownBridgesAndAbsentPorts) {
         EXPECT_TRUE(was_traced("fe_gen_remote_id_by_intf_vlan" + suffix));
         EXPECT_EQ(cache_pppoeia_port_circuit_id_get(bridge, port, out_), result);
         EXPECT_TRUE(was_traced("cache_pppoeia_port_circuit_id_get" + suffix));
-        ia::line_ids_block ids{};
+        ia::LineIdsBlock ids{};
         const pppoeia_mac mac{};
         EXPECT_EQ(ia::fe_line_ids(bridge, port, 100, 7, &mac, &ids), result);
         EXPECT_STREQ(out_, "before");

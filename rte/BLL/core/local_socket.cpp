@@ -70,25 +70,25 @@ void rpcProxyServeLocally(unsigned long program, unsigned long version,
     local_programs().push_back({program, version, dispatch});
 }
 
-RPCLocalSocket::RPCLocalSocket(std::string socketPath) : path(std::move(socketPath)) {
+RPCLocalSocket::RPCLocalSocket(std::string socketPath) : path_(std::move(socketPath)) {
     Socket made;
-    if (made.descriptor < 0) fail(errno, path);
-    listen_at(made.descriptor, path);
-    transport = svc_vc_create(made.descriptor, 0, 0);
-    if (!transport) {
-        unlink(path.c_str());
-        fail(ENOMEM, path);
+    if (made.descriptor < 0) fail(errno, path_);
+    listen_at(made.descriptor, path_);
+    transport_ = svc_vc_create(made.descriptor, 0, 0);
+    if (!transport_) {
+        unlink(path_.c_str());
+        fail(ENOMEM, path_);
     }
-    made.descriptor = -1;  // the transport's now
+    made.descriptor = -1;  // the transport_'s now
     constexpr int no_port_mapper = 0;
     for (const LocalProgram &local : local_programs())
-        svc_register(transport, local.program, local.version, local.dispatch, no_port_mapper);
-    ia::registered().add(ia::Endpoint{transport, AF_UNIX, true});
+        svc_register(transport_, local.program, local.version, local.dispatch, no_port_mapper);
+    ia::registered().add(ia::Endpoint{transport_, AF_UNIX, true});
 }
 
 RPCLocalSocket::~RPCLocalSocket() {
-    unlink(path.c_str());
-    ia::registered().remove(transport);
-    ia::forget_exchanges(transport);
-    svc_destroy(transport);
+    unlink(path_.c_str());
+    ia::registered().remove(transport_);
+    ia::forget_exchanges(transport_);
+    svc_destroy(transport_);
 }

@@ -31,7 +31,7 @@ int checkInterrupt() {
 }
 
 RPCProxy::RPCProxy(void *(*service_start)(void *), const std::string &thread_name)
-    : serviceStart(service_start), name(thread_name) {}
+    : service_start_(service_start), name_(thread_name) {}
 
 // NOLINTNEXTLINE(bugprone-exception-escape): only a thread that joins itself throws
 RPCProxy::~RPCProxy() {
@@ -39,10 +39,10 @@ RPCProxy::~RPCProxy() {
 }
 
 bool RPCProxy::start() {
-    if (thread.joinable()) return false;
+    if (thread_.joinable()) return false;
     try {
         boost::thread started(&RPCProxy::threadFunction, this);
-        thread = boost::move(started);
+        thread_ = boost::move(started);
     } catch (const boost::thread_resource_error &) {
         return false;
     }
@@ -50,39 +50,40 @@ bool RPCProxy::start() {
 }
 
 bool RPCProxy::stop(bool no_wait) {
-    if (thread.joinable()) {
-        thread.interrupt();
+    if (thread_.joinable()) {
+        thread_.interrupt();
         ia::registered().wake();
     }
     if (no_wait) return isStopped();
-    if (thread.joinable()) thread.join();
+    if (thread_.joinable()) thread_.join();
     return true;
 }
 
 bool RPCProxy::isStopped() {
-    if (!thread.joinable()) return true;
-    return thread.timed_join(boost::posix_time::microsec_clock::universal_time() +
-                             boost::posix_time::milliseconds(100));
+    if (!thread_.joinable()) return true;
+    return thread_.timed_join(boost::posix_time::microsec_clock::universal_time() +
+                              boost::posix_time::milliseconds(100));
 }
 
 void RPCProxy::threadFunction() {
-    singleton<BLLManager>::instance().registerThread(name);
-    serviceStart(&interruptCheck);
-    if (runs_receive_loop(name)) receiveLoop();
+    singleton<BLLManager>::instance().registerThread(name_);
+    service_start_(&interrupt_check_);
+    if (runs_receive_loop(name_)) receiveLoop();
 }
 
 void RPCProxy::receiveLoop() const {
     const int process = getpid();
-    std::fprintf(stderr, "[%d] %s: Starting main RPC loop - custom made.\n", process, name.c_str());
+    std::fprintf(stderr, "[%d] %s: Starting main RPC loop - custom made.\n", process,
+                 name_.c_str());
     ia::ReceiveLoop loop;
     for (;;) {
         if (const int error = loop.pass()) {
             std::fprintf(stderr, "[%d] %s: RPC main loop stopping (%d - %s).\n", process,
-                         name.c_str(), error, std::strerror(error));
+                         name_.c_str(), error, std::strerror(error));
             return;
         }
         if (checkInterrupt()) {
-            std::fprintf(stderr, "[%d] %s: RPC main loop stopping.\n", process, name.c_str());
+            std::fprintf(stderr, "[%d] %s: RPC main loop stopping.\n", process, name_.c_str());
             return;
         }
     }

@@ -56,8 +56,8 @@ public:
     RPCLocalSocket &operator=(const RPCLocalSocket &) = delete;
 
 private:
-    const std::string path;
-    SVCXPRT *transport = nullptr;
+    const std::string path_;
+    SVCXPRT *transport_ = nullptr;
 };
 
 // Who makes the call that is being dispatched.
@@ -103,10 +103,10 @@ private:
     void threadFunction();
     void receiveLoop() const;
 
-    boost::thread thread;  // not joinable until start() succeeds
-    int (*interruptCheck)() = checkInterrupt;
-    void *(*serviceStart)(void *);
-    std::string name;
+    boost::thread thread_;  // not joinable until start() succeeds
+    int (*interrupt_check_)() = checkInterrupt;
+    void *(*service_start_)(void *);
+    std::string name_;
 };
 
 #pragma GCC visibility pop
