@@ -13,7 +13,7 @@ void *counted(void *block) {
 
 }  // namespace
 
-// The C library's own, under the names it keeps for those who replace them.
+// The C library's allocator, under the names it offers to replacements.
 extern "C" {
 void *__libc_malloc(std::size_t size);
 void *__libc_calloc(std::size_t number, std::size_t size);

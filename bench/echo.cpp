@@ -36,7 +36,7 @@ bool echo_one(int socket) {
     return true;
 }
 
-// The headers point into the object: it stays where it is.
+// The headers point into the object, so it must not move.
 class Batch {
 public:
     Batch() {
@@ -98,7 +98,7 @@ bool Echo::readable() {
     return select(socket_ + 1, &sockets, nullptr, nullptr, &longest) == 1;
 }
 
-// Moves datagrams until none is left, then waits. `move` says whether there was
+// Moves datagrams until none is left, then waits. `move` returns whether it moved
 // one.
 template <class Move>
 void Echo::serve_when_readable(Move move) {

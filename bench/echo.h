@@ -1,5 +1,5 @@
-// The least that could stand in the worker's place: threads that send every
-// datagram of a packet socket back as it came.
+// The simplest possible replacement of the worker: threads that send every datagram
+// of a packet socket back unchanged.
 #pragma once
 
 #include <atomic>
@@ -8,8 +8,8 @@
 
 namespace ia::bench {
 
-// How an echo waits for and moves its datagrams. When nothing is there each
-// waits up to 10 ms, so that it sees a stop request.
+// How an echo waits for datagrams and moves them. Each waits up to 10 ms, so that
+// it sees a stop request.
 enum class EchoStyle {
     select_each,  // select, recv, send
     no_wait,      // recv, send; select only when nothing is there

@@ -1,5 +1,5 @@
-// The frame path alone: one frame after the other through process_frame, and
-// what its custom IDs cost, without worker, socket or device.
+// Measures the frame path alone (process_frame, frame by frame) and its custom IDs,
+// without worker, socket or device.
 //
 //   frame_path            the table: time and allocations a frame
 //   frame_path list       the scenarios' names
@@ -20,7 +20,7 @@ using namespace ia::bench;
 
 namespace {
 
-// What is to be of which cost, by names of scenarios, as at_most their ratio.
+// Pairs of scenarios whose cost ratio has a limit.
 struct Limit {
     const char *what, *above, *below;
     double at_most;
@@ -55,7 +55,7 @@ double allocations_per_frame(const Work &work) {
     return static_cast<double>(allocations() - before) / frames;
 }
 
-// The scenarios take turns, so that what else the machine does meets them all.
+// The scenarios alternate, so that other load on the machine affects all alike.
 void print_table() {
     constexpr std::size_t runs = 200;
     constexpr std::size_t frames = 100;

@@ -33,7 +33,7 @@ constexpr char binary_remote_id[] = "$hCLNT_MAC$hz2VLAN$hPORT$hAGENT_BOARD$hz4CH
 constexpr char binary_circuit_id_made[] = "07 03 01 64 05 020000000001";
 constexpr char binary_remote_id_made[] = "020000000001 0064 01 03 00000007 's1'";
 
-// The record of a running bridge, without its worker.
+// The record of a running bridge without its worker.
 BridgePtr make_bridge(std::uint32_t slots = 8) {
     static int made = 0;
     const std::string name = "br" + std::to_string(made++);
@@ -46,8 +46,8 @@ BridgePtr make_bridge(std::uint32_t slots = 8) {
     return bridge;
 }
 
-// The same datagram again and again. The buffer is restored in front of each
-// frame, as far as the frame before it reached.
+// The same datagram again and again. Before each frame the buffer is restored as
+// far as the previous frame changed it.
 struct FrameLoop {
     BridgePtr bridge;
     FrameIds ids;
@@ -156,7 +156,7 @@ Work padi_binary() {
 }
 
 // A line whose client has just sent a PADI, and its Circuit ID: by the format's
-// plan, as a frame has it made, and step by step.
+// plan, as for a frame, and step by step.
 struct PlanLoop {
     FrameLoop line{padi_datagram()};
     const char *format;
@@ -222,7 +222,7 @@ Work id_binary() {
     return loop;
 }
 
-// The text Circuit ID as one would write it for this line alone.
+// The text Circuit ID as one would code it for this line alone.
 struct ByHand {
     FrameLoop line{padi_datagram()};
     Bytes text = Bytes(PPPOEIA_ID_SIZE);

@@ -1,5 +1,5 @@
-// What is measured of the frame path: frames through process_frame, and what
-// their custom IDs cost. Each scenario checks its bytes before anything counts.
+// The benchmark scenarios of the frame path: frames through process_frame, and
+// their custom IDs. Each scenario checks its bytes before it is measured.
 #pragma once
 
 #include "bench/measure.h"
@@ -10,13 +10,13 @@
 
 namespace ia::bench {
 
-// Runs as many frames; owns the line that they are of.
+// Processes that many frames; owns their line.
 using Work = std::function<void(std::size_t frames)>;
 
 struct Scenario {
     const char *name;
     const char *what;
-    Work (*make)();  // throws std::runtime_error when the bytes are not right
+    Work (*make)();  // throws std::runtime_error when the bytes are wrong
     Target allocations;
 };
 

@@ -1,5 +1,5 @@
-// What configuration costs as a node grows, and what memory it takes: the store
-// itself, on a scripted node, without requests in front of it.
+// Measures the cost of configuration as a node grows, and its memory: the store
+// itself on a scripted node, without requests.
 #include "bench/measure.h"
 #include "pppoeia/pppoeia.h"
 #include "tests/support/scripted_node.h"
@@ -48,7 +48,7 @@ void row(const char *what, const char *unit, std::vector<double> values, Target 
     print_row(what, unit, series, target);
 }
 
-// The entry is added, and removed again, many times.
+// The entry is added and removed many times.
 double added_again_and_again(std::uint16_t vlan) {
     std::vector<double> times;
     for (int i = 0; i < 200; ++i) {

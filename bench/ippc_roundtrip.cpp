@@ -1,9 +1,9 @@
-// What a call of the client API costs: a setter's round trip through the engine
-// and the mirror, against a bare ping-pong of the same bytes on the same kind
-// of socket; and the time to provision a node's ports.
+// Measures client API calls: a setter's round trip through the engine and the
+// mirror, against a bare ping-pong of the same bytes on the same kind of socket;
+// and the time to provision a node's ports.
 //
-// Both servers are processes of their own, on one processor with the caller, as
-// a ping-pong across processors measures the wake-up of the other one.
+// Both servers are processes on the caller's processor: across processors, a
+// ping-pong would measure the wake-up of the other processor.
 #include "bench/measure.h"
 #include "client/dispatch/dispatch.h"
 #include "client/request.h"
@@ -31,7 +31,7 @@ using namespace ia::test;
 namespace {
 
 constexpr const char *br = "br0";
-constexpr int calls = 20000;  // a repetition
+constexpr int calls = 20000;  // per repetition
 
 double us_since(std::chrono::steady_clock::time_point before) {
     return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - before)
@@ -44,7 +44,7 @@ void check(bool good, const char *what) {
     std::exit(1);
 }
 
-// A process that serves until it is ended with this object.
+// A process that serves until this object ends it.
 class Child {
 public:
     explicit Child(const std::function<void(int ready)> &serve) {
@@ -101,8 +101,8 @@ void serve_bare(const std::string &path, const Bytes &reply, int ready) {
         send(client, reply.data(), reply.size(), 0);
 }
 
-// Mean times of a repetition's calls, us. The two take turns, so that what else
-// the machine does meets both.
+// Mean time of a repetition's calls, us. The two alternate, so that other load on
+// the machine affects both alike.
 struct Times {
     ia::bench::Series call;
     ia::bench::Series bare;
@@ -145,14 +145,14 @@ void ping_pong(const RawSocket &client, const Bytes &request) {
           "the ping-pong");
 }
 
-// Requests of the same sizes as the four of `provision`.
+// Requests of the same sizes as the four that `provision` makes.
 void ping_pong_as_often(const RawSocket &client) {
     static const Bytes requests[] = {Bytes(114), Bytes(44), Bytes(44), Bytes(62)};
     for (std::uint32_t port = 1; port <= ports; ++port)
         for (const Bytes &request : requests) ping_pong(client, request);
 }
 
-// Of a new bridge's ports each time, ms.
+// Time per new bridge's ports, ms.
 Times measure_provisioning(const RawSocket &bare) {
     Times times;
     for (std::size_t i = 0; i < times.call.size(); ++i) {
@@ -197,7 +197,7 @@ int main() {
     const double per_operation = static_cast<double>(requests - before_requests) / (4.0 * ports);
     const Times provisioning = measure_provisioning(bare_client);
 
-    // The same bytes as the setter's request.
+    // The same bytes as in the setter's request.
     const Bytes request =
         hex("0101 0300 1f000000 0000 0000 04000000 'br0' 00 0400 0000 04000000 01000000"
             "0400 0000 04000000 01000000");

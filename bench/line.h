@@ -1,6 +1,6 @@
-// The subscriber line that is measured: port 1 of a bridge, "1/1/1" on board 3,
-// shelf "s1", VLAN 100 "internet", customer VLAN 5, client 02:00:00:00:00:01.
-// Port 2 faces the network.
+// The measured subscriber line: port 1 of a bridge, "1/1/1" on board 3, shelf "s1",
+// VLAN 100 "internet", customer VLAN 5, client 02:00:00:00:00:01. Port 2 faces the
+// network.
 #pragma once
 
 #include "tests/support/datagrams.h"
@@ -9,11 +9,11 @@ namespace ia::bench {
 
 using test::Bytes;
 
-// Gives a bridge that is in the list its ports and its data.
+// Adds the ports and the data to a bridge of the list.
 void set_up_line(const char *bridge);
 
-// The custom formats of the line: a Circuit ID and a Remote ID of six macros
-// each, all with a value, and the tag that they make.
+// The custom formats of the line: a Circuit ID and a Remote ID of six macros each,
+// all with a value, and the resulting tag.
 inline constexpr char text_circuit_id[] = "$SHELF/$CHASSIS/$AGENT_BOARD/$PORT:$VLAN $CLNT_MAC";
 inline constexpr char text_remote_id[] =
     "$INTF_TYPE $INTF $INTF_DSCR $PORT_REM_ID $VLAN_NAME $SYSNAME";
@@ -25,14 +25,14 @@ Bytes text_tag();
 
 Bytes padi_datagram();
 
-// A server's PADO with the line's own tag, to be taken out.
+// A server's PADO with the line's own tag, which the engine removes.
 Bytes pado_datagram();
 
-// The frame, without the record, as it leaves: `tag` is the Vendor-Specific tag.
+// The frame as it leaves, without the record: `tag` is the Vendor-Specific tag.
 Bytes marked_padi(const Bytes &tag);
 Bytes cleaned_pado();
 
-// The line's tag with the default forms: 39 bytes.
+// The line's tag in the default forms: 39 bytes.
 Bytes default_tag();
 
 // Any tag of a Circuit ID and a Remote ID.

@@ -19,12 +19,12 @@ inline double nanoseconds(Clock::duration time) {
     return std::chrono::duration<double, std::nano>(time).count();
 }
 
-// One value for each repetition.
+// One value per repetition.
 using Series = std::array<double, repetitions>;
 
 double median(std::vector<double> values);
 
-// What a series' median is to keep.
+// The limit of a series' median.
 struct Target {
     enum { none, at_most, at_least } kind = none;
     double value = 0;
@@ -32,11 +32,11 @@ struct Target {
 
 void print_row(const char *what, const char *unit, const Series &series, Target target = {});
 
-// What a thread has used of its core, ns.
+// A thread's CPU time so far, ns.
 double cpu_time(clockid_t clock);
 
-// The calling thread's CPU time for a frame, ns: the median of many short runs,
-// so that one which lost its core or its cache does not count. work(frames)
+// The calling thread's CPU time per frame, ns: the median of many short runs, so
+// that a run that lost its core or its cache does not count. work(frames)
 template <class Work>
 double cpu_time_per_frame(std::size_t runs, std::size_t frames, const Work &work) {
     std::vector<double> times;

@@ -1,6 +1,5 @@
-// The node of the benchmarks: real sockets and devices, kernel modules that
-// agree to everything. Its pseudo device is made beforehand and outlives the
-// bridge.
+// The node of the benchmarks: real sockets and devices, and kernel modules that
+// accept everything. Its pseudo device exists before the bridge and outlives it.
 #include "platform/kernel_modules.h"
 #include "platform/ncfm.h"
 #include "platform/net_device.h"
@@ -33,7 +32,7 @@ int control_request(int, unsigned long request, void *argument) {
 
 void control_close(int) {}
 
-// Packet sockets hold a whole burst of the generator.
+// Gives packet sockets room for a whole burst of the generator.
 int net_socket(int domain, int type, int protocol) {
     const int opened = socket(domain, type, protocol);
     constexpr int burst_bytes = 4 << 20;

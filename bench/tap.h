@@ -1,5 +1,5 @@
-// A pseudo device and the kernel bridge module's end of it, in a network
-// namespace of this process's own.
+// A pseudo device and the kernel bridge module's end of it, in a network namespace
+// of this process.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ namespace ia::bench {
 class Tap {
 public:
     // Enters the namespace and makes the device, up, without IPv6. Throws
-    // std::system_error when that is not permitted.
+    // std::system_error without the permission.
     explicit Tap(const char *name);
     Tap(const Tap &) = delete;
     Tap &operator=(const Tap &) = delete;
@@ -19,7 +19,7 @@ public:
 
     void put(std::span<const std::uint8_t> datagram);
 
-    // Length of the next datagram; 0 when there is none.
+    // The length of the next datagram; 0 when there is none.
     std::size_t take(std::span<std::uint8_t> datagram);
 
 private:

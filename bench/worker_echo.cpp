@@ -1,11 +1,11 @@
 // The whole worker on a pseudo device, against bare echoes on the same device.
 //
-// The engine's thread is held while the generator fills its socket with a burst
-// and then works it off without a pause, so the engine is what is measured;
-// generator and engine have a core each. Its CPU time is then its serving time,
-// and what bears a loaded machine: the rates are made from it. The time on the
-// wall, from the release to the last frame out, has the wake-up in it and
-// whatever else ran. All variants take turns in short slices.
+// The engine's thread is held while the generator fills its socket with a burst,
+// then works it off without a pause: only the engine is measured. Generator and
+// engine have a core each. The rates are made from CPU time, which equals serving
+// time here and is insensitive to other load. Wall time, from the release to the
+// last frame out, includes the wake-up and other load. All variants alternate in
+// short slices.
 #include "bench/echo.h"
 #include "bench/line.h"
 #include "bench/measure.h"
@@ -39,8 +39,8 @@ namespace {
 constexpr char bridge_name[] = "br0";
 constexpr char device_name[] = "br0_pppoe";
 constexpr std::size_t burst = 256;
-constexpr std::size_t bursts = 10;  // in a slice
-constexpr std::size_t slices = 20;  // in a repetition
+constexpr std::size_t bursts = 10;  // per slice
+constexpr std::size_t slices = 20;  // per repetition
 
 void pin(int core) {
     cpu_set_t cores;
@@ -49,7 +49,7 @@ void pin(int core) {
     pthread_setaffinity_np(pthread_self(), sizeof cores, &cores);
 }
 
-// The engine with one bridge; held by its lock.
+// The engine with one bridge, held by the bridge's lock.
 class Worker {
 public:
     explicit Worker(bool custom_ids) {
@@ -79,14 +79,13 @@ private:
     std::optional<LockedBridge> held_;
 };
 
-// Of each burst, or each slice, ns a frame.
+// Nanoseconds per frame of each burst, or of each slice.
 struct Costs {
     std::vector<double> wall;
     std::vector<double> cpu;
 };
 
-// Waits for the burst to come out. Anything but the expected datagrams, each
-// of them, is an error.
+// Receives the whole burst. A missing or unexpected datagram is an error.
 void take_burst(Tap &tap, std::size_t expected_length) {
     Bytes datagram(2048);
     const Clock::time_point start = Clock::now();
@@ -116,7 +115,7 @@ void measure_burst(Tap &tap, Engine &engine, std::size_t expected_length, Costs 
     costs.cpu.push_back((cpu_time(engine.cpu_clock()) - cpu_before) / burst);
 }
 
-// A thread starts on the core of who makes it.
+// A new thread starts on its creator's core.
 template <class Engine, class... Args>
 void measure_slice(Tap &tap, std::size_t expected_length, Costs &costs, Args... args) {
     pin(get_nprocs() - 1);
@@ -166,8 +165,8 @@ Series rate(const Series &time) {
     return frames;
 }
 
-// Slice by slice: two slices that follow each other find the machine at the same
-// pace, which two medians of many may not have been of.
+// Compares slice by slice: two consecutive slices run at the same clock rate, two
+// medians of many may not.
 Series ratio(const Variant &above, const Variant &below) {
     Series ratios;
     for (std::size_t i = 0; i < repetitions; ++i) {

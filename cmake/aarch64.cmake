@@ -6,8 +6,8 @@ set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-# pkg-config answers for the other architecture, not for this one.
+# pkg-config must answer for the target architecture.
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/aarch64-linux-gnu/pkgconfig:/usr/share/pkgconfig)
-# The prefix is this machine's own root: its multiarch folders hold the
-# libraries. (Another prefix makes programs with threads hang.)
+# The prefix is this machine's root, whose multiarch folders hold the libraries.
+# (With another prefix, programs with threads hang.)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L /)

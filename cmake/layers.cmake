@@ -1,4 +1,4 @@
-# A folder is a layer: a static library of its own, with the layers it may use.
+# A folder is a layer: a static library, and the layers that it may use.
 #
 #   ia_layer(NAME FOLDER dir SOURCES files... USES layers... SEES layers... [LINKS libraries...])
 #
@@ -6,10 +6,10 @@
 # shared libraries: only their headers are used. Both may name `platform`
 # (declarations only; every layer may also use the public headers).
 #
-#   ia_folder(FOLDER dir SEES layers...)    a folder that is no library
+#   ia_folder(FOLDER dir SEES layers...)    a folder without a library
 #
-# ia_check_includes(), called last, looks at every source and header of all these
-# folders: an include of a folder that is not named ends the configuring.
+# ia_check_includes(), called last, checks every source and header of these folders:
+# an include of any other folder stops the configuring.
 function(ia_layer name)
     cmake_parse_arguments(ARG "" "FOLDER" "SOURCES;USES;SEES;LINKS" ${ARGN})
     add_library(ia_${name} STATIC ${ARG_SOURCES})
@@ -25,12 +25,12 @@ function(ia_layer name)
     foreach(layer ${ARG_SEES})
         if(layer MATCHES "rpc" AND NOT "rpc_types" IN_LIST ARG_USES)
             target_include_directories(ia_${name} PRIVATE ${PROJECT_BINARY_DIR}/generated)
-            add_dependencies(ia_${name} ia_rpc_types)  # its headers are made
+            add_dependencies(ia_${name} ia_rpc_types)  # its headers are generated
         endif()
     endforeach()
 endfunction()
 
-# Layers that share a folder share what it may include.
+# Layers in the same folder may include the same.
 function(ia_folder)
     cmake_parse_arguments(ARG "" "FOLDER" "SEES" ${ARGN})
     set_property(GLOBAL APPEND PROPERTY IA_FOLDERS ${ARG_FOLDER})
@@ -53,7 +53,7 @@ endfunction()
 function(ia_allowed_folders folder result)
     set(allowed pppoeia ${folder})
     if(folder MATCHES "^(node/|management$)")
-        list(APPEND allowed node)  # what all of its layers share
+        list(APPEND allowed node)  # common to its layers
     endif()
     get_property(layers GLOBAL PROPERTY "IA_MAY_SEE ${folder}")
     foreach(layer ${layers})

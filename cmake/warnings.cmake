@@ -1,4 +1,4 @@
-# Both compilers, the same strictness: a warning is an error.
+# The same strict warnings for both compilers; a warning is an error.
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wcast-align -Werror
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>

@@ -1,4 +1,4 @@
-// Properties: what does not hold ends the run with its place.
+// Checks of properties: a violation ends the run and names its place.
 #pragma once
 
 #include <cstdio>

@@ -1,8 +1,8 @@
-// Whole custom IDs, from any format, for a line whose data the input chooses.
+// Custom IDs from any format, for a line whose data the input chooses.
 //
-// An ID keeps its limits; a format without macro names is itself, cut; the two
-// builders write at most 63 characters and a terminator. A format's plan makes
-// what the rule makes.
+// Properties: an ID keeps its limits; a format without macro names gives itself,
+// cut; both builders write at most 63 characters and a terminator; a format's plan
+// gives the same ID as genCustomId.
 #include "fuzz/check.h"
 #include "idgen/assembly.h"
 #include "idgen/id_memory.h"

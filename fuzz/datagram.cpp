@@ -1,9 +1,9 @@
 // One datagram through the engine's processing.
 //
-// Whatever comes in, the buffer's slack stays zero behind a frame that stays
-// inside the buffer. A well-formed PADI or PADR that is marked parses again, has
-// exactly one Vendor-Specific tag, all its other tags as they were and in their
-// order, a payload length that fits its tags, and both addresses unchanged.
+// Properties: for any input, the buffer behind a frame that fits stays zero. A
+// well-formed PADI or PADR that the engine marks parses again, has exactly one
+// Vendor-Specific tag, keeps all other tags in their order and both addresses, and
+// has a payload length that fits its tags.
 #include "fe/base/trace.h"
 #include "fe/discovery.h"
 #include "fe/frame.h"
@@ -40,7 +40,7 @@ std::uint16_t be16(const Bytes &frame, std::size_t at) {
     return static_cast<std::uint16_t>(frame.at(at) << 8 | frame.at(at + 1));
 }
 
-// A Discovery frame behind at most three tags, every tag of it inside its
+// Parses a Discovery frame behind at most three VLAN tags: every tag inside its
 // payload, the payload inside the frame.
 std::optional<Parsed> parse(const Bytes &frame) {
     if (frame.size() < 14) return std::nullopt;
@@ -123,7 +123,7 @@ void append16(Bytes &bytes, std::size_t value) {
     bytes.push_back(static_cast<std::uint8_t>(value));
 }
 
-// A length as it should be, or now and then another.
+// The correct length, or occasionally another one.
 std::size_t length_or_lie(FuzzedDataProvider &input, std::size_t length) {
     return input.ConsumeIntegralInRange(0, 15) == 0 ? input.ConsumeIntegral<std::uint16_t>()
                                                     : length;
@@ -146,7 +146,7 @@ Bytes shaped_tags(FuzzedDataProvider &input) {
     return tags;
 }
 
-// A Discovery frame (RFC 2516) as a peer would send it, but for some lies.
+// A Discovery frame (RFC 2516) as a peer would send it, with a few wrong values.
 Bytes shaped_datagram(FuzzedDataProvider &input) {
     Bytes bytes(ia::ethernet_start, 0);
     const std::size_t addresses = bytes.size() + 12;

@@ -1,5 +1,6 @@
-// Any bytes as a request to a running engine. What is run has an answer that
-// fits the channel. corpus/ippc_dispatch.tar.xz has a request of every operation.
+// Any bytes as a request to a running engine. Every request that is run gets an
+// answer that fits the channel. corpus/ippc_dispatch.tar.xz has a request of every
+// operation.
 #include "client/dispatch/dispatch.h"
 #include "fuzz/check.h"
 #include "node/ippc/message.h"
@@ -10,7 +11,8 @@
 #include <sstream>
 #include <string>
 
-// In place of the engine's: what a fuzzer names as a terminal stays untouched.
+// Replaces the engine's function: a path that the fuzzer invents as terminal must
+// not be written.
 void pppoeia_send_stream_to_tty(const std::ostringstream &text, const std::string &) {
     MUST(text.str().size() < 100'000'000);
 }

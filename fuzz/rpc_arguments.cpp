@@ -1,6 +1,6 @@
-// Any bytes as the arguments of any procedure of the RPC service. The entity
-// behind it is the real one, its engine a process of its own. Every call has
-// exactly one reply, of bounded size, that a caller can read again.
+// Any bytes as the arguments of any procedure of the RPC service. The entity is the
+// real one, its engine a process of its own. Every call gets exactly one reply, of
+// bounded size, that a caller can decode.
 #include "client/request.h"
 #include "entity/pppoeia.h"
 #include "fuzz/check.h"
@@ -18,7 +18,7 @@
 #include <cstdint>
 #include <type_traits>
 
-// In place of the system's: what is logged is not what is looked at.
+// Replaces the system's function: this target does not look at the log.
 extern "C" void syslog(int, const char *, ...) {}
 extern "C" void __syslog_chk(int, int, const char *, ...) {}
 
@@ -28,7 +28,7 @@ using ia::node::InterfaceType;
 
 constexpr std::size_t reply_max = 1024 * 1024;
 
-// One call on a transport of memory only.
+// One call on a transport in memory.
 struct Call {
     XDR arguments{};
     std::array<char, 400> credentials{};
@@ -65,7 +65,7 @@ TransportCalls memory_transport{nullptr,    nullptr,        get_arguments,
 
 ia::node::Description describe() {
     ia::node::Description node;
-    node.rpc_reserved_port = false;  // the gate has tests of its own
+    node.rpc_reserved_port = false;  // tests/framework covers the gate
     node.bridges = {{.name = "br0", .ports = 64}};
     node.vlans = {{.id = 100, .name = "internet", .bridge = "br0"}};
     std::uint32_t id = 0;
@@ -78,7 +78,7 @@ ia::node::Description describe() {
     return node;
 }
 
-// Made once, before the first input; the process ends with it.
+// Made before the first input; lives until the process ends.
 struct Node {
     Node() : engine(path) {
         ia::engine_path = path.c_str();

@@ -1,8 +1,8 @@
 // The format scanner and its option parser.
 //
-// A macro that is found lies in the format where the scanner says, begins with
-// the prefix and ends with its name, and the scan moves on; so a walk over any
-// format ends.
+// Properties: a macro found lies in the format where the scanner says, begins with
+// the prefix and ends with its name; the scan moves forward, so that a walk over
+// any format ends.
 #include "idgen/scanner.h"
 #include "fuzz/check.h"
 #include "idgen/macros.h"

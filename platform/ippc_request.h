@@ -1,5 +1,5 @@
-// A request as the server's process gets it from the IPPC library, and what it
-// answers.
+// A request as the server's process receives it from the IPPC library, and the
+// answer.
 #pragma once
 
 #include <array>
@@ -12,7 +12,7 @@ namespace ia::platform {
 
 inline constexpr std::size_t ippc_max_params = 8;     // of a request
 inline constexpr std::size_t ippc_max_text = 64;      // bytes of a text handed back
-inline constexpr std::size_t ippc_max_output = 4096;  // bytes of any parameter handed back
+inline constexpr std::size_t ippc_max_output = 4096;  // bytes of one output
 
 struct IppcParam {
     std::uint16_t code;                   // 0: text, else the block's size
@@ -20,7 +20,7 @@ struct IppcParam {
     std::span<const std::uint8_t> bytes;  // of an input, a text's with its terminator
 };
 
-// Lives as long as the dispatch of the request.
+// Valid during the dispatch of the request.
 struct IppcRequest {
     std::uint32_t function;
     std::span<const IppcParam> params;
@@ -38,8 +38,8 @@ struct IppcAnswer {
     std::array<IppcOutput, ippc_max_params> output;
 };
 
-// Runs the function asked for. False refuses the request, having changed
-// nothing: the caller gets an error instead of a result.
+// Runs the requested function. False refuses the request, which has changed
+// nothing: the caller gets an error in place of a result.
 using IppcDispatch = std::function<bool(const IppcRequest &, IppcAnswer &)>;
 
 }  // namespace ia::platform

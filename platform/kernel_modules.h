@@ -1,9 +1,9 @@
-// The node's kernel modules: `kvmng` makes and removes pseudo devices,
-// `kvbridge` bridges and hands filtered frames to one of them.
+// The node's kernel modules: `kvmng` creates and deletes pseudo devices, `kvbridge`
+// bridges and hands filtered frames to a pseudo device.
 //
-// Both are reached through control files and numbered requests. On a node that
-// has the modules the three functions are the system calls; elsewhere the
-// node's own platform answers them. Chosen when the platform library is linked.
+// Both are controlled by requests on control files. On a node with the modules the
+// three functions are system calls; on other nodes the platform library implements
+// them. The choice is made at link time.
 #pragma once
 
 #include "platform/wire_integers.h"

@@ -1,6 +1,5 @@
-// The system calls that reach network devices, as the agent makes them. On a
-// node they are the system calls; the scripted platform of the tests answers
-// them without privileges.
+// The agent's system calls on network devices. The scripted platform of the tests
+// implements them without privileges.
 #pragma once
 
 #include <cstdint>
@@ -18,10 +17,10 @@ int net_device_request(int socket, unsigned long request, ifreq &device);
 // bind(2) of a packet socket to one device, for all protocols.
 int net_bind(int socket, int interface_index);
 
-// The MAC address of a device, six bytes. The agent's name for the management
-// interface, "mng0", means the device that the node has for it. May be asked with
-// each frame: the answer is kept until it changes, and then costs no system call.
-// Returns 0, or -1 with errno set.
+// The MAC address of a device, six bytes. The management interface's name "mng0"
+// stands for the device that the node uses as such. May be called for each frame:
+// the address is kept until it changes, so the call costs no system call. Returns
+// 0, or -1 with errno set.
 int net_device_address(const char *device, std::uint8_t *mac);
 
 }  // namespace ia::platform

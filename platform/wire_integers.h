@@ -1,5 +1,5 @@
-// Integers as they lie in a frame or a record: byte arrays with conversions,
-// so a record may stand at any address.
+// Integers in a frame or a record: byte arrays with conversions, so that a record
+// may stand at any address.
 #pragma once
 
 #include <cstdint>

@@ -1,18 +1,18 @@
 # shellcheck shell=bash
-# Read by the other scripts: where they run, how they build and test.
+# Sourced by the other scripts: working folder, build and test functions.
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 export PYTHONPATH=$PWD PYTHONDONTWRITEBYTECODE=1
 
-# With ccache: headers compiled once for many tests are no obstacle.
+# Lets ccache work with precompiled headers.
 export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
 
 JOBS=$(nproc)
 export JOBS
 
-# quiet COMMAND: its output only when it fails.
+# quiet COMMAND: prints its output only if it fails.
 quiet() {
     local log status=0
     log=$(mktemp)
@@ -22,8 +22,8 @@ quiet() {
     return "$status"
 }
 
-# progress COMMAND: its output as it comes; where nobody watches a terminal, one line
-# for each tenth of a build, and all of it when it fails.
+# progress COMMAND: prints its output as it comes. Without a terminal, prints one
+# line per tenth of a build, and all output if it fails.
 progress() {
     if [ -t 1 ]; then
         "$@"
@@ -44,14 +44,14 @@ progress() {
     return "$status"
 }
 
-# build PRESET [TARGET...]: all of it, or the targets.
+# build PRESET [TARGET...]: builds everything, or the targets.
 build() {
     echo "builds preset $1"
     progress scripts/build "$@"
 }
 
-# build_labelled PRESET LABEL: only the programs of the tests with that label; a
-# test is named as its program.
+# build_labelled PRESET LABEL: builds only the test programs with that label; a test
+# has its program's name.
 build_labelled() {
     local targets
     echo "builds preset $1, tests with label $2"
@@ -61,8 +61,8 @@ build_labelled() {
     progress cmake --build --preset "$1" --target $targets
 }
 
-# run_tests PRESET [ctest options]: the preset's tests, twice as many at once as there
-# are processors, as they mostly wait; and why some did not run.
+# run_tests PRESET [ctest options]: runs the preset's tests, twice as many at once
+# as there are processors (they mostly wait), and prints why tests were skipped.
 run_tests() {
     local folder=build/$1 status=0
     shift

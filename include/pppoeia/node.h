@@ -1,7 +1,7 @@
-// Operations that a node of ours has beyond the client API. They travel the
-// same way, with ids from 1000 up (client/node_operations.h). The first of each
-// pair is the client's function, with the results of pppoeia/client.h; the
-// second, whose name begins with fe_, runs in the engine's process.
+// The node's own operations, beside the client API. They travel the same way; their
+// ids start at 1000 (client/node_operations.h). The first function of each pair is the
+// client's, with the results of pppoeia/client.h; the second, whose name begins with
+// fe_, runs in the engine's process.
 #pragma once
 
 #include "pppoeia/lines.h"
@@ -14,60 +14,59 @@
 
 namespace ia {
 
-// Holds the Discovery frames of a bridge's port, which is to say drops them, or
-// those of the whole bridge for port 0, also while there is no such port or
-// bridge yet: until release_frames(), nothing passes unmarked. Releasing port 0
-// releases every port. Returns 0, -22 for an impossible name or port, and another
-// negative errno value when the filter could not be told: what was asked to be held may
-// still pass until that is mended, and what was asked to be released stays held.
+// Holds, that is drops, the Discovery frames of a bridge's port, or of the whole bridge
+// for port 0, until release_frames(). Port and bridge need not exist yet. Releasing
+// port 0 releases every port. Returns 0, -22 for an impossible name or port, or another
+// negative errno value when the filter could not be set: frames to be held may then still
+// pass until the engine has repaired that, and frames to be released stay held.
 int hold_frames(const char *bridge, std::uint32_t port);
 int fe_hold_frames(const char *bridge, std::uint32_t port);
 
 int release_frames(const char *bridge, std::uint32_t port);
 int fe_release_frames(const char *bridge, std::uint32_t port);
 
-// Which Linux device is a bridge's port, and which side it faces. A binding of
-// before of that port, or of that device, ends with the call: the frames of a
-// device that has lost its port are held. Neither bridge nor device need be
-// there yet. Frames of a bound device pass with the next moment unless the port
-// is held. Returns 0, -22 for an impossible name, port or side, and another
-// negative errno value when the filter could not be told.
+// Binds a Linux device to a bridge's port, with the side that it faces. Earlier
+// bindings of that port or that device end; the frames of a device without a port are
+// held. Bridge and device need not exist yet. The frames of a bound device pass at
+// once, unless the port is held. Returns 0, -22 for an impossible name, port or side,
+// or another negative errno value when the filter could not be set.
 inline constexpr std::uint32_t side_subscriber = 0, side_network = 1;
 int bind_port(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side);
 int fe_bind_port(const char *bridge, std::uint32_t port, const char *device, std::uint32_t side);
 
-// Ends a port's binding; 0 also when there is none. Its device is held as long
-// as it is a member of the bridge, and loses the filter otherwise.
+// Ends a port's binding; 0 also when there is none. The device's frames are held as
+// long as it is a member of the bridge; a device outside the bridge loses the filter.
 int unbind_port(const char *bridge, std::uint32_t port);
 int fe_unbind_port(const char *bridge, std::uint32_t port);
 
-// A bridge of the node: its Linux device, the EtherType of its S-Tags, and its
-// largest Ethernet frame in bytes. From this call on its frames go through the
-// engine or nowhere. One that is known takes the new values. An empty device
-// ends it: the filter goes from its ports. Returns 0, -22 for values that the
-// filter cannot serve, -28 for more than 16 bridges, and another negative errno
-// value when the filter could not be told.
+// Sets the properties of a bridge, new or known: its Linux device, the EtherType of its
+// S-Tags, and its largest Ethernet frame in bytes. From this call on its Discovery
+// frames go through the engine or are dropped. An empty device ends the bridge: its
+// ports lose the filter. Returns 0, -22 for values that the filter cannot serve, -28
+// for more than 16 bridges, or another negative errno value when the filter could not
+// be set.
 int describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
                     std::uint32_t max_pdu);
 int fe_describe_bridge(const char *bridge, const char *device, std::uint16_t stag_ethertype,
                        std::uint32_t max_pdu);
 
-// What the engine needs to know of its node: the board's position in it, and the
-// device whose address it answers from. -22 for a position above 255 or an
-// impossible name.
+// Tells the engine its board's position in the node, and the device from whose address it
+// answers. -22 for a position above 255 or an impossible name.
 int describe_board(std::uint32_t position, const char *management_device);
 int fe_describe_board(std::uint32_t position, const char *management_device);
 
-// Whether the engine gets the bridge's frames. 0 when it does, or has none to
-// get because there is no such device; -19 when its pseudo device is gone, -90
-// when the node's frames have outgrown it, -2 for no bridge of the node: -19 and
-// -90 are healed by making the bridge anew. It does, but netfilter does not hold back what
-// joins the bridge: -92 when its rules have been taken away, -95 when the kernel has none.
+// Checks that the engine receives the bridge's frames. 0 when it does, or when the
+// bridge's Linux device does not exist; -19 when the pseudo device is gone; -90 when
+// the node's frames are larger than it takes; -2 for a bridge that was not described.
+// After -19 or -90 the bridge must be created again.
+// Two results mean that frames arrive, but that netfilter does not hold a device that
+// joins the bridge until it has its filter: -92 when the rules were taken away, -95 when
+// the kernel has no netfilter for bridges.
 int check_bridge(const char *bridge);
 int fe_check_bridge(const char *bridge);
 
-// --- what became of a port's frames ----------------------------------------------
-inline constexpr std::size_t frame_outcomes_max = 48;  // room for them
+// --- outcomes of a port's frames -------------------------------------------------
+inline constexpr std::size_t frame_outcomes_max = 48;  // of the block below
 
 struct port_frames_block {
     std::uint64_t outcomes[frame_outcomes_max];  // by frame_outcome, of what came in
@@ -75,8 +74,8 @@ struct port_frames_block {
 };
 static_assert(sizeof(port_frames_block) == 8 * 54);
 
-// What the filter and the engine counted (platform/frame_outcomes.h) since the port
-// was bound or its counts were cleared. -2 unknown bridge, -19 no such port.
+// The counts of filter and engine (platform/frame_outcomes.h) since the port was bound
+// or its counts were cleared. -2 unknown bridge, -19 no such port.
 int port_frames(const char *bridge, std::uint32_t port, port_frames_block *out);
 int fe_port_frames(const char *bridge, std::uint32_t port, port_frames_block *out);
 
@@ -90,9 +89,9 @@ struct MacroValueBlock {
 };
 static_assert(sizeof(MacroValueBlock) == 128);
 
-// What a macro (its customIdFormat) would be replaced with for a client on this
-// port and VLAN and customer VLAN (0xFFF: none); an address of zeros is none.
-// -2 unknown bridge, -19 no such port, -22 no such macro.
+// The value of a macro (its customIdFormat) for a client on this port, VLAN and
+// customer VLAN (0xFFF: none). A client address of zeros means no client. -2 unknown
+// bridge, -19 no such port, -22 no such macro.
 int macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std::uint16_t vid,
                 std::uint16_t cvid, const pppoeia_mac *client, MacroValueBlock *out);
 int fe_macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, std::uint16_t vid,
@@ -100,8 +99,8 @@ int fe_macro_value(const char *bridge, std::uint32_t macro, std::uint32_t port, 
 
 // --- IDs of a line ---------------------------------------------------------------
 struct GeneratedId {
-    std::uint32_t size;    // bytes that are sent, at most 63
-    std::uint32_t binary;  // 1: the bytes are sent, and the text is only its form
+    std::uint32_t size;    // bytes sent, at most 63
+    std::uint32_t binary;  // 1: `bytes` is sent, and `text` shows it
     char text[64];
     std::uint8_t bytes[64];
 };
@@ -112,10 +111,10 @@ struct LineIdsBlock {
 };
 static_assert(sizeof(LineIdsBlock) == 272);
 
-// The IDs that a PADI of this client on this port, VLAN (0xFFF: none) and customer
-// VLAN would be sent with, from what is set now; an address of zeros is none. With
-// the customer VLAN 0xFFF, not known, the default form shows "<cvid>" in its place.
-// -2 unknown bridge, -19 no such port, -12 without memory.
+// The IDs that the present settings give a PADI of this client on this port, VLAN
+// (0xFFF: none) and customer VLAN. A client address of zeros means no client. If the
+// customer VLAN is unknown (0xFFF), the default form shows "<cvid>" in its place. -2
+// unknown bridge, -19 no such port, -12 without memory.
 int line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,
              const pppoeia_mac *client, LineIdsBlock *out);
 int fe_line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uint16_t cvid,

@@ -1,9 +1,9 @@
-// Preloaded into a process, makes its wall clock jump: by as many seconds as the
-// file that LAB_CLOCK names says, which may change at any time. The machine's own
-// clock is everybody's and stays as it is.
+// Preloaded into a process, shifts its wall clock by the number of seconds in the
+// file that LAB_CLOCK names; the file may change at any time. The machine's own
+// clock does not change.
 //
-// What waits for a moment of the wall clock then waits for one that the kernel
-// reaches at another time, so a wait of that kind shows as one that never ends.
+// The kernel's wall clock is not shifted: a wait for an absolute time of the wall
+// clock therefore ends late, or never, and the test sees it.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>

@@ -2,7 +2,7 @@
 //
 //   config_call save|clear|clear-line|show|diff|status|reload|dry-run|health
 //
-// Says the reply's text; ends with the reply's result, 9 when there is none.
+// Prints the reply's text; exits with the reply's result, 9 without a reply.
 #include "rpc/pppoeia_node.h"
 
 #include <cstdio>

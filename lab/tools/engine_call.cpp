@@ -1,13 +1,13 @@
 // Calls a running engine over the client API, from a process of its own.
 //
-//   engine_call stats PORT...  what it counted, a line for the bridge (0) and each
-//                            port: the nine counters in order
-//   engine_call fill PORT    formats for one VLAN after the other, until refused;
-//                            says how many there are, and the refusal
-//   engine_call clear PORT   takes them off again
+//   engine_call stats PORT...  prints the engine's counters: a line of nine numbers for
+//                            the bridge (0) and each port
+//   engine_call fill PORT    sets formats VLAN by VLAN until one is refused; prints how
+//                            many were set, and the refusal
+//   engine_call clear PORT   clears them
 //
-// Its own store mirrors the bridge with all its ports, so that the engine's
-// result is also the call's.
+// Its own store mirrors the bridge with all its ports, so that a call's result is
+// the engine's.
 #include "pppoeia/pppoeia.h"
 
 #include <cstdio>
@@ -39,7 +39,7 @@ int say_stats(std::uint32_t port) {
     return 0;
 }
 
-// Formats for one VLAN after the other, until the engine refuses.
+// Sets formats VLAN by VLAN until the engine refuses one.
 int fill(std::uint32_t port) {
     constexpr char format[] = "a format of some length, for a VLAN of its own: $VLAN";
     constexpr std::uint16_t last_vlan = 4094;
@@ -59,7 +59,7 @@ std::uint32_t number_of(const char *text) {
     return static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10));
 }
 
-// An operation on each of the ports that are named.
+// Runs an operation on each named port.
 int on_ports(int (*operation)(std::uint32_t), int argc, char **argv) {
     for (int i = 2; i < argc; ++i)
         if (const int result = operation(number_of(argv[i])); result != 0) return result;

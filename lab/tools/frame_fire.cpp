@@ -1,20 +1,21 @@
-// Sends the frames of a plan as fast as they come out again, and compares every
-// byte of what does.
+// Sends the frames of a plan at the rate at which they come out again, and compares
+// every byte of the output.
 //
 //   frame_fire PLAN frames|seconds NUMBER [RATE]
 //
-// With RATE it sends so many a second, whatever comes out, and some may be lost.
+// With RATE it sends that many frames a second, and tolerates losses.
 //
-// The plan, a line each, numbered from 0 in their order:
+// The plan has one entry a line; peers and frames are numbered from 0 in their
+// order:
 //   peer NAMESPACE DEVICE      where frames are sent and received, "-" for the own namespace
 //   mute NAMESPACE DEVICE      a peer that only sends
 //   frame PEER HEX             sent there
 //   out PEER HEX               and what of the last frame has to arrive there
-// A frame is known again by its number in the last two bytes of the address
+// A frame is recognised by its number in the last two bytes of the address
 // 02:FE:00:00:nn:nn, its source or the destination of an answer to it.
 //
-// Says "sent FRAME COUNT", "out FRAME PEER COUNT", "seconds S" and what went
-// wrong; ends with 1 then. Frames under way are limited by what came out.
+// Prints "sent FRAME COUNT", "out FRAME PEER COUNT", "seconds S" and errors; exits
+// with 1 after an error. The number of frames under way is limited.
 #include "peer_socket.h"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ namespace {
 using namespace ia::lab;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t window = 512;  // a processor's queue in the kernel takes 1000
+constexpr std::size_t window = 512;  // a processor's queue in the kernel holds 1000
 constexpr auto patience = std::chrono::seconds(3);
 
 struct Expected {
@@ -77,7 +78,7 @@ public:
             order_[plan_.frames[i].peer].push_back(i);
     }
 
-    // One of each frame, those of a peer in any order; at most so many.
+    // Receives one copy of each frame, a peer's in any order, up to the limit.
     void send_round(std::uint64_t most) {
         for (std::size_t peer = 0; peer < order_.size(); ++peer) {
             std::vector<View> views;
@@ -94,12 +95,12 @@ public:
         }
     }
 
-    // Takes what comes, until then.
+    // Receives frames until that time.
     void receive_until(Clock::time_point end) {
         for (take_all(); Clock::now() < end; take_all()) wait_for_any(plan_.peers, 1);
     }
 
-    // Until no more than `limit` frames are to come.
+    // Waits until no more than `limit` frames are outstanding.
     void receive(std::uint64_t limit) {
         Clock::time_point last = Clock::now();
         while (under_way_ > limit) {
@@ -114,7 +115,7 @@ public:
     std::uint64_t total() const { return total_; }
 
     void report(double seconds) {
-        take_all();  // anything that is too much
+        take_all();  // surplus frames
         for (std::size_t i = 0; i < plan_.frames.size(); ++i) {
             const Frame &frame = plan_.frames[i];
             std::printf("sent %zu %ju\n", i, static_cast<std::uintmax_t>(frame.sent));

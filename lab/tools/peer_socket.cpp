@@ -31,7 +31,7 @@ int must(int result, const char *what) {
     return result;
 }
 
-// This thread in a namespace while it lives.
+// Moves this thread into a namespace during its lifetime.
 class Inside {
 public:
     explicit Inside(const std::string &name) {
@@ -63,7 +63,8 @@ sockaddr_ll address_of(int device, int protocol) {
 }
 
 int open_socket(const std::string &device, bool hears) {
-    // Of no protocol until it is bound: else it would hear every device meanwhile.
+    // No protocol before bind(): the socket would receive from every device
+    // meanwhile.
     const int handle =
         must(socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket");
     constexpr int on = 1;
@@ -130,7 +131,7 @@ void PeerSocket::send(std::span<const View> frames, int device) const {
             messages[i].msg_hdr.msg_namelen = sizeof address;
         }
         const int sent = sendmmsg(socket_, messages.data(), static_cast<unsigned>(count), 0);
-        // No buffer is also what a filter's drop at the device looks like.
+        // ENOBUFS also reports a filter's drop at the device.
         if (sent < 0 && errno != EAGAIN && errno != ENOBUFS) must(sent, "send");
         if (sent > 0 || errno == ENOBUFS) at += static_cast<std::size_t>(std::max(sent, 1));
     }
@@ -155,7 +156,7 @@ std::size_t PeerSocket::receive() {
     return count < 0 ? 0 : static_cast<std::size_t>(count);
 }
 
-// Puts the outermost tag back behind the addresses.
+// Inserts the outermost tag behind the addresses.
 void PeerSocket::place(std::size_t number, std::size_t length) {
     std::uint8_t *const buffer = &buffers_[number * buffer_size];
     msghdr &message = messages_[number].msg_hdr;

@@ -1,4 +1,4 @@
-// A packet socket at a peer of the lab, many frames a call.
+// A packet socket at a peer of the lab; many frames per system call.
 #pragma once
 
 #include <netinet/in.h>
@@ -17,33 +17,37 @@ using View = std::span<const std::uint8_t>;
 
 inline constexpr std::size_t batch_frames = 64;
 
-// Hears what arrives from construction on, not what is sent here. Errors throw
+// Receives from construction on; does not receive its own host's frames. Throws
 // std::system_error.
 class PeerSocket {
 public:
     // `name_space`: a named network namespace, or "-" for the caller's own.
-    // `device`: "-" for all of the namespace. One that does not hear only sends.
+    // `device`: "-" for all of the namespace. A socket made without `hears` only
+    // sends.
     PeerSocket(const std::string &name_space, const std::string &device, bool hears = true);
     ~PeerSocket();
     PeerSocket(PeerSocket &&other) noexcept;
     PeerSocket(const PeerSocket &) = delete;
     PeerSocket &operator=(const PeerSocket &) = delete;
 
-    // Sends all, in order; `device` is an interface index, 0 the socket's own.
+    // Sends all frames in order; `device` is an interface index, 0 for the socket's
+    // own.
     void send(std::span<const View> frames, int device = 0) const;
 
-    // Takes up to batch_frames that have arrived; never waits. They are
-    // frame(0) and so on until the next call.
+    // Receives up to batch_frames waiting frames, without waiting. frame(0) and so
+    // on return them until the next call.
     std::size_t receive();
 
-    // As it was on the wire: with the outermost tag, which the kernel keeps aside.
+    // The frame as on the wire, with the outermost tag, which the kernel delivers
+    // separately.
     View frame(std::size_t number) const { return frames_[number]; }
-    // When the kernel took it, ns of the wall clock; by which device, in a socket of all.
+    // The kernel's receive time, ns of the wall clock; the receiving device, for a
+    // socket of all devices.
     std::int64_t arrived(std::size_t number) const { return arrived_[number]; }
     int device(std::size_t number) const;
 
     int descriptor() const { return socket_; }
-    // Frames that this socket had no room for, since the last call.
+    // Frames dropped because this socket's buffer was full, since the last call.
     std::uint32_t lost() const;
 
 private:
@@ -59,13 +63,13 @@ private:
     std::vector<std::uint8_t> addresses_;
 };
 
-// Of a plan's hexadecimal digits.
+// Parses the hexadecimal digits of a plan.
 Bytes from_hex(const std::string &text);
 
-// The interface index of a device there.
+// The interface index of a device in a namespace.
 int device_index(const std::string &name_space, const std::string &device);
 
-// Waits until one of the sockets has something; false after so many ms without.
+// Waits until one of the sockets is readable; false after the time-out in ms.
 bool wait_for_any(std::span<const PeerSocket> sockets, int milliseconds);
 
 }  // namespace ia::lab

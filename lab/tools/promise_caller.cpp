@@ -1,12 +1,12 @@
 // Sets a port's Remote ID again and again, as an operator's program would, and
-// says each answer that was a success.
+// prints each answer that reports success.
 //
 //   promise_caller PORT FROM COUNT [KILL]
 //
-// Sets "line-PORT-N" for N from FROM on. Says "try N" before each call and
-// "kept N" after an answer of 0. A call without an answer is not repeated: the
-// next number follows, over a new connection. With KILL, a process id, that
-// process is killed right after the first answer of 0, and this one ends.
+// Sets "line-PORT-N" for N from FROM on. Prints "try N" before each call and "kept
+// N" after an answer of 0. A call without an answer is not repeated: the next
+// number follows on a new connection. With KILL, a process id, it kills that
+// process after the first answer of 0 and exits.
 #include "rpc/pppoeia.h"
 
 #include <poll.h>

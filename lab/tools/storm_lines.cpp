@@ -1,15 +1,15 @@
-// Many lines discover at once, and a concentrator answers them.
+// Many lines start Discovery at once, and a concentrator answers them.
 //
 //   storm_lines PLAN
 //
-// The plan, a line each:
+// The plan, one entry a line:
 //   server NAMESPACE DEVICE            first, then
 //   clients NAMESPACE                  the devices of all lines are there
 //   line DEVICE MAC [TYPE:VLAN...]     numbers in hexadecimal; lines count from 0
 //
-// All lines begin at once; five seconds later they begin anew, answered or not, one
-// by one in five seconds. A line is known by its number in the Host-Uniq tag, whatever the node
-// makes of the frame. Says:
+// All lines start at once. Five seconds later they start again, answered or not,
+// spread over five seconds. A line is recognised by its number in the Host-Uniq
+// tag, whatever the node makes of the frame. Output:
 //   rounds N, answered N               discoveries begun, and those up to the PADS
 //   served N                           lines with at least one
 //   ids LINE COUNT HEX...              Vendor-Specific tags of a line's frames at the server
@@ -46,7 +46,7 @@ constexpr std::array<std::uint8_t, 6> everybody{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x
 
 std::int64_t wall_clock() {
     timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);  // the kernel's time stamps are of this one
+    clock_gettime(CLOCK_REALTIME, &now);  // the clock of the kernel's time stamps
     return now.tv_sec * std::int64_t{1'000'000'000} + now.tv_nsec;
 }
 
@@ -72,12 +72,12 @@ struct Line {
     Bytes address;
     Bytes stack;  // its VLAN tags
     std::uint32_t round = 0;
-    std::uint32_t answered = 0;            // the last round that got its PADS
-    std::array<std::int64_t, 256> sent{};  // by code: when, in this round
+    std::uint32_t answered = 0;            // last round that got its PADS
+    std::array<std::int64_t, 256> sent{};  // time of sending in this round, by code
     std::map<Bytes, std::uint64_t> ids;    // vendor tags at the server
 };
 
-// What a Discovery frame says.
+// Fields of a Discovery frame.
 struct Heard {
     Code code{};
     View source, stack;
@@ -144,13 +144,13 @@ class Storm {
 public:
     explicit Storm(Plan plan) : plan_(std::move(plan)) {}
 
-    // Two rounds and a second for the last answers.
+    // Two rounds, and a second for the last answers.
     void run() {
         const Clock::time_point begin = Clock::now();
         const std::size_t count = plan_.lines.size();
         std::size_t begun = 0;
         while (Clock::now() - begin < 2 * repeat + std::chrono::seconds(1)) {
-            // In batches: the server is not kept waiting for all.
+            // In batches, so that the server need not wait for all.
             for (std::size_t batch = 0; batch < batch_frames && begun < 2 * count; ++batch) {
                 if (Clock::now() - begin < due(begun)) break;
                 begin_line(static_cast<std::uint32_t>(begun++ % count));
@@ -188,7 +188,7 @@ private:
         std::printf("latency %.1f %.1f %.1f\n", part(50), part(99), part(100));
     }
 
-    // When a line begins, counted over both rounds: all at once, then one by one.
+    // A line's start time over both rounds: all at once, then one by one.
     Clock::duration due(std::size_t begun) const {
         const std::size_t count = plan_.lines.size();
         if (begun < count) return {};
@@ -238,7 +238,8 @@ private:
         sent = 0;
     }
 
-    // The concentrator. It sends a line's mark back, which has to be taken off.
+    // The concentrator. Its answers carry the line's tag, which the node must
+    // remove.
     void serve() {
         while (const std::size_t count = server().receive())
             for (std::size_t i = 0; i < count; ++i) {

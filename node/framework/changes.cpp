@@ -13,7 +13,7 @@
 namespace ia::node {
 namespace {
 
-// Interfaces above this one in the node; the bound ends a circle of parents.
+// Number of ancestors of this interface; the bound ends a cycle of parents.
 unsigned depth(const NodeState &node, const Interface &interface) {
     unsigned above = 0;
     for (const Interface *parent = node.interface(interface.parent); parent && above < 8;
@@ -39,8 +39,8 @@ bool same_place(const Interface &left, const Interface &right) {
     return place(left) == place(right);
 }
 
-// Whether one port can turn into the other without being deleted and added. A
-// GEM port may move; there is an event for that.
+// Whether one port can become the other without being deleted and added. A GEM port
+// may move: there is an event for that.
 bool same_port(const Interface &left, const Interface &right) {
     return left.type == right.type && left.device == right.device && left.bridge == right.bridge &&
            (left.type == InterfaceType::gem || same_place(left, right));
@@ -92,7 +92,7 @@ private:
         syslog(LOG_WARNING, "%s: %s", what.c_str(), why);
     }
 
-    // Asks, makes the change in the registry, tells.
+    // Asks the subscribers, changes the registry, tells the subscribers.
     template <class Event, class Change, class... Args>
     bool make(const Event &event, const std::string &what, Change change, const Args &...args) {
         if (!event.ask(args...)) {
@@ -104,7 +104,8 @@ private:
         return true;
     }
 
-    // The agent takes every VLAN for one of its bridge: it hears of no others.
+    // The agent assigns every VLAN to its own bridge, so it is told of no other
+    // bridge's VLANs.
     template <class Event, class Change>
     bool make(const Event &event, const Vlan &vlan, const std::string &what, Change change) {
         if (vlan.bridge == managed_bridge)
@@ -130,7 +131,7 @@ private:
             syslog(LOG_WARNING, "the GPON feature changes when the node starts again");
     }
 
-    // A bridge gets its number of port records when it is created.
+    // A bridge's number of port records is fixed at its creation.
     bool goes(const Bridge &bridge) const {
         const Bridge *const stays = wanted_.bridge(bridge.name);
         return !stays || stays->ports != bridge.ports;
@@ -170,7 +171,7 @@ private:
         });
     }
 
-    // What refused to leave the bridge goes with it.
+    // Ports and VLANs that a subscriber kept go with their bridge.
     void leave(const Bridge &bridge) {
         make(
             bridges_.bridgeDeleted, label(bridge) + " stays",
@@ -207,7 +208,7 @@ private:
                 if (there.name != bridge.name) continue;
                 was = there;
                 there = bridge;
-                there.ports = was.ports;  // fixed; it differs when the bridge refused to go
+                there.ports = was.ports;  // fixed; differs if the bridge's deletion was refused
             }
         });
         tell_settings(was, bridge, calls_);

@@ -1,5 +1,5 @@
-// The way from the node as it stands to another description of it, announced
-// change by change as the platform's events and the entity's calls.
+// Takes the node from its present state to a new description and announces each
+// change by the platform's events and the entity's calls.
 #pragma once
 
 #include "node/framework/entity_calls.h"
@@ -7,19 +7,19 @@
 
 namespace ia::node {
 
-// Starts the registry empty but for what the entities ask before anything is
-// announced: shelf id, features, who configures the node.
+// Initialises the registry with only those values that entities read before the
+// first announcement: shelf id, features, profile mode.
 void begin_registry(const Description &description);
 
-// Takes the registry to `description`. Only differences are announced, what
-// goes away first: children before parents, then VLANs, then bridges; then
-// bridges, VLANs, parents before children. Returns how many changes did not
-// come about, because a subscriber refused them or their bridge is missing;
-// the log names each, and the next call tries it again.
+// Changes the registry to `description` and announces only differences. Removals
+// come first (children before parents, then VLANs, then bridges), then additions
+// (bridges, VLANs, parents before children). Returns the number of changes that
+// failed because a subscriber refused or the bridge is missing; the log names each,
+// and the next call tries it again.
 unsigned announce_changes(const Description &description, EntityCalls &calls);
 
-// Tells the VLANs and settings of everything there is once more, to entities
-// that have gone back to their defaults.
+// Announces the VLANs and settings of the whole node again, to entities that have
+// returned to their defaults.
 void announce_settings_again(EntityCalls &calls);
 
 }  // namespace ia::node

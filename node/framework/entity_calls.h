@@ -1,6 +1,6 @@
-// What the node tells the agent's entity without an event of the platform:
-// calls that other management code makes. The management program passes each
-// on to the entity's operation of the same name; none of them may throw.
+// Calls to the agent's entity for which the platform has no event: other management
+// code makes them. The management program passes each on to the entity's operation
+// of the same name. They must not throw.
 #pragma once
 
 #include "node/settings/settings.h"
@@ -12,7 +12,7 @@
 
 namespace ia::node {
 
-// What was announced anew, and has only the description's settings so far.
+// Objects just announced; they have only the description's settings so far.
 struct Arrivals {
     std::set<std::string> bridges;
     std::set<std::pair<std::string, std::uint16_t>> vlans;  // bridge, VLAN id
@@ -23,16 +23,16 @@ class EntityCalls {
 public:
     virtual ~EntityCalls() = default;
 
-    // Before a bridge (port 0) or a port of a bridge that is there is announced:
-    // its frames are to be held until it has arrived with all its settings. False
-    // when they cannot be: it is then not announced.
+    // Called before a bridge (port 0), or a port of an existing bridge, is announced:
+    // its frames must be held until it has all its settings. False: it cannot be held,
+    // and is not announced.
     virtual bool hold(const std::string & /*bridge*/, std::uint32_t /*port*/) { return true; }
 
-    // After everything has been announced and the description's settings told:
-    // what else is to be set, and the end of the hold.
+    // Called after everything has been announced with the description's settings:
+    // makes the remaining settings and ends the hold.
     virtual void arrived(const Arrivals & /*arrivals*/) {}
 
-    // What the node is.
+    // Properties of the node.
     virtual void setSystemContact(const std::string &contact) = 0;
     virtual void setSystemLocation(const std::string &location) = 0;
     virtual void setSystemName(const std::string &name) = 0;
@@ -41,7 +41,7 @@ public:
     virtual void notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigned int vci) = 0;
     virtual void profileModeChange(bool profile_mode) = 0;
 
-    // How the node's description wants the agent set.
+    // The description's settings of the agent.
     virtual void maxPduSet(const std::string &bridge, unsigned int pdu) = 0;
     virtual void make(const Settings &settings) = 0;
 };

@@ -18,8 +18,8 @@ namespace {
 constexpr std::size_t message_max = 1024;
 constexpr std::size_t command_max = 63;
 constexpr std::size_t reply_max = 65'536;
-constexpr timeval patience{2, 0};  // a silent sender holds the thread no longer
-constexpr int retry_ms = 200;      // until a connection is accepted again, out of descriptors
+constexpr timeval patience{2, 0};  // a silent sender blocks the thread no longer than this
+constexpr int retry_ms = 200;      // delay of the next accept when descriptors run out
 
 [[noreturn]] void fail(const std::string &path) {
     throw std::system_error(errno, std::generic_category(), path);
@@ -59,7 +59,7 @@ bool served_by_nobody(const std::string &path, const sockaddr_un &address) {
 Descriptor listen_at(const std::string &path) {
     const sockaddr_un address = address_of(path);
     Descriptor listener = open_socket(path);
-    fchmod(listener.get(), S_IRUSR | S_IWUSR);  // the mode of the file that bind makes
+    fchmod(listener.get(), S_IRUSR | S_IWUSR);  // bind() gives the file this mode
     if (!bind_to(listener, address)) {
         if (errno != EADDRINUSE) fail(path);
         if (!served_by_nobody(path, address)) {
@@ -126,7 +126,8 @@ void ExternalMessages::receive() {
 }
 
 std::string ExternalMessages::serve(int connection) const {
-    // Read first: closing with the record unread would lose the reply, too.
+    // Read before replying: closing a socket with an unread record would discard
+    // the reply.
     std::array<char, message_max> record;
     const ssize_t size = recv(connection, record.data(), record.size(), MSG_TRUNC);
     if (!is_root(connection)) return "error: only root may send messages\n";

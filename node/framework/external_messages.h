@@ -22,17 +22,17 @@ struct ExternalMessage {
     std::string target;    // path of the sender's terminal; may be empty
 };
 
-// Nothing when the record is not a message.
+// None when the record is not a message.
 std::optional<ExternalMessage> parse_external_message(std::string_view record);
 
-// Receives messages from root, one after another, on a thread of its own.
+// Receives messages from root, one by one, on a thread of its own.
 class ExternalMessages {
 public:
     // `deliver` runs on the receiving thread; its result is the answer.
     using Deliver = std::function<std::string(const ExternalMessage &)>;
 
-    // Makes the socket at `path`, in place of one that nobody serves any more.
-    // Throws std::system_error, naming the path.
+    // Creates the socket at `path`; replaces one that nobody serves. Throws
+    // std::system_error naming the path.
     ExternalMessages(const std::string &path, Deliver deliver);
     ~ExternalMessages();  // waits for the message that is being delivered
     ExternalMessages(const ExternalMessages &) = delete;
@@ -45,12 +45,12 @@ private:
     const std::string socket_path_;
     const Deliver deliver_message_;
     Descriptor listener_;
-    Descriptor stop_;  // an event: readable once the thread shall end
+    Descriptor stop_;  // an eventfd: readable when the thread has to end
     std::thread receiver_;
 };
 
-// Sends one message and returns the reply. Throws std::system_error when the
-// socket cannot be reached, std::invalid_argument when it is no message.
+// Sends one message and returns the reply. Throws std::system_error when the socket
+// cannot be reached, std::invalid_argument for an invalid message.
 std::string send_external_message(const std::string &path, const ExternalMessage &message);
 
 }  // namespace ia::node

@@ -17,7 +17,7 @@ BLLManager &manager() {
     return singleton<BLLManager>::instance();
 }
 
-// The loop's thread serves what others register; it has no service of its own.
+// This thread only serves services that others register.
 void *no_service(void *) {
     return nullptr;
 }
@@ -34,7 +34,7 @@ bool is_among(const std::vector<BLEntity *> &entities, const std::string &name) 
                        [&](const BLEntity *entity) { return entity->entityName() == name; });
 }
 
-// The platform's own singletons are there before any entity.
+// The platform's own singletons exist before any entity.
 bool may_start(BLEntity &entity, const std::vector<BLEntity *> &running) {
     std::list<std::string> needed;
     entity.getDependencies(needed);
@@ -161,7 +161,7 @@ void Framework::save_configuration(const std::function<void()> &save) {
     for (const BLEntity *entity : running_) entity->saveConfiguration({});
     try {
         if (save) save();
-    } catch (...) {  // the end is told also when the saving fails
+    } catch (...) {  // the stop notice follows every start notice
         config.saveConfigStop.tell();
         throw;
     }
@@ -172,7 +172,8 @@ bool Framework::serves() const {
     return rpcProxyLoopAnswers();
 }
 
-// Serving ends first and without `operation`, which a request may wait for.
+// Serving ends first, and without `operation_`: a running request may wait for that
+// lock.
 bool Framework::stop() {
     const std::lock_guard no_start(serving_);
     messages_.reset();

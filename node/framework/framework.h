@@ -17,49 +17,49 @@
 
 namespace ia::node {
 
-// One in a process: the platform's singletons answer from its node. Any thread
-// may use it; its operations run one at a time.
+// One per process: the platform's singletons answer with its node. Any thread may
+// use it; its operations run one at a time.
 class Framework {
 public:
-    // `calls` outlives the framework. External messages arrive at
-    // `message_socket`; an empty path receives none. The RPC programs are served at
-    // `rpc_socket`, too, when it is not empty.
+    // `calls` outlives the framework. External messages arrive at `message_socket`,
+    // the RPC programs are also served at `rpc_socket`; an empty path means no such
+    // socket.
     Framework(EntityCalls &calls, std::string message_socket, std::string rpc_socket = {});
     ~Framework();  // stops
     Framework(const Framework &) = delete;
     Framework &operator=(const Framework &) = delete;
 
-    // Serves requests at the local socket before start(), with nothing of the node
-    // announced: most are refused, but not those that ask how the node is. False, with
+    // Serves requests at the local socket before start(), while the node is not announced
+    // yet: requests for the node's health are answered, most others refused. False, with
     // the reason in the log, when it cannot.
     bool serve(const Description &description);
 
-    // Starts the entities, each after those it depends on, announces the node
-    // to them, then serves requests. False, with the reason in the log, when something
-    // does not start: what was made is stopped again, and requests are served as before.
+    // Starts the entities in the order of their dependencies, announces the node to
+    // them, then serves requests. If something fails, the entities are stopped again,
+    // requests are served as before, the log has the reason, and the result is false.
     bool start(const Description &description);
 
-    // Announces how the node differs from what it was. False when a change was
-    // refused; the next call tries it again.
+    // Announces the node's changes. False when a change was refused; the next call
+    // tries it again.
     bool apply(const Description &description);
 
-    // Makes the engine and the store start anew by `begin`, and announces the
-    // whole node to the entities again, which go on running; requests wait
-    // meanwhile. False when it could not be begun, or a change was refused.
+    // Calls `begin`, which restarts the engine and the store, and announces the
+    // whole node again to the running entities. Requests wait meanwhile. False when
+    // `begin` failed or a change was refused.
     bool announce_anew(const Description &description, const std::function<bool()> &begin);
 
-    // Takes the entities back to their defaults and tells them the
-    // description's settings once more. False when an entity refuses.
+    // Resets the entities to their defaults and applies the description's settings
+    // again. False when an entity refuses.
     bool clear_configuration();
 
-    // Lets `save` store the settings between the notices that tell of it.
+    // Runs `save` between the notices of a save's start and end.
     void save_configuration(const std::function<void()> &save = {});
 
-    // Whether the loop that serves requests has made a pass since it was asked last. Never
-    // waits.
+    // Whether the loop that serves requests has made a pass since the last
+    // question. Never waits.
     bool serves() const;
 
-    // Stops serving, then the entities, latest first. False when an entity
+    // Stops serving, then the entities in reverse order. False when an entity
     // reports a failure.
     bool stop();
 
@@ -74,8 +74,8 @@ private:
     EntityCalls &entity_calls_;
     const std::string message_path_;
     const std::string rpc_path_;
-    std::mutex serving_;               // starting and stopping to serve; taken before `operation_`
-    std::mutex operation_;             // requests that are served may take it too
+    std::mutex serving_;               // starting and stopping; taken before `operation_`
+    std::mutex operation_;             // any operation; requests may take it too
     std::vector<BLEntity *> running_;  // in the order of their start
     std::optional<RPCLocalSocket> local_requests_;
     RPCProxy receive_loop_;

@@ -15,7 +15,8 @@ using Described = ia::node::Interface;
 constexpr int found = 0;
 constexpr int unknown = 1;
 
-// Reads one interface for a lookup; `unknown` when there is none of that id.
+// Reads one interface for a lookup; returns `unknown` when no interface has that
+// id.
 template <class Use>
 int read_interface(unsigned int id, Use use) {
     return registry().read([&](const NodeState &node) {

@@ -31,7 +31,7 @@ bool FrameworkLock::lock_exclusive(Limit limit) {
     if (held)
         exclusive_ = true;
     else
-        released_.notify_all();  // the readers that it kept out
+        released_.notify_all();  // wakes readers that waited behind this writer
     return held;
 }
 

@@ -1,5 +1,5 @@
-// The framework's lock: shared and exclusive, each to be taken again by the
-// thread that holds it, each given up after a time limit.
+// The framework's lock: shared or exclusive, recursive per thread, with a time
+// limit.
 #pragma once
 
 #include <atomic>
@@ -12,18 +12,18 @@
 
 namespace ia::node {
 
-// A waiting writer keeps new readers out, so that it is not starved; a thread
-// that holds the lock already is never kept out. Every successful lock is
-// released once by the same thread, in any order.
+// A waiting writer blocks new readers, so that it does not starve; a thread that
+// already holds the lock is never blocked. Each successful lock is released once,
+// by the same thread, in any order.
 class FrameworkLock {
 public:
     using Limit = std::chrono::milliseconds;
 
-    bool lock_exclusive(Limit limit);  // fails at once under the thread's own shared lock
+    bool lock_exclusive(Limit limit);  // fails at once if the thread holds it shared
     bool lock_shared(Limit limit);
     void unlock();
 
-    // Called, on the thread that gives the exclusive lock back, after it has:
+    // Called after each release of the exclusive lock, on the releasing thread:
     // something may have changed. Set before any thread uses the lock.
     std::function<void()> after_exclusive;
 

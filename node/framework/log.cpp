@@ -11,7 +11,7 @@ struct Line {
     int priority = LOG_ERR;
     std::string text;
 
-    // What is there, with the line end when it is whole.
+    // The text so far; with its line end when complete.
     void record(const char *end = "") {
         if (text.empty() && !*end) return;
         syslog(priority, "%s%s", ia::node::log_text(text).c_str(), end);

@@ -1,4 +1,4 @@
-// Text from outside, as a line of the log may hold it.
+// Makes text from outside fit for a line of the log.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace ia::node {
 
-// Printable ASCII stays; any other byte becomes "\xNN", so that no line ends early and
-// no terminal is commanded.
+// Keeps printable ASCII and writes any other byte as "\xNN", so that the text can
+// neither end a line nor control a terminal.
 std::string log_text(std::string_view text);
 
 }  // namespace ia::node

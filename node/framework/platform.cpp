@@ -1,4 +1,4 @@
-// The platform's other singletons, as a plain machine answers them.
+// The platform's other singletons on a plain machine.
 #include "node/framework/registry.h"
 #include "platform/bll/BLLManager.h"
 #include "platform/bll/CliConfig.h"
@@ -26,7 +26,7 @@ const std::vector<BLEntity *> &BLLManager::entities() const {
 }
 
 void BLLManager::registerThread(const std::string &name) {
-    constexpr std::size_t longest = 15;  // what the kernel keeps
+    constexpr std::size_t longest = 15;  // the kernel's limit
     pthread_setname_np(pthread_self(), name.substr(0, longest).c_str());
 }
 

@@ -1,5 +1,5 @@
-// The node as it stands: what the platform's lookups answer from. Changed by
-// the framework one announced change at a time; read from any thread.
+// The node's present state, from which the platform's lookups answer. Only the
+// framework changes it, one announced change at a time. Any thread may read it.
 #pragma once
 
 #include "node/description/description.h"
@@ -32,8 +32,8 @@ struct NodeState {
 
 class Registry {
 public:
-    // Runs `use` on the state, which does not change meanwhile. `use` calls
-    // nothing that asks or changes the registry.
+    // Runs `use` on the state, which is locked meanwhile: `use` must not call the
+    // registry.
     template <class Use>
     auto read(Use use) const {
         const std::shared_lock guard(mutex_);

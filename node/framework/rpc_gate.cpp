@@ -17,7 +17,7 @@ namespace {
 
 using Transport = rpcProxyCaller_t::transport_t;
 
-// The caller's port, 0 when it did not come over IP.
+// The caller's port; 0 for a caller not over IP.
 std::uint16_t caller_port(const SVCXPRT *transport) {
     const netbuf *const caller = svc_getrpccaller(transport);
     sockaddr_storage address{};
@@ -30,7 +30,7 @@ std::uint16_t caller_port(const SVCXPRT *transport) {
     }
 }
 
-// Ports below this one only root can use on this machine.
+// On this machine only root can use ports below this one.
 int reserved_ports_end() {
     int first_for_all = IPPORT_RESERVED;
     std::ifstream("/proc/sys/net/ipv4/ip_unprivileged_port_start") >> first_for_all;
@@ -45,7 +45,7 @@ bool may_change(const SVCXPRT *transport) {
     return port > 0 && port < reserved_ports_end();
 }
 
-// "uid 1000 from port 40000 (TCP)", as far as it is known.
+// "uid 1000 from port 40000 (TCP)", with the parts that are known.
 std::string name_of_caller(const SVCXPRT *transport) {
     const rpcProxyCaller_t *const caller = rpcProxyCaller(transport);
     if (!caller) return "port " + std::to_string(caller_port(transport));
@@ -56,7 +56,7 @@ std::string name_of_caller(const SVCXPRT *transport) {
            (caller->transport == Transport::tcp ? " (TCP)" : " (UDP)");
 }
 
-// Anybody can be refused as often as he likes: one line a minute.
+// Anybody can cause refusals, so the log gets one line a minute.
 class Refusals {
 public:
     void log(const svc_req &request, const SVCXPRT *transport) {

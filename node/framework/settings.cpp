@@ -8,7 +8,7 @@ namespace {
 constexpr std::uint32_t created_max_pdu = 1500;
 constexpr char created_shelf[] = "NONE";
 constexpr char created_remote_id_format[] = "$PORT_REM_ID";
-constexpr std::int32_t created_log_level = 6;  // of a process that starts
+constexpr std::int32_t created_log_level = 6;  // of a new process
 
 std::pair<std::uint32_t, std::uint32_t> pvc_of(const Interface &interface) {
     return {interface.vpi.value_or(0), interface.vci.value_or(0)};

@@ -1,5 +1,5 @@
-// The settings that a description carries, told to the entity by calls. Each
-// function tells what differs between two records of one thing.
+// Tells the entity the settings of a description. Each function tells the
+// differences between two records of one object.
 #pragma once
 
 #include "node/framework/entity_calls.h"
@@ -8,7 +8,7 @@
 
 namespace ia::node {
 
-// A thing as it is right after it was announced, before any setting of its.
+// The state of a new object, before any of its settings.
 Bridge without_settings(const Bridge &bridge);
 Vlan without_settings(const Vlan &vlan);
 Interface without_settings(const Interface &interface);
@@ -18,8 +18,8 @@ void tell_settings(const Bridge &was, const Bridge &now, EntityCalls &calls);
 void tell_settings(const Vlan &was, const Vlan &now, EntityCalls &calls);
 void tell_settings(const Interface &was, const Interface &now, EntityCalls &calls);
 
-// The settings in force before any operator's: those of the description, and
-// where it has none those that everything is created with.
+// The settings in force without any operator's: the description's, else the
+// defaults of a new object.
 Settings described_settings(const NodeState &node);
 
 }  // namespace ia::node

@@ -43,14 +43,14 @@ std::span<const std::uint8_t> input_bytes(int type_size, const void *address) {
     return {bytes, std::strlen(static_cast<const char *>(address)) + 1};
 }
 
-// Whether the reply's parameter is what the output expects.
+// Whether the reply's parameter matches the output.
 bool matches(const Output &output, const IppcParam &param) {
     if (param.code != output.code) return false;
     if (output.code != IPPC_TEXT) return param.bytes.size() == output.code;
     return !param.bytes.empty() && param.bytes.size() <= ippc_max_text && param.bytes.back() == 0;
 }
 
-// Fills the handle from a reply, all of it or nothing.
+// Fills all outputs from a reply, or none.
 bool take_reply(Request &request, std::span<const std::uint8_t> bytes) {
     Message reply;
     if (read_message(bytes, reply) || reply.kind != MessageKind::reply) return false;
@@ -65,8 +65,8 @@ bool take_reply(Request &request, std::span<const std::uint8_t> bytes) {
     return true;
 }
 
-// On a kept connection, or a new one. A kept one may be a former server's: when
-// that one never saw the request, it is sent once more.
+// Uses an idle connection, or opens one. An idle one may lead to a server that has
+// ended: if it never read the request, the request is sent once more.
 std::optional<Connection> exchange(const char *path, const Bytes &request,
                                    std::span<std::uint8_t> &reply) {
     const Deadline deadline = std::chrono::steady_clock::now() + call_limit;
@@ -86,7 +86,7 @@ std::optional<Connection> exchange(const char *path, const Bytes &request,
 
 }  // namespace
 
-// Connections are made by the calls themselves.
+// Nothing to prepare: the calls open connections.
 int kvInitIppc() {
     return 0;
 }

@@ -14,7 +14,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// A process that was forked off must not speak on its parent's connections.
+// A forked child must not use its parent's connections.
 std::atomic<unsigned> process_generation{0};
 [[maybe_unused]] const int fork_handler =
     pthread_atfork(nullptr, nullptr, [] { ++process_generation; });
@@ -43,7 +43,7 @@ std::optional<Connection> Connection::open(const char *path, Deadline deadline) 
     Fd fd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     if (!address || !fd) return std::nullopt;
     for (;;) {
-        // A full backlog makes connect wait, for as long as a send may.
+        // With a full backlog, connect() blocks up to the send time-out.
         const milliseconds left = left_until(deadline);
         if (left.count() <= 0 || !set_limit(fd.get(), SO_SNDTIMEO, left)) return std::nullopt;
         if (connect(fd.get(), reinterpret_cast<const sockaddr *>(&*address), sizeof *address) == 0)
@@ -52,8 +52,8 @@ std::optional<Connection> Connection::open(const char *path, Deadline deadline) 
     }
 }
 
-// Sets the longest wait for a reply. What a kept connection has from the call
-// before is near enough, which saves a system call.
+// Sets the time-out of receiving. If the value of the previous call is close enough
+// it stays, which saves a system call.
 bool Connection::limit_wait(Deadline deadline) {
     constexpr milliseconds tolerance{50};
     const milliseconds left = left_until(deadline);
@@ -65,7 +65,7 @@ bool Connection::limit_wait(Deadline deadline) {
 
 Exchange Connection::exchange(std::span<const std::uint8_t> request, std::span<std::uint8_t> &reply,
                               Deadline deadline) {
-    // One request at a time: there is always room for it.
+    // One request at a time always fits the socket's buffer.
     if (send(fd_.get(), request.data(), request.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0)
         return errno == EPIPE || errno == ECONNRESET ? Exchange::not_taken : Exchange::failed;
     while (limit_wait(deadline)) {
@@ -76,7 +76,7 @@ Exchange Connection::exchange(std::span<const std::uint8_t> request, std::span<s
         }
         if (length == 0) break;
         if (errno == EINTR) continue;
-        // The server's end was closed with our request still unread in it.
+        // The server closed its end before it read our request.
         if (errno == ECONNRESET) return Exchange::not_taken;
         break;
     }

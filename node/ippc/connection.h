@@ -1,4 +1,4 @@
-// A caller's connection to a server, and the connections that a process keeps.
+// A caller's connection to a server, and the process's idle connections.
 #pragma once
 
 #include "node/ippc/fd.h"
@@ -19,17 +19,17 @@ using Deadline = std::chrono::steady_clock::time_point;
 
 enum class Exchange {
     answered,
-    not_taken,  // the server is gone and never read the request
-    failed,     // out of time, or the server went with the request in hand
+    not_taken,  // the server has ended and never read the request
+    failed,     // timed out, or the server ended during the request
 };
 
-// One connection. After anything but an answer it is of no more use.
+// One connection. After any outcome but an answer it is closed.
 class Connection {
 public:
-    // Nothing when nobody serves the path, or not within the time.
+    // None when nobody serves the path, or not within the time limit.
     static std::optional<Connection> open(const char *path, Deadline deadline);
 
-    // One request, one reply. `reply` is shortened to what came.
+    // Sends a request and receives the reply. `reply` is cut to the bytes received.
     Exchange exchange(std::span<const std::uint8_t> request, std::span<std::uint8_t> &reply,
                       Deadline deadline);
 
@@ -40,12 +40,12 @@ private:
     bool limit_wait(Deadline deadline);
 
     Fd fd_;
-    std::chrono::milliseconds limit_{0};  // the socket's own, 0: none
+    std::chrono::milliseconds limit_{0};  // the socket's current time-out, 0: none
     unsigned process_;
 };
 
-// The connections that are not in use, by path. There are as many of a path as
-// calls have run at once. Any thread.
+// The idle connections, by path: as many of a path as calls have run at once. Any
+// thread.
 class KeptConnections {
 public:
     static KeptConnections &of_process();

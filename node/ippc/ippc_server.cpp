@@ -15,9 +15,9 @@ namespace ia::node {
 
 namespace {
 
-constexpr int retry_ms = 200;  // until a connection is accepted again, out of descriptors
+constexpr int retry_ms = 200;  // delay of the next accept when descriptors run out
 
-// The process's signals are for its other threads.
+// Blocks all signals here: other threads of the process handle them.
 class SignalsBlocked {
 public:
     SignalsBlocked() {
@@ -33,7 +33,7 @@ private:
     sigset_t before_;
 };
 
-// Why the peer may not call, or nothing.
+// The reason why the peer may not call, or nothing.
 std::string objection_to(int fd) {
     ucred peer{};
     socklen_t size = sizeof peer;
@@ -89,8 +89,8 @@ void IppcServer::run() {
             if (fd == socket_.get()) {
                 accept_client();
             } else if (const auto client = clients_.find(fd); client != clients_.end()) {
-                // A caller that has gone took its call for failed: what it sent
-                // must not be run any more.
+                // This caller has closed its end and counts the call as failed, so
+                // its request must not be run.
                 const bool gone = (event.events & EPOLLHUP) != 0;
                 if (gone || !serve(client->second)) clients_.erase(client);
             }
@@ -129,7 +129,7 @@ void IppcServer::resume_accepting() {
     accepting_ = true;
 }
 
-// False when the client is gone.
+// False when the client has closed its end.
 bool IppcServer::serve(Client &client) {
     if (client.pending.empty()) return read_request(client);
     const ssize_t sent = send(client.fd.get(), client.pending.data(), client.pending.size(),
@@ -157,7 +157,7 @@ bool IppcServer::send_reply(Client &client) {
     return true;
 }
 
-// Leaves the reply to the request in `reply_`.
+// Puts the reply into `reply_`.
 void IppcServer::answer(std::span<const std::uint8_t> request) {
     reply_.clear();
     Message message;

@@ -15,22 +15,22 @@
 
 namespace ia::node {
 
-// Serves any number of callers on one thread of its own, one request at a time,
-// from construction to destruction. A caller may be silent, slow, or never read
-// its replies: nothing ever waits for it. It has at most one reply pending, and
-// no request of it is read meanwhile.
+// Serves any number of callers on one thread, one request at a time, from
+// construction to destruction. The server never waits for a caller that is silent,
+// slow, or does not read its replies: each has at most one pending reply, and until
+// it has read that its next request is not read.
 //
 // Callers must run as root or as this process's user.
 class IppcServer {
 public:
-    // Told of refused callers and unreadable requests; on the server's thread.
+    // Called for refused callers and unreadable requests, on the server's thread.
     using Warn = std::function<void(const std::string &)>;
 
-    // Throws std::runtime_error when the path cannot be served. `dispatch` runs
-    // on the server's thread.
+    // Throws std::runtime_error when the path cannot be served. `dispatch` runs on
+    // the server's thread.
     IppcServer(std::string path, platform::IppcDispatch dispatch, Warn warn);
 
-    // Returns once the request in hand is done; removes the socket file.
+    // Returns after the current request; removes the socket file.
     ~IppcServer();
 
     IppcServer(const IppcServer &) = delete;
@@ -39,7 +39,7 @@ public:
 private:
     struct Client {
         Fd fd;
-        Bytes pending;  // a reply that the client has no room for yet
+        Bytes pending;  // a reply that does not fit the client's socket buffer yet
     };
 
     void run();
@@ -60,7 +60,7 @@ private:
     Fd wake_;
     bool accepting_ = true;
     std::unordered_map<int, Client> clients_;
-    Bytes request_;  // the request in hand; an overlong one is cut, and seen to be, here
+    Bytes request_;  // the current request; one byte longer than allowed, to detect overlong ones
     Bytes reply_;
     std::thread thread_;
 };

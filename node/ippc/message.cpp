@@ -11,7 +11,7 @@ void put(Bytes &message, std::unsigned_integral auto value) {
         message.push_back(static_cast<std::uint8_t>(value >> 8 * i));
 }
 
-// Reads forward, checked: past the end it reads nothing and stays failed.
+// A checked cursor: past the end it reads nothing and stays failed.
 class Reader {
 public:
     explicit Reader(std::span<const std::uint8_t> bytes) : rest_(bytes) {}

@@ -5,10 +5,9 @@
 //
 //   parameter:  | code (2) | direction (2) | length (4) | bytes |
 //
-// A request carries the function's id and all its parameters, an output without
+// A request carries the function's id and all its parameters; outputs have no
 // bytes. A reply carries the result and the outputs, a refusal nothing more. A
-// channel is a SOCK_SEQPACKET socket: the kernel keeps the messages apart, so
-// nobody ever holds half a message.
+// channel is a SOCK_SEQPACKET socket, so a message always arrives whole.
 #pragma once
 
 #include "platform/ippc_request.h"
@@ -38,7 +37,7 @@ using Bytes = std::vector<std::uint8_t>;
 void write_head(Bytes &message, MessageKind kind, std::size_t count, std::uint32_t word);
 void write_param(Bytes &message, const platform::IppcParam &param);
 
-// A message taken apart. The parameters' bytes are the message's own.
+// A parsed message. The parameters' bytes point into the message.
 struct Message {
     MessageKind kind{};
     std::uint32_t word = 0;  // id or result
@@ -48,7 +47,7 @@ struct Message {
     std::span<const platform::IppcParam> params() const { return {param.data(), count}; }
 };
 
-// Reads a whole message. Returns what is wrong with it, or nothing.
+// Parses a whole message. Returns the error, or nothing.
 std::optional<std::string> read_message(std::span<const std::uint8_t> bytes, Message &out);
 
 }  // namespace ia::node

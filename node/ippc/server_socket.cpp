@@ -18,7 +18,7 @@ namespace {
     throw std::system_error(errno, std::generic_category(), "ippc: " + what);
 }
 
-// Whether the open file is still the one that the path names.
+// Whether the path still names the open file.
 bool is_current(const Fd &opened, const std::string &path) {
     struct stat held {};
     struct stat named {};
@@ -26,8 +26,8 @@ bool is_current(const Fd &opened, const std::string &path) {
            held.st_dev == named.st_dev && held.st_ino == named.st_ino;
 }
 
-// A file that its last holder removed while it was being opened is locked in
-// vain: then it is made anew.
+// The previous holder may remove the file between our open and our lock; then the
+// lock is worthless and the file is created again.
 Fd claim(const std::string &path) {
     const std::string file = path + ".lock";
     for (;;) {
@@ -41,7 +41,7 @@ Fd claim(const std::string &path) {
     }
 }
 
-// The path is ours: what is there belongs to nobody.
+// We hold the lock, so a file at the path has no owner.
 void remove_stale(const std::string &path) {
     struct stat file {};
     if (lstat(path.c_str(), &file) != 0) return;
@@ -57,7 +57,7 @@ Fd listen_at(const std::string &path) {
     if (!fd) fail("cannot make a socket");
     if (bind(fd.get(), reinterpret_cast<const sockaddr *>(&*address), sizeof *address) != 0)
         fail("cannot bind " + path);
-    // Nobody can connect before listen, so nobody sees other permissions.
+    // Nobody can connect before listen(), so the permissions are in place in time.
     if (chmod(path.c_str(), 0600) != 0) fail("cannot protect " + path);
     if (listen(fd.get(), SOMAXCONN) != 0) fail("cannot listen at " + path);
     return fd;
@@ -70,7 +70,7 @@ ServerSocket::ServerSocket(std::string path) : path_(std::move(path)), lock_(cla
     socket_ = listen_at(path_);
 }
 
-// The lock is held until both files are gone.
+// The lock is released after both files are removed.
 ServerSocket::~ServerSocket() {
     unlink(path_.c_str());
     unlink((path_ + ".lock").c_str());

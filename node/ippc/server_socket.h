@@ -7,14 +7,14 @@
 
 namespace ia::node {
 
-// Holds the lock file "<path>.lock" as long as it lives; the kernel frees it
-// however the process ends. So a socket file that is there while the lock is
-// free was left by a dead server and is replaced, without any race. Both files
-// go with this object.
+// Holds the lock file "<path>.lock" during its lifetime; the kernel releases the
+// lock however the process ends. A socket file without a held lock therefore
+// belongs to a dead server and is replaced, without a race. The destructor removes
+// both files.
 class ServerSocket {
 public:
     // Binds and listens; only the socket's owner may connect. Throws
-    // std::runtime_error saying what is in the way.
+    // std::runtime_error with the reason.
     explicit ServerSocket(std::string path);
     ~ServerSocket();
     ServerSocket(const ServerSocket &) = delete;

@@ -9,7 +9,7 @@
 
 namespace ia::node {
 
-// Nothing for a path that is empty or longer than an address holds.
+// None for an empty path, or one longer than an address holds.
 inline std::optional<sockaddr_un> socket_address(std::string_view path) {
     sockaddr_un address{};
     if (path.empty() || path.size() >= sizeof address.sun_path) return std::nullopt;

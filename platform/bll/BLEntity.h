@@ -13,7 +13,7 @@ namespace Storage {
 // One setting of a stored configuration. The framework hands it through.
 class Setting;
 
-// What can be kept in a stored configuration.
+// Base class of everything that a stored configuration can hold.
 class StorageItem {
 protected:
     StorageItem() = default;

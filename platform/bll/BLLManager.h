@@ -13,10 +13,9 @@
 
 class BLLManager : public singleton<BLLManager> {
 public:
-    // Holds the framework's lock for the scope, alone. A thread may take it
-    // again while it holds it, but not while it holds only the shared lock:
-    // that fails at once. Otherwise it fails when the lock cannot be had
-    // within the time limit; the object then reports that it holds nothing.
+    // Holds the framework's lock exclusively for its scope. A thread that holds it
+    // may take it again; a thread that holds only the shared lock fails at once.
+    // Otherwise taking it fails after the time limit; owns_lock() tells.
     class exclusiveLock_t {
     public:
         exclusiveLock_t();
@@ -29,7 +28,8 @@ public:
         const bool held_;
     };
 
-    // The same with other readers. A thread may take it while it holds either.
+    // The same, shared with other readers. A thread may take it while it holds
+    // either.
     class sharedLock_t {
     public:
         sharedLock_t();

@@ -1,5 +1,5 @@
-// The interface registry of the node. Lookups return 0 when they succeed and
-// leave their output alone otherwise; any thread may ask.
+// The interface registry of the node. Lookups return 0 on success and do not change
+// their output otherwise. Any thread may call them.
 #pragma once
 
 #include "platform/bll/Notification.h"
@@ -37,10 +37,10 @@ public:
     enum interfaceGPONEvent_t : std::uint32_t {
         gponGemAdded = 0,    // came into use
         gponGemDeleted = 1,  // went out of use
-        gponGemMoved = 2,    // serves another subscriber: its counters start anew
+        gponGemMoved = 2,    // assigned to another subscriber: its counters start at 0
     };
 
-    // An interface's place in the node.
+    // An interface's location in the node.
     struct slot_port_s {
         char panel[8];  // label, at most 7 characters
         std::uint16_t value;

@@ -9,8 +9,8 @@
 
 #pragma GCC visibility push(default)
 
-// Each thread writes its own lines: a line is recorded, as it was written, when
-// its line end arrives or the thread sets a level again.
+// Each thread writes its own lines: a line goes to the log at its line end, or when
+// the thread sets a level again.
 class Log : public singleton<Log> {
 public:
     // 0 error, 1 warning.

@@ -24,9 +24,8 @@ public:
         entries_.push_back(std::make_shared<Entry>(callback));
     }
 
-    // Removes every callback that was made from a binding equal to `functor`.
-    // None of them is called by an event raised afterwards, nor by the rest of
-    // one that is being raised.
+    // Removes every callback made from a binding equal to `functor`. They are not
+    // called by later events, nor by the rest of an event that is being raised.
     template <class Functor>
     void unsubscribe(const Functor &functor) {
         const std::lock_guard guard(mutex_);
@@ -37,14 +36,15 @@ public:
         });
     }
 
-    // Tells every subscriber.
+    // Calls every subscriber.
     template <class... Args>
     void tell(const Args &...args) const {
         for (const auto &entry : snapshot())
             if (entry->subscribed) entry->callback(args...);
     }
 
-    // Asks one subscriber after the other; false at the first that answers so.
+    // Calls one subscriber after the other; stops and returns false at the first
+    // that returns false.
     template <class... Args>
     bool ask(const Args &...args) const {
         const auto asked = snapshot();
@@ -69,9 +69,9 @@ private:
     std::vector<std::shared_ptr<Entry>> entries_;
 };
 
-// A change of the platform. `Pre` and `Post` are boost::function types: Pre
-// returns bool and is asked before the change, which a false refuses; Post
-// returns nothing and is told after it.
+// A change of the platform. `Pre` and `Post` are boost::function types: Pre returns
+// bool and runs before the change, which false refuses; Post returns nothing and
+// runs after it.
 template <class Pre, class Post>
 class Event {
 public:

@@ -12,7 +12,7 @@
 
 class Ports : public singleton<Ports> {
 public:
-    // The node has no driver of that kind.
+    // Thrown on a node without a driver of that kind.
     class nullImplException : public std::exception {
     public:
         const char *what() const noexcept override { return "no port driver"; }
@@ -20,7 +20,8 @@ public:
 
     class GponImpl {
     public:
-        // Interface id of the OLT port, number of the ONU on it, its serial, up.
+        // Interface id of the OLT port, number of the ONU on it, its serial,
+        // whether it is up.
         Notification::EventOf<unsigned int, unsigned int, const std::string &, bool>
             onuStateChanged;
     };

@@ -1,5 +1,5 @@
-// The management process as operators ask it: the settings that it keeps, the
-// node description, and how the node is.
+// The operators' interface to the management process: the saved settings, the node
+// description, and the node's health.
 #pragma once
 
 #include "platform/bll/singleton.h"
@@ -16,16 +16,16 @@ public:
     struct status_t {
         std::string file;  // empty: settings are saved nowhere
         bool autoSave = false;
-        bool unsaved = false;        // what is in force is not what is saved
-        std::uint32_t waiting = 0;   // settings of ports and VLANs that are not there
+        bool unsaved = false;        // settings in force differ from the saved ones
+        std::uint32_t waiting = 0;   // settings of ports and VLANs that do not exist yet
         std::uint32_t restores = 0;  // of the engine, since the process started
-        std::string problem;         // of the file or the last save; empty: none
+        std::string problem;         // of the file or the last save; empty: no problem
     };
 
     struct finding_t {
         enum severity_t { note = 0, warning = 1, critical = 2 };
         severity_t severity;
-        std::string code;     // the same from release to release
+        std::string code;     // stable across releases
         std::string subject;  // "bridge br0", "port 3"
         std::string text;     // what is wrong
         std::string remedy;   // what to do
@@ -33,10 +33,10 @@ public:
         bool operator==(const finding_t &) const = default;
     };
 
-    // Made by the management process while it serves; empty otherwise. Any
-    // thread, but none that holds the framework's lock. The text is what there is
-    // to show, or why it did not succeed. 0 success, 1 failure, 2 no file is
-    // described.
+    // The management process sets these while it serves; otherwise they are empty.
+    // Any thread may call them, except one that holds the framework's lock. The
+    // text is the answer, or the reason of a failure. They return 0 on success, 1
+    // on failure, 2 when the description names no file.
     boost::function<int(std::string &text)> save;
     boost::function<int(std::string &text)> clear;
     boost::function<int(std::string &text)> show;  // all settings in force, as TOML
@@ -44,11 +44,11 @@ public:
     boost::function<int(std::string &text)> diff;  // lines with "-" saved, "+" in force
     boost::function<int(status_t &status)> status;
 
-    // Reads the node description again and applies what differs; a dry run only
-    // says what would be. 0: the text says what changes, a line each; 1: what is
-    // wrong, and nothing is changed.
+    // Reads the node description again and applies the differences; a dry run only
+    // reports them. 0: the text lists the changes, one a line. 1: the text says
+    // what is wrong, and nothing has changed.
     boost::function<int(bool dryRun, std::string &text)> reload;
-    // What is not as it should be, the worst first.
+    // The node's findings, the most severe first.
     boost::function<int(std::vector<finding_t> &findings)> health;
 };
 

@@ -1,4 +1,4 @@
-// What the node knows of the subscriber equipment behind its GPON ports.
+// The node's records of the subscriber equipment behind its GPON ports.
 #pragma once
 
 #include "platform/bll/singleton.h"
@@ -14,9 +14,9 @@ struct onuConfigTableGet {
 
 class onuEquipment : public singleton<onuEquipment> {
 public:
-    // The configuration record of an ONU. The masks choose fields for other
-    // users of the record; this one is always filled whole. Returns 0, or 1
-    // when the interface is no ONU.
+    // The configuration record of an ONU. The masks select fields for other users
+    // of the record; here all are filled. Returns 0, or 1 when the interface is no
+    // ONU.
     int onuConfigGet(unsigned int ifIndex, onuConfigTableGet &table, std::uint32_t fields,
                      std::uint32_t count, std::uint32_t valid) const;
 };

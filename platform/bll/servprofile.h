@@ -9,7 +9,7 @@
 class servprofile : public singleton<servprofile> {
 public:
     // The Circuit-ID mode of an ATM PVC has changed. Returns 0, or 1 when a
-    // follower of the change refuses it.
+    // subscriber refuses the change.
     int servProfileOnPppoeiaPvcCidModeChange(unsigned int ifIndex, unsigned int mode);
 
     Notification::EventOf<unsigned int, unsigned int> pvcCidModeChange;  // interface, mode

@@ -1,4 +1,4 @@
-// One object of a class in the process, constructed on first use.
+// One object of a class per process, constructed on first use.
 #pragma once
 
 #pragma GCC visibility push(default)
@@ -6,8 +6,8 @@
 template <class T>
 class singleton {
 public:
-    // The library and the program that loads it must share one object, so the
-    // accessor is visible to both.
+    // The library and the program that loads it must share the object, so the
+    // accessor is exported.
     static T &instance() {
         static T object;
         return object;

@@ -1,4 +1,4 @@
-// Facts about the node as a whole.
+// Properties of the node as a whole.
 #pragma once
 
 #include "platform/bll/Notification.h"

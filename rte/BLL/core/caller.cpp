@@ -20,7 +20,7 @@ struct Question {
     inet_diag_req_v2 request;
 };
 
-// Of the socket whose own end is `from`.
+// Asks for the socket whose local address is `from`.
 Question question(const sockaddr_in &from, const sockaddr_in &here) {
     Question question{};
     question.header.nlmsg_len = sizeof question;
@@ -38,13 +38,14 @@ Question question(const sockaddr_in &from, const sockaddr_in &here) {
     return question;
 }
 
-// A socket that its process has closed belongs to nobody: the kernel says 0 for it.
+// A socket that its process has closed has no owner, though the kernel reports uid
+// 0.
 std::optional<uid_t> owner(const inet_diag_msg &socket) {
     if (socket.idiag_inode == 0 || socket.idiag_state == TCP_TIME_WAIT) return std::nullopt;
     return socket.idiag_uid;
 }
 
-// The kernel answers while it is asked.
+// The kernel answers synchronously.
 std::optional<uid_t> ask_kernel(const Question &question) {
     const int link = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG);
     if (link < 0) return std::nullopt;

@@ -1,4 +1,4 @@
-// Who is at the other end of a socket of this machine.
+// Identifies the process at the other end of a socket of this machine.
 #pragma once
 
 #include "rte/BLL/core/rpcProxy.h"
@@ -7,11 +7,11 @@
 
 namespace ia {
 
-// Of a connection to a local socket.
+// The caller on a connection to a local socket.
 rpcProxyCaller_t local_caller(int connection);
 
-// Of a TCP connection over IPv4: its user is the one whom the kernel names for the
-// caller's socket, when that is on this machine and still open.
+// The caller on a TCP connection over IPv4. The user is known if the caller's
+// socket is on this machine and still open: the kernel names it.
 rpcProxyCaller_t tcp_caller(int connection, const sockaddr_in &from);
 
 rpcProxyCaller_t udp_caller(const sockaddr_in &from);

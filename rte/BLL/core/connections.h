@@ -1,5 +1,5 @@
-// The callers' connections: bounds on them, turns among them, and what is half read
-// or half written.
+// The callers' connections: their limits, turns among users, and partial reads and
+// writes.
 #pragma once
 
 #include "rte/BLL/core/exchange.h"
@@ -14,11 +14,12 @@
 
 namespace ia {
 
-// On the receive loop's thread. Nothing here waits for a caller: who sends half a call
-// or does not take a reply has `patience`, and keeps nobody else waiting meanwhile. A
-// user, whoever cannot be told apart being one, has at most `most_of_user` connections
-// and is served one call a turn; when there are too many, the one that has been idle
-// for longest is closed, of all connections one of the user who has most.
+// Runs on the receive loop's thread and never blocks on a caller: one that sends
+// half a call, or does not take its reply, is closed after `patience`. Each user
+// has at most `most_of_user` connections and one call a turn; all callers without a
+// known user count as one user. When a limit is exceeded, the connection idle for
+// longest is closed: one of that user, or, for `most`, one of the user with the
+// most connections.
 class Connections {
 public:
     using Clock = std::chrono::steady_clock;
@@ -31,14 +32,15 @@ public:
     Connections(const Connections &) = delete;
     Connections &operator=(const Connections &) = delete;
 
-    // Accepts what waits at a listening endpoint, in a bounded number of steps.
+    // Accepts waiting connections of a listening endpoint, in a bounded number of
+    // steps.
     void accept(const Endpoint &endpoint);
 
-    // Appends what each connection waits for; `handle` is given the same entries.
+    // Appends the events of each connection; `handle` gets the same entries.
     void poll_for(std::vector<pollfd> &waits) const;
     void handle(const pollfd *ready);
 
-    // Serves the next call of every user. Afterwards, whether one waits still.
+    // Serves the next call of every user. Returns whether a call is still waiting.
     bool serve();
 
     void close_overdue();
@@ -49,9 +51,9 @@ private:
         Endpoint endpoint;
         Exchange exchange;
         RecordReader calls{};
-        std::size_t sent = 0;         // of the reply
-        Clock::time_point served{};   // when it came, or its last reply was taken
-        Clock::time_point started{};  // the call that is half here, or the reply
+        std::size_t sent = 0;         // bytes of the reply
+        Clock::time_point served{};   // time of the accept, or of the last reply's end
+        Clock::time_point started{};  // time at which a partial call or a reply began
         bool ended = false;
 
         bool replying() const { return !exchange.reply.empty(); }

@@ -1,8 +1,9 @@
-// The operations of a transport of the RPC library, over one call in memory.
+// An RPC library transport that works on one call in memory.
 //
-// The library's own stream transport waits for half a call, and its datagram transport
-// decodes past the datagram's end, into what others have sent before. So the receive
-// loop reads whole calls, and the library sees nothing but these.
+// The library's own stream transport blocks on half a call, and its datagram
+// transport decodes past the datagram's end, into earlier callers' bytes. So the
+// receive loop reads whole calls and gives them to the library through these
+// operations.
 #include "rte/BLL/core/exchange.h"
 
 #include <rpc/rpc_msg.h>
@@ -14,7 +15,7 @@ namespace ia {
 
 namespace {
 
-// The one that is dispatched on this thread, and what it is read from.
+// The call being dispatched on this thread, and its decoder.
 struct InHand {
     Exchange *exchange = nullptr;
     const SVCXPRT *transport = nullptr;
@@ -39,7 +40,8 @@ bool_t send_reply(SVCXPRT *, rpc_msg *message) {
     return FALSE;
 }
 
-// Who calls is known by other means; other credentials only bring their decoders along.
+// The caller is identified by other means, so other flavours are refused: each
+// would only add a decoder.
 bool plain_credentials(SVCXPRT *transport, const rpc_msg &message) {
     const enum_t flavor = message.rm_call.cb_cred.oa_flavor;
     if (flavor == AUTH_NONE || flavor == AUTH_SYS) return true;
@@ -76,7 +78,8 @@ void destroy(SVCXPRT *) {}
 using Operations = std::remove_pointer_t<decltype(SVCXPRT::xp_ops)>;
 Operations memory_operations{receive, state, get_arguments, send_reply, free_arguments, destroy};
 
-// The library's, by transport. Of the receive loop's thread, and of whoever ends it.
+// The library's original operations, by transport. Used on the receive loop's
+// thread, and by the thread that destroys a transport.
 std::map<const SVCXPRT *, decltype(SVCXPRT::xp_ops)> &library_operations() {
     static auto *const all = new std::map<const SVCXPRT *, decltype(SVCXPRT::xp_ops)>;
     return *all;

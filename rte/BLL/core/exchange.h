@@ -1,4 +1,4 @@
-// One whole call, and its reply.
+// One complete call and its reply.
 #pragma once
 
 #include "rte/BLL/core/registered.h"
@@ -13,21 +13,21 @@
 namespace ia {
 
 struct Exchange {
-    std::span<char> call;  // no byte behind it is read
+    std::span<char> call;  // nothing past its end is read
     rpcProxyCaller_t caller{};
     sockaddr_storage address{};  // the caller's
     socklen_t address_length = 0;
     std::size_t longest_reply = std::numeric_limits<u_int>::max();
 
-    std::vector<char> reply{};  // empty: there is none
+    std::vector<char> reply{};  // empty: no reply
     bool understood = false;    // it was a call
 };
 
-// Has the RPC library dispatch the call. From then on the endpoint's transport reads
-// nothing by itself. On the receive loop's thread.
+// Lets the RPC library dispatch the call. The endpoint's transport no longer reads
+// its socket itself. On the receive loop's thread.
 void dispatch_call(const Endpoint &endpoint, Exchange &exchange);
 
-// The library's own ways of reading and writing, for a transport that is destroyed.
+// Gives a transport its original operations back, before it is destroyed.
 void forget_exchanges(SVCXPRT *transport);
 
 }  // namespace ia

@@ -34,7 +34,7 @@ sockaddr_un address_of(const std::string &path) {
     return address;
 }
 
-// Also while its process is too busy to accept.
+// True also if its process is too busy to accept.
 bool is_served(const sockaddr_un &address) {
     const Socket probe;
     return connect(probe.descriptor, reinterpret_cast<const sockaddr *>(&address),
@@ -79,7 +79,7 @@ RPCLocalSocket::RPCLocalSocket(std::string socketPath) : path_(std::move(socketP
         unlink(path_.c_str());
         fail(ENOMEM, path_);
     }
-    made.descriptor = -1;  // the transport_'s now
+    made.descriptor = -1;  // the transport owns it now
     constexpr int no_port_mapper = 0;
     for (const LocalProgram &local : local_programs())
         svc_register(transport_, local.program, local.version, local.dispatch, no_port_mapper);

@@ -26,7 +26,7 @@ int ReceiveLoop::pass() {
     return 0;
 }
 
-// What others have made with the RPC library is the library's to read.
+// Sockets that others opened through the RPC library are read by the library.
 void ReceiveLoop::gather() {
     endpoints_ = registered().endpoints();
     waits_.assign(1, {registered().wake_descriptor(), POLLIN, 0});
@@ -71,7 +71,7 @@ int ReceiveLoop::serve_ready() {
     return 0;
 }
 
-// One in a pass: whoever sends many takes turns with the others.
+// One datagram per pass, so that a heavy sender does not starve the other callers.
 void ReceiveLoop::serve_datagram(const Endpoint &endpoint) {
     const int socket = endpoint.transport->xp_fd;
     Exchange exchange;

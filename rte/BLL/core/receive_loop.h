@@ -1,4 +1,4 @@
-// One pass after another over all that the RPC programs of this process are served on.
+// Reads calls from all sockets of this process's RPC programs and serves them.
 #pragma once
 
 #include "rte/BLL/core/connections.h"
@@ -7,11 +7,11 @@
 
 namespace ia {
 
-// On one thread.
+// Used by one thread.
 class ReceiveLoop {
 public:
-    // Waits up to a second for something to do, and does it. The errno of a failure for
-    // good; 0.
+    // Waits up to a second for work and does it. Returns 0, or the errno of a
+    // permanent failure.
     int pass();
 
 private:
@@ -20,8 +20,8 @@ private:
     void serve_datagram(const Endpoint &endpoint);
 
     std::vector<Endpoint> endpoints_;
-    std::vector<pollfd> waits_;  // the wake event, endpoints, the library's own, connections
-    std::size_t foreign_ = 0;    // of the library's own
+    std::vector<pollfd> waits_;  // wake event, endpoints, the library's own sockets, connections
+    std::size_t foreign_ = 0;    // number of the library's own sockets
     Connections connections_;
     bool calls_wait_ = false;
     std::vector<char> datagram_;

@@ -20,7 +20,7 @@ RecordReader::State RecordReader::read(int socket) {
     return state_;
 }
 
-// False when nothing has come.
+// False when no byte is available.
 bool RecordReader::step(int socket) {
     static thread_local std::array<char, 64 * 1024> buffer;
     const bool marking = mark_read_ < sizeof mark_;

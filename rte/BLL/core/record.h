@@ -8,23 +8,23 @@
 
 namespace ia {
 
-// Reads no more than one call, so that what follows stays with the kernel, and takes
-// memory only for bytes that have come.
+// Reads at most one call; later bytes stay in the kernel. Allocates memory only for
+// bytes received.
 class RecordReader {
 public:
     static constexpr std::size_t longest_call = 128 * 1024;  // bytes; twice the longest text
 
     enum State { part, whole, ended };
 
-    // Takes what is there, in a bounded number of steps. `ended`: the connection is, or
-    // announces more than a call may have.
+    // Reads the available bytes in a bounded number of steps. `ended`: the
+    // connection has ended, or announces more than the longest call.
     State read(int socket);
 
     State state() const { return state_; }
     bool begun() const { return state_ == part && (mark_read_ > 0 || !call_.empty()); }
     std::vector<char> &call() { return call_; }
 
-    // Makes room for the next call.
+    // Prepares for the next call.
     void clear();
 
 private:
@@ -35,7 +35,7 @@ private:
     std::vector<char> call_;
     unsigned char mark_[4] = {};
     std::size_t mark_read_ = 0;
-    std::size_t left_ = 0;  // of this fragment
+    std::size_t left_ = 0;  // bytes remaining of this fragment
     bool last_ = false;
 };
 

@@ -22,7 +22,7 @@ int make_event() {
 }  // namespace
 
 Registered &registered() {
-    static auto *const all = new Registered;  // threads may outlive what is static
+    static auto *const all = new Registered;  // never destroyed: threads may outlive static objects
     return *all;
 }
 

@@ -1,5 +1,5 @@
-// The sockets on which this process's RPC programs are served, as services add them
-// and the receive loop reads them.
+// The sockets of this process's RPC programs: services add them, the receive loop
+// reads them.
 #pragma once
 
 #include "rte/BLL/core/rpcProxy.h"
@@ -12,15 +12,16 @@
 
 namespace ia {
 
-// A transport that the RPC library made. The library keeps its programs, checks its
-// credentials and writes its error replies; the receive loop reads and writes its bytes.
+// A transport made by the RPC library. The library finds the program, checks
+// credentials and encodes error replies; the receive loop reads and writes the
+// bytes.
 struct Endpoint {
     SVCXPRT *transport;
     int family;  // AF_INET, AF_UNIX
     bool stream;
 };
 
-// One in a process. Any thread.
+// One per process. Any thread.
 class Registered {
 public:
     Registered();
@@ -29,11 +30,11 @@ public:
     void remove(const SVCXPRT *transport);  // not while the receive loop runs
     std::vector<Endpoint> endpoints();
 
-    // One that was registered before is another socket now.
+    // Replaces the entry of the same program, version and protocol.
     void add(const rpcProxyTransport_t &transport);
     std::vector<rpcProxyTransport_t> transports(std::size_t count, std::chrono::milliseconds limit);
 
-    // The receive loop waits for this descriptor, too, and counts its passes.
+    // The receive loop also waits for this descriptor, and counts its passes.
     int wake_descriptor() const { return wake_; }
     void wake() const;
     void passed() { ++passes_; }
@@ -45,13 +46,14 @@ private:
     std::vector<Endpoint> endpoints_;
     std::vector<rpcProxyTransport_t> transports_;
 
-    const int wake_;  // an event; open as long as the process lives
+    const int wake_;  // an eventfd, open while the process lives
     std::atomic<std::uint64_t> passes_ = 1;
     std::uint64_t passes_when_asked_ = 0;
     std::chrono::steady_clock::time_point asked_;
 };
 
-// Exported: both of the node's libraries hold this layer, and share one.
+// Exported: both of the node's libraries contain this layer and share the one
+// object.
 [[gnu::visibility("default")]] Registered &registered();
 
 }  // namespace ia

@@ -1,4 +1,4 @@
-// Registration of a service over its two transports.
+// Registers a service on its two transports.
 #include "rte/BLL/core/registered.h"
 #include "rte/BLL/core/rpcProxy.h"
 
@@ -21,7 +21,7 @@ SVCXPRT *create_tcp(int socket) {
     return svctcp_create(socket, 0, 0);
 }
 
-// A transport, and the line that each of its failures is reported under.
+// A transport, and the source line named in its failure messages.
 struct Transport {
     const char *name;
     int type;
@@ -51,7 +51,8 @@ void report(int line, const std::string &what, const Service &service, const cha
                  cause.c_str());
 }
 
-// A socket on a port of 127.0.0.1 that the system picks; -1 once reported.
+// A socket on a port of 127.0.0.1 chosen by the system; -1 after a reported
+// failure.
 int open_socket(const Transport &transport, const Service &service) {
     const std::string socket_of = std::string(transport.name) + " socket for";
     const int handle = socket(AF_INET, transport.type | SOCK_CLOEXEC, transport.protocol);
@@ -84,8 +85,8 @@ void serve_over(const Transport &transport, const Service &service,
         close(handle);
         return;
     }
-    // A transport that the port mapper refused is served all the same, for a port
-    // mapper that comes later.
+    // A transport that the port mapper refused is served all the same: the port
+    // mapper may learn of it later.
     const bool known =
         svc_register(endpoint, service.program, service.version, dispatch, transport.protocol);
     if (!known) report(transport.register_line, "register " + name, service, "", 0);

@@ -1,5 +1,6 @@
-// The host of an ONC RPC service: a named thread that registers the service,
-// and, in the one thread of the process chosen by name, serves every service.
+// The host of an ONC RPC service: a named thread that registers the service. The
+// thread with a particular name also serves the calls of all services of the
+// process.
 #pragma once
 
 #include <rpc/rpc.h>
@@ -12,18 +13,18 @@
 
 #pragma GCC visibility push(default)
 
-// 1 when the calling thread has been asked to stop, which consumes the
-// request; 0 otherwise. For service code on a proxy's thread.
+// For service code on a proxy's thread: 1 when the thread has been asked to stop
+// (the request is then consumed), else 0.
 int checkInterrupt();
 
-// Makes `dispatch` reachable for the program number and version over UDP and
-// TCP, on ports of 127.0.0.1 that the system picks and the port mapper knows.
-// A failing transport is reported on standard error; the other is tried still.
+// Registers `dispatch` for the program number and version over UDP and TCP, on
+// ports of 127.0.0.1 chosen by the system, and with the port mapper. If a transport
+// fails, standard error says so and the other is still tried.
 void rpcProxyRegisterSvc(unsigned long program, unsigned long version,
                          void (*dispatch)(svc_req *request, SVCXPRT *transport));
 
-// A service of this process over UDP or TCP. It is served on its port whether or
-// not the port mapper knows it.
+// A service of this process over UDP or TCP. It is served on its port even if the
+// port mapper does not know it.
 struct rpcProxyTransport_t {
     unsigned long program;
     unsigned long version;
@@ -32,24 +33,24 @@ struct rpcProxyTransport_t {
     bool known;  // the port mapper took it when it was registered
 };
 
-// Waits until there are `count` of them, at most for `limit`; those there are then.
-// Any thread.
+// Waits up to `limit` until there are `count` of them; returns those that exist
+// then. Any thread.
 std::vector<rpcProxyTransport_t> rpcProxyTransports(std::size_t count,
                                                     std::chrono::milliseconds limit);
 
-// Makes `dispatch` reachable at each local socket from its making on, without a port.
-// While libraries are loaded.
+// Serves the program also at each local socket created later, without a port. Called
+// while libraries are loaded.
 void rpcProxyServeLocally(unsigned long program, unsigned long version,
                           void (*dispatch)(svc_req *request, SVCXPRT *transport));
 
-// A second way to the registered programs: a stream socket in the file system. Its
-// callers are known by their users. Made before the receive loop starts, ended after it
-// has stopped.
+// A second way to the registered programs: a stream socket in the file system,
+// whose callers' users are known. Create it before the receive loop starts, destroy
+// it after the loop has stopped.
 class RPCLocalSocket {
 public:
-    // Makes the folder (0755) when it is missing, and the socket (0660). A socket that
-    // nobody serves is replaced. std::system_error when it cannot be made, or another
-    // process serves it.
+    // Creates a missing folder (0755) and the socket (0660); replaces a socket that
+    // nobody serves. Throws std::system_error on failure, also when another process
+    // serves the socket.
     explicit RPCLocalSocket(std::string socketPath);
     ~RPCLocalSocket();
     RPCLocalSocket(const RPCLocalSocket &) = delete;
@@ -60,24 +61,25 @@ private:
     SVCXPRT *transport_ = nullptr;
 };
 
-// Who makes the call that is being dispatched.
+// The caller of the call being dispatched.
 struct rpcProxyCaller_t {
     enum class transport_t { udp, tcp, local } transport;
-    bool userKnown;  // over a local socket always, over UDP never
+    bool userKnown;  // always over a local socket, never over UDP
     uid_t user;
     pid_t process;        // over a local socket only, else 0
     unsigned short port;  // over IP only, else 0
 };
 
-// For a dispatcher. Null when the transport is not served by the receive loop here.
+// For a dispatcher. Null when this receive loop does not serve the transport.
 const rpcProxyCaller_t *rpcProxyCaller(const SVCXPRT *transport);
 
-// Whether the receive loop has made a pass since it was asked last, or still has a
-// second to; asks it anew. Never waits. For a watchdog; any thread.
+// For a watchdog: whether the receive loop has made a pass since the last question,
+// or still has some of a second's grace; starts the next period. Never waits. Any
+// thread.
 bool rpcProxyLoopAnswers();
 
-// The owner calls start, stop and isStopped from one thread at a time; the service
-// thread may call them only once start() has returned.
+// The owner calls start, stop and isStopped from one thread at a time; the
+// service's own thread may call them only after start() has returned.
 class RPCProxy {
 public:
     // `service_start` runs on the proxy's thread; its argument is the address
@@ -87,8 +89,8 @@ public:
     RPCProxy(const RPCProxy &) = delete;
     RPCProxy &operator=(const RPCProxy &) = delete;
 
-    // False while an earlier thread, even one that has ended, is not joined by
-    // stop(), and when no thread can be created.
+    // False when no thread can be created, and while an earlier thread, even an
+    // ended one, has not been joined by stop().
     bool start();
 
     // Asks the thread to end. Joins it and returns true, or with `no_wait`
