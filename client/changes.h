@@ -14,7 +14,7 @@ namespace ia {
 
 // A call: function id, bridge, and its numeric arguments in their order (port,
 // VLAN, value).
-struct engine_call {
+struct EngineCall {
     std::uint32_t id = 0;
     const char *bridge = "";
     std::array<std::uint32_t, 3> numbers{};
@@ -25,18 +25,18 @@ struct engine_call {
 struct ChangeObserver {
     // The engine and this process's store have made the change. The result becomes
     // the result of the client function.
-    std::function<int(const engine_call &)> made;
+    std::function<int(const EngineCall &)> made;
 
     // The engine did not answer: it may have made the change, this process's store
     // has not.
-    std::function<void(const engine_call &)> unanswered;
+    std::function<void(const EngineCall &)> unanswered;
 };
 
 inline ChangeObserver observer;
 
 template <class... Arguments>
-engine_call describe_call(std::uint32_t id, Arguments... arguments) {
-    engine_call call{.id = id, .bridge = "", .numbers = {}};
+EngineCall describe_call(std::uint32_t id, Arguments... arguments) {
+    EngineCall call{.id = id, .bridge = "", .numbers = {}};
     [[maybe_unused]] std::size_t numbers = 0;
     [[maybe_unused]] bool named = false;
     [[maybe_unused]] const auto take = [&](auto argument) {

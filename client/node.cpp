@@ -43,7 +43,7 @@ int line_ids(const char *bridge, std::uint32_t port, std::uint16_t vid, std::uin
     return call<line_ids>(bridge, port, vid, cvid, client, out);
 }
 
-int port_frames(const char *bridge, std::uint32_t port, port_frames_block *out) {
+int port_frames(const char *bridge, std::uint32_t port, PortFramesBlock *out) {
     return call<port_frames>(bridge, port, out);
 }
 
@@ -68,7 +68,7 @@ int watch_frames(std::uint64_t *next) {
     return call<watch_frames>(next);
 }
 
-int watched_frame_get(std::uint64_t number, watched_frame *out) {
+int watched_frame_get(std::uint64_t number, WatchedFrame *out) {
     return call<watched_frame_get>(number, out);
 }
 

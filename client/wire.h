@@ -40,7 +40,7 @@ constexpr void fields(Block &block, Visit &&visit) {
         const auto id = [&](auto &one) { visit(one.size, one.binary, one.text, one.bytes); };
         id(block.circuit_id);
         id(block.remote_id);
-    } else if constexpr (std::same_as<Plain, port_frames_block>) {
+    } else if constexpr (std::same_as<Plain, PortFramesBlock>) {
         visit(block.outcomes, block.sent);
     } else if constexpr (std::same_as<Plain, line_client>) {
         visit(block.client, block.server, block.since, block.heard, block.session, block.unused);
@@ -70,7 +70,7 @@ constexpr void fields(Block &block, Visit &&visit) {
     } else if constexpr (std::same_as<Plain, server_rows_block>) {
         visit(block.count, block.next);
         for (auto &row : block.rows) fields(row, visit);
-    } else if constexpr (std::same_as<Plain, watched_frame>) {
+    } else if constexpr (std::same_as<Plain, WatchedFrame>) {
         visit(block.number, block.time_ns, block.port, block.came_length, block.left_length,
               block.bridge, block.input_device, block.output_device, block.verdict, block.reason,
               block.came, block.left);

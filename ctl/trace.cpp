@@ -47,7 +47,7 @@ Ports read_ports(Remote &agent) {
 
 // Whether a frame came from the port or was to go there. The output device of one
 // that goes to several ports is the bridge.
-bool concerns(const watched_frame &frame, const Ports &ports, std::uint32_t number) {
+bool concerns(const WatchedFrame &frame, const Ports &ports, std::uint32_t number) {
     if (frame.port == number) return true;
     const auto port = ports.find(number);
     const auto from = ports.find(frame.port);
@@ -69,7 +69,7 @@ std::span<const std::uint8_t> kept(const std::uint8_t (&bytes)[watched_frame_siz
     return std::span(bytes).first(std::min(length, watched_frame_size));
 }
 
-Json json_of(const watched_frame &frame, const Ports &ports) {
+Json json_of(const WatchedFrame &frame, const Ports &ports) {
     const auto port = ports.find(frame.port);
     const bool known = port != ports.end();
     Json came = decode_frame(kept(frame.came, frame.came_length));
@@ -146,7 +146,7 @@ std::string output_of(const Json &frame) {
                                                 : shown(frame.at("to")));
 }
 
-std::string line_of(const watched_frame &watched, const Json &frame) {
+std::string line_of(const WatchedFrame &watched, const Json &frame) {
     const Json &came = frame.at("came");
     const Ink colour = frame.at("verdict") == "forwarded" ? Ink::green : Ink::red;
     std::string text =
@@ -161,7 +161,7 @@ std::string line_of(const watched_frame &watched, const Json &frame) {
     return text + change_of(frame) + '\n';
 }
 
-void record(CaptureFile &file, const watched_frame &frame) {
+void record(CaptureFile &file, const WatchedFrame &frame) {
     std::string what = frame.verdict;
     if (frame.reason[0]) what += std::string(", ") + frame.reason;
     file.write(CaptureFile::came, frame.time_ns, kept(frame.came, frame.came_length),
@@ -187,7 +187,7 @@ Json trace(Call &call) {
     if (watch_frames(&next) != 0) throw_unreachable();
     std::fputs("watching; Ctrl-C ends it\n", stderr);
     Live operator_waits(true);
-    watched_frame frame{};
+    WatchedFrame frame{};
     for (;;) {
         const int result = watched_frame_get(next, &frame);
         if (result == none_yet) {

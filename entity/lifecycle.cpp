@@ -41,7 +41,7 @@ void ia::serve_with(ServiceStart start) {
     service_start = start;
 }
 
-pppoeia::pppoeia() : BLEntity("pppoeia"), rpcProxy(start_service, "pppoeia_mng") {}
+pppoeia::pppoeia() : BLEntity("pppoeia"), rpc_proxy_(start_service, "pppoeia_mng") {}
 
 namespace {
 
@@ -140,12 +140,12 @@ bool pppoeia::start() {
     }
     for (const Subscription &subscription : subscriptions()) subscription.make();
     eachGponSubscription([](const Subscription &subscription) { subscription.make(); });
-    return rpcProxy.start();
+    return rpc_proxy_.start();
 }
 
 // The configuration phases (8 to 13) stay subscribed.
 bool pppoeia::stop() {
-    rpcProxy.stop(false);
+    rpc_proxy_.stop(false);
     ia::log_line(ia::log_error, "PPPoE IA unsubscribe.\n");
     const std::vector<Subscription> made = subscriptions();
     constexpr std::size_t order[] = {1, 2, 6, 3, 4, 5, 7, 14, 15};
@@ -204,8 +204,8 @@ pppoeia::settings_t::settings_t() {
     }
 }
 
-bool pppoeia::portIdToPortString(unsigned int ifIndex, std::string *out) {
-    return out && Interfaces::instance().interfaceGetLinuxnameById(ifIndex, *out) == 0;
+bool pppoeia::portIdToPortString(unsigned int if_index, std::string *out) {
+    return out && Interfaces::instance().interfaceGetLinuxnameById(if_index, *out) == 0;
 }
 
 // --- diagnostic commands --------------------------------------------------------------

@@ -63,11 +63,11 @@ void change_vlans(const char *handler, const char *call_name, Call call, Args...
 
 }  // namespace
 
-bool pppoeia::bridgeAdd(const char *bridgeName, unsigned int portCount) {
+bool pppoeia::bridgeAdd(const char *bridge_name, unsigned int port_count) {
     constexpr std::uint32_t max_pdu = 1500;
-    const char *name = named(bridgeName);
+    const char *name = named(bridge_name);
     exclusively([&] {
-        if (pppoeia_bridge_add(name, portCount) != 0) return failed;
+        if (pppoeia_bridge_add(name, port_count) != 0) return failed;
         pppoeia_bridge_max_pdu_set(name, max_pdu);
         pppoeia_bridge_state_set(name, 0);
         pppoeia_bridge_vendor_set(name, defaultVendorId.c_str());
@@ -83,63 +83,63 @@ bool pppoeia::bridgeAdd(const char *bridgeName, unsigned int portCount) {
     return true;
 }
 
-bool pppoeia::bridgeDel(const char *bridgeName) {
-    return change(pppoeia_bridge_del, named(bridgeName)) == succeeded;
+bool pppoeia::bridgeDel(const char *bridge_name) {
+    return change(pppoeia_bridge_del, named(bridge_name)) == succeeded;
 }
 
-void pppoeia::portAdd(const char *bridgeName, unsigned int ifIndex) {
+void pppoeia::portAdd(const char *bridge_name, unsigned int if_index) {
     exclusively([&] {
         Described port;
-        if (!look_up(ifIndex, port)) {
-            log_line(log_error, "pppoeia: Error getting port ", ifIndex,
+        if (!look_up(if_index, port)) {
+            log_line(log_error, "pppoeia: Error getting port ", if_index,
                      " info from Interfaces BLE.\n");
             return failed;
         }
-        if (!classify(ifIndex, port)) return failed;
-        if (pppoeia_port_add(named(bridgeName), ifIndex, port.device.c_str(), port.name.c_str(),
+        if (!classify(if_index, port)) return failed;
+        if (pppoeia_port_add(named(bridge_name), if_index, port.device.c_str(), port.name.c_str(),
                              &port.info) != 0) {
-            log_line(log_error, "pppoeia: Error adding port ", ifIndex, " to pppoeia module\n");
+            log_line(log_error, "pppoeia: Error adding port ", if_index, " to pppoeia module\n");
             return failed;
         }
         const InterfaceTypeFacts &facts = *facts_of(port.type);
-        setInterfaceState(ifIndex, interfaceState_t(facts.state));
-        setInterfaceMode(ifIndex, interfaceMode_t(facts.trust));
+        setInterfaceState(if_index, interfaceState_t(facts.state));
+        setInterfaceMode(if_index, interfaceMode_t(facts.trust));
         return succeeded;
     });
 }
 
-bool pppoeia::portDel(const char *bridgeName, unsigned int ifIndex) {
-    return change(pppoeia_port_del, named(bridgeName), ifIndex) == succeeded;
+bool pppoeia::portDel(const char *bridge_name, unsigned int if_index) {
+    return change(pppoeia_port_del, named(bridge_name), if_index) == succeeded;
 }
 
-bool pppoeia::maxPduSet(const char *bridgeName, unsigned int pdu) {
-    return change(pppoeia_bridge_max_pdu_set, named(bridgeName), pdu) == succeeded;
+bool pppoeia::maxPduSet(const char *bridge_name, unsigned int pdu) {
+    return change(pppoeia_bridge_max_pdu_set, named(bridge_name), pdu) == succeeded;
 }
 
-bool pppoeia::maxPduGet(const char *bridgeName, unsigned int &pdu) {
-    return change(pppoeia_bridge_max_pdu_get, named(bridgeName), &pdu) == succeeded;
+bool pppoeia::maxPduGet(const char *bridge_name, unsigned int &pdu) {
+    return change(pppoeia_bridge_max_pdu_get, named(bridge_name), &pdu) == succeeded;
 }
 
-void pppoeia::vlanAdd(const char *, unsigned short vlanId) const {
-    change_vlans("vlanAdd", "pppoeia_vlan_add", pppoeia_vlan_add, vlanId);
+void pppoeia::vlanAdd(const char *, unsigned short vlan_id) const {
+    change_vlans("vlanAdd", "pppoeia_vlan_add", pppoeia_vlan_add, vlan_id);
 }
 
-void pppoeia::vlanDel(const char *, unsigned short vlanId) const {
-    change_vlans("vlanDel", "pppoeia_vlan_del", pppoeia_vlan_del, vlanId);
+void pppoeia::vlanDel(const char *, unsigned short vlan_id) const {
+    change_vlans("vlanDel", "pppoeia_vlan_del", pppoeia_vlan_del, vlan_id);
 }
 
-void pppoeia::addVlanMembership(const char *, unsigned short vlanId, unsigned int ifIndex) const {
-    change_vlans("addVlanMembership", "pppoeia_port_vlan_add", pppoeia_port_vlan_add, ifIndex,
-                 vlanId);
+void pppoeia::addVlanMembership(const char *, unsigned short vlan_id, unsigned int if_index) const {
+    change_vlans("addVlanMembership", "pppoeia_port_vlan_add", pppoeia_port_vlan_add, if_index,
+                 vlan_id);
 }
 
-void pppoeia::delVlanMembership(const char *, unsigned short vlanId, unsigned int ifIndex) const {
-    change_vlans("delVlanMembership", "pppoeia_port_vlan_del", pppoeia_port_vlan_del, ifIndex,
-                 vlanId);
+void pppoeia::delVlanMembership(const char *, unsigned short vlan_id, unsigned int if_index) const {
+    change_vlans("delVlanMembership", "pppoeia_port_vlan_del", pppoeia_port_vlan_del, if_index,
+                 vlan_id);
 }
 
-int pppoeia::clearPortVlan(unsigned int ifIndex) {
-    return change(clear_port_vlan, m_default_bridge_name, ifIndex);
+int pppoeia::clearPortVlan(unsigned int if_index) {
+    return change(clear_port_vlan, m_default_bridge_name, if_index);
 }
 
 int pppoeia::clearVlan() {

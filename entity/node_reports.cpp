@@ -91,58 +91,58 @@ void store_text(const char *name, Call call, Args... args) {
 }  // namespace
 
 // Kinds 0 and 2 move a GEM port; kind 2 gives it to another subscriber as well.
-bool pppoeia::GPONGemEvent(int ifIndex, int parentIfIndex, int gemId,
+bool pppoeia::GPONGemEvent(int if_index, int parent_if_index, int gem_id,
                            Interfaces::interfaceGPONEvent_t kind) {
     if ((kind & ~2U) != 0) return true;
-    const auto id = static_cast<unsigned int>(ifIndex);
+    const auto id = static_cast<unsigned int>(if_index);
     std::string name;
     if (Interfaces::instance().interfaceGetNameById(id, name) != 0) {
-        log_line(log_error, "Error mapping intf id to intf name for intf=", ifIndex, "\n");
+        log_line(log_error, "Error mapping intf id to intf name for intf=", if_index, "\n");
         return false;
     }
     pppoeia_port_location location;
     if (!location_of(id, location)) {
-        log_line(log_error, "GPONGemEvent:interfaceSlotPortIntfGet failed for intf=", ifIndex,
+        log_line(log_error, "GPONGemEvent:interfaceSlotPortIntfGet failed for intf=", if_index,
                  "\n");
         return false;
     }
     if (pppoeia_port_name_update(m_default_bridge_name, id, name.c_str(), &location) != 0)
         log_line(log_warning, "pppoeia", ":", 656, ":", "GPONGemEvent", ":",
-                 "PPPOE ERROR - pppoeia_port_name_update() failed for intf: ", ifIndex, "\n");
+                 "PPPOE ERROR - pppoeia_port_name_update() failed for intf: ", if_index, "\n");
     if (pppoeia_port_parent_set(m_default_bridge_name, id,
-                                static_cast<std::uint32_t>(parentIfIndex)) != 0)
+                                static_cast<std::uint32_t>(parent_if_index)) != 0)
         log_line(log_warning, "pppoeia", ":", 662, ":", "GPONGemEvent", ":",
-                 "PPPOE ERROR - pppoeia_port_parent_set() failed for intf: ", ifIndex,
-                 "parent: ", parentIfIndex, "\n");
+                 "PPPOE ERROR - pppoeia_port_parent_set() failed for intf: ", if_index,
+                 "parent: ", parent_if_index, "\n");
     if (kind == Interfaces::gponGemMoved)
         if (const int result = resetInterfaceStatistics(id); result != 0)
-            log_line(log_error, "pppoeia::GPONGemEvent error ", result, " intfid: ", ifIndex,
-                     "parentid: ", parentIfIndex, "gemid: ", gemId, " type: ", kind);
+            log_line(log_error, "pppoeia::GPONGemEvent error ", result, " intfid: ", if_index,
+                     "parentid: ", parent_if_index, "gemid: ", gem_id, " type: ", kind);
     return true;
 }
 
-void pppoeia::onuStateChangeEvent(unsigned int portId, unsigned int onuId,
+void pppoeia::onuStateChangeEvent(unsigned int port_id, unsigned int onu_id,
                                   const std::string &serial, bool) {
     const BLLManager::exclusiveLock_t lock;
     if (!lock.owns_lock()) {
         log_line(log_error, handler, "obtaining exclusive lock failed.\n");
         return;
     }
-    const std::optional<unsigned int> id = interface_of_onu(portId, onuId);
+    const std::optional<unsigned int> id = interface_of_onu(port_id, onu_id);
     if (id && store_serial(*id, serial)) store_mac(*id);
 }
 
-void pppoeia::notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigned int vci) {
+void pppoeia::notifyPvcChange(unsigned int if_index, unsigned int vpi, unsigned int vci) {
     const BLLManager::exclusiveLock_t lock;
     if (!lock.owns_lock())
         log_line(log_error, "pppoeia::notifyPvcChange: obtaining exclusive lock failed.\n");
-    else if (pppoeia_port_pvc_set(m_default_bridge_name, ifIndex, vpi, vci) != 0)
+    else if (pppoeia_port_pvc_set(m_default_bridge_name, if_index, vpi, vci) != 0)
         log_line(log_warning, "pppoeia::notifyPvcChange: cannot set VPI: ", vpi, ", VCI: ", vci,
-                 " on interface: ", ifIndex, ".\n");
+                 " on interface: ", if_index, ".\n");
 }
 
-void pppoeia::onChangeShelfId(const std::string &shelfId) {
-    store_text("onChangeShelfId", pppoeia_bridge_shelf_id_set, shelfId.c_str());
+void pppoeia::onChangeShelfId(const std::string &shelf_id) {
+    store_text("onChangeShelfId", pppoeia_bridge_shelf_id_set, shelf_id.c_str());
 }
 
 void pppoeia::setSystemContact(const std::string &contact) {
@@ -157,10 +157,10 @@ void pppoeia::setSystemName(const std::string &name) {
     store_text("setSystemName", pppoeia_bridge_sysname_set, name.c_str());
 }
 
-void pppoeia::setIntfDescr(unsigned int ifIndex, const std::string &descr) {
-    store_text("setIntfDescr", pppoeia_bridge_intf_descr_set, ifIndex, descr.c_str());
+void pppoeia::setIntfDescr(unsigned int if_index, const std::string &descr) {
+    store_text("setIntfDescr", pppoeia_bridge_intf_descr_set, if_index, descr.c_str());
 }
 
-void pppoeia::setVlanName(unsigned short vlanId, const std::string &name) {
-    store_text("setVlanName", pppoeia_vlan_name_set, vlanId, name.c_str());
+void pppoeia::setVlanName(unsigned short vlan_id, const std::string &name) {
+    store_text("setVlanName", pppoeia_vlan_name_set, vlan_id, name.c_str());
 }

@@ -6,9 +6,9 @@
 
 namespace ia {
 
-bool location_of(unsigned int ifIndex, pppoeia_port_location &location) {
+bool location_of(unsigned int if_index, pppoeia_port_location &location) {
     Interfaces::slot_port_s place{};
-    if (Interfaces::instance().interfaceSlotPortIntfGet(ifIndex, place) != 0) return false;
+    if (Interfaces::instance().interfaceSlotPortIntfGet(if_index, place) != 0) return false;
     location = {};
     std::memcpy(location.panel, place.panel, sizeof location.panel);
     location.value = place.value;

@@ -6,6 +6,6 @@
 namespace ia {
 
 // False when the registry does not know the interface.
-bool location_of(unsigned int ifIndex, pppoeia_port_location &location);
+bool location_of(unsigned int if_index, pppoeia_port_location &location);
 
 }  // namespace ia

@@ -106,39 +106,39 @@ public:
                          std::ostringstream *stream, const std::string &target);
 
     // False for a null output or an unknown interface.
-    bool portIdToPortString(unsigned int ifIndex, std::string *out);
+    bool portIdToPortString(unsigned int if_index, std::string *out);
 
     // --- bridge, ports and VLANs as the node announces them ----------------------
     // A null or empty bridge name means "br0".
-    bool bridgeAdd(const char *bridgeName, unsigned int portCount);  // always true
-    bool bridgeDel(const char *bridgeName);
-    void portAdd(const char *bridgeName, unsigned int ifIndex);
-    bool portDel(const char *bridgeName, unsigned int ifIndex);
-    bool maxPduSet(const char *bridgeName, unsigned int pdu);
-    bool maxPduGet(const char *bridgeName, unsigned int &pdu);
+    bool bridgeAdd(const char *bridge_name, unsigned int port_count);  // always true
+    bool bridgeDel(const char *bridge_name);
+    void portAdd(const char *bridge_name, unsigned int if_index);
+    bool portDel(const char *bridge_name, unsigned int if_index);
+    bool maxPduSet(const char *bridge_name, unsigned int pdu);
+    bool maxPduGet(const char *bridge_name, unsigned int &pdu);
     // These work on "br0" whatever the name.
-    void vlanAdd(const char *bridgeName, unsigned short vlanId) const;
-    void vlanDel(const char *bridgeName, unsigned short vlanId) const;
-    void addVlanMembership(const char *bridgeName, unsigned short vlanId,
-                           unsigned int ifIndex) const;
-    void delVlanMembership(const char *bridgeName, unsigned short vlanId,
-                           unsigned int ifIndex) const;
-    int clearPortVlan(unsigned int ifIndex);
+    void vlanAdd(const char *bridge_name, unsigned short vlan_id) const;
+    void vlanDel(const char *bridge_name, unsigned short vlan_id) const;
+    void addVlanMembership(const char *bridge_name, unsigned short vlan_id,
+                           unsigned int if_index) const;
+    void delVlanMembership(const char *bridge_name, unsigned short vlan_id,
+                           unsigned int if_index) const;
+    int clearPortVlan(unsigned int if_index);
     int clearVlan();
-    int profileModeChange(bool profileMode) const;
+    int profileModeChange(bool profile_mode) const;
 
     // --- what else the node reports ----------------------------------------------
-    bool GPONGemEvent(int ifIndex, int parentIfIndex, int gemId,
+    bool GPONGemEvent(int if_index, int parent_if_index, int gem_id,
                       Interfaces::interfaceGPONEvent_t kind);
-    void onuStateChangeEvent(unsigned int portId, unsigned int onuId, const std::string &serial,
+    void onuStateChangeEvent(unsigned int port_id, unsigned int onu_id, const std::string &serial,
                              bool up);
-    void notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigned int vci);
-    void onChangeShelfId(const std::string &shelfId);
+    void notifyPvcChange(unsigned int if_index, unsigned int vpi, unsigned int vci);
+    void onChangeShelfId(const std::string &shelf_id);
     void setSystemContact(const std::string &contact);
     void setSystemLocation(const std::string &location);
     void setSystemName(const std::string &name);
-    void setIntfDescr(unsigned int ifIndex, const std::string &descr);
-    void setVlanName(unsigned short vlanId, const std::string &name);
+    void setIntfDescr(unsigned int if_index, const std::string &descr);
+    void setVlanName(unsigned short vlan_id, const std::string &name);
 
     // --- settings of the bridge and the process ------------------------------------
     int setState(bool state);
@@ -149,9 +149,9 @@ public:
     int getDebugAdminState(bool &state) const;
     int setLogLevel(pppoeiaLoggingLevel level);
     int getLogLevel(pppoeiaLoggingLevel &level) const;
-    int setShelfId(const std::string &shelfId);
-    int getShelfId(std::string &shelfId) const;
-    int setChassisId(int chassisId);
+    int setShelfId(const std::string &shelf_id);
+    int getShelfId(std::string &shelf_id) const;
+    int setChassisId(int chassis_id);
     int setVsaMode(vsaMode_t mode);
     int getVsaMode(vsaMode_t &mode) const;
     int setVsaCircuitIdState(bool state);
@@ -164,55 +164,55 @@ public:
     int getVsaCircuitIdFormat(std::string &format) const;
     int setVsaRemoteIdFormat(const std::string &format);
     int getVsaRemoteIdFormat(std::string &format) const;
-    int setVlanState(unsigned short vlanId, bool state);  // 2: no such VLAN
+    int setVlanState(unsigned short vlan_id, bool state);  // 2: no such VLAN
     int setVlanStateAll(bool state);
-    int getVlanState(unsigned short vlanId, bool &state) const;
+    int getVlanState(unsigned short vlan_id, bool &state) const;
 
     // --- settings of an interface ------------------------------------------------------
-    int setInterfaceState(unsigned int ifIndex, interfaceState_t state);
+    int setInterfaceState(unsigned int if_index, interfaceState_t state);
     int setInterfaceStateAll(interfaceState_t state);
-    int getInterfaceState(unsigned int ifIndex, interfaceState_t &state) const;
-    int setInterfaceMode(unsigned int ifIndex, interfaceMode_t mode);
+    int getInterfaceState(unsigned int if_index, interfaceState_t &state) const;
+    int setInterfaceMode(unsigned int if_index, interfaceMode_t mode);
     int setInterfaceModeAll(interfaceMode_t mode);
-    int getInterfaceMode(unsigned int ifIndex, interfaceMode_t &mode) const;
-    int setInterfaceRemoteId(unsigned int ifIndex, const std::string &remoteId);
-    int getInterfaceRemoteId(unsigned int ifIndex, std::string &remoteId) const;
-    int getInterfaceCircuitId(unsigned int ifIndex, std::string &circuitId) const;
-    int setVsaCircuitIdMode(unsigned int ifIndex, vsaCircuitIdMode_t mode);  // 2: ATM, on no PVC
-    int getVsaCircuitIdMode(unsigned int ifIndex, vsaCircuitIdMode_t &mode) const;
+    int getInterfaceMode(unsigned int if_index, interfaceMode_t &mode) const;
+    int setInterfaceRemoteId(unsigned int if_index, const std::string &remote_id);
+    int getInterfaceRemoteId(unsigned int if_index, std::string &remote_id) const;
+    int getInterfaceCircuitId(unsigned int if_index, std::string &circuit_id) const;
+    int setVsaCircuitIdMode(unsigned int if_index, vsaCircuitIdMode_t mode);  // 2: ATM, on no PVC
+    int getVsaCircuitIdMode(unsigned int if_index, vsaCircuitIdMode_t &mode) const;
 
     // --- settings of an interface and VLAN ---------------------------------------------
-    int setVsaCircuitIdMode(unsigned int ifIndex, unsigned short vlanId, vsaCircuitIdMode_t mode);
-    int getVsaCircuitIdMode(unsigned int ifIndex, unsigned short vlanId,
+    int setVsaCircuitIdMode(unsigned int if_index, unsigned short vlan_id, vsaCircuitIdMode_t mode);
+    int getVsaCircuitIdMode(unsigned int if_index, unsigned short vlan_id,
                             vsaCircuitIdMode_t &mode) const;
-    int setVsaCircuitIdFormat(unsigned int ifIndex, unsigned short vlanId,
+    int setVsaCircuitIdFormat(unsigned int if_index, unsigned short vlan_id,
                               const std::string &format);
-    int getVsaCircuitIdFormat(unsigned int ifIndex, unsigned short vlanId,
+    int getVsaCircuitIdFormat(unsigned int if_index, unsigned short vlan_id,
                               std::string &format) const;
-    int setVsaRemoteIdFormat(unsigned int ifIndex, unsigned short vlanId,
+    int setVsaRemoteIdFormat(unsigned int if_index, unsigned short vlan_id,
                              const std::string &format);
-    int getVsaRemoteIdFormat(unsigned int ifIndex, unsigned short vlanId,
+    int getVsaRemoteIdFormat(unsigned int if_index, unsigned short vlan_id,
                              std::string &format) const;
 
     // --- statistics ------------------------------------------------------------------------
     int getGlobalStatistics(pppoeia_stats &stats) const;
     int resetGlobalStatistics() const;
     // With GPON, an ONU's are the sum over its GEM ports, an OLT port's over its ONUs.
-    int getInterfaceStatistics(unsigned int ifIndex, pppoeia_stats &stats) const;
-    int resetInterfaceStatistics(unsigned int ifIndex) const;
+    int getInterfaceStatistics(unsigned int if_index, pppoeia_stats &stats) const;
+    int resetInterfaceStatistics(unsigned int if_index) const;
 
     // --- views of several settings -----------------------------------------------------------
-    int getPortVlan(unsigned int ifIndex, unsigned short vlanId, portVlanInfo_t &info) const;
-    int getPortVlanList(unsigned int ifIndex, std::list<portVlanInfo_t> &list) const;
-    int getVlanInfo(unsigned short vlanId, vlanInfo_t &info) const;
+    int getPortVlan(unsigned int if_index, unsigned short vlan_id, portVlanInfo_t &info) const;
+    int getPortVlanList(unsigned int if_index, std::list<portVlanInfo_t> &list) const;
+    int getVlanInfo(unsigned short vlan_id, vlanInfo_t &info) const;
     int getVlanInfo(std::list<vlanInfo_t> &list) const;
-    int getInterfaceInfo(unsigned int ifIndex, interfaceInfo_t &info) const;
-    // With skipGponParents, without OLT ports, ONUs and GEM ports that are not in use.
-    int getInterfaceInfo(std::list<interfaceInfo_t> &list, bool skipGponParents) const;
+    int getInterfaceInfo(unsigned int if_index, interfaceInfo_t &info) const;
+    // With `skip_gpon_parents`, without OLT ports, ONUs and GEM ports that are not in use.
+    int getInterfaceInfo(std::list<interfaceInfo_t> &list, bool skip_gpon_parents) const;
 
     // The IDs that a subscriber gets now; `out` holds 64 bytes.
-    int genCircuitIdByIntfVlan(unsigned int ifIndex, unsigned short vlanId, char *out) const;
-    int genRemoteIdByIntfVlan(unsigned int ifIndex, unsigned short vlanId, char *out) const;
+    int genCircuitIdByIntfVlan(unsigned int if_index, unsigned short vlan_id, char *out) const;
+    int genRemoteIdByIntfVlan(unsigned int if_index, unsigned short vlan_id, char *out) const;
 
 private:
     friend class singleton<pppoeia>;
@@ -222,7 +222,7 @@ private:
     std::vector<Subscription> subscriptions();
     void eachGponSubscription(void (*act)(const Subscription &));
 
-    RPCProxy rpcProxy;
+    RPCProxy rpc_proxy_;
 };
 
 #pragma GCC visibility pop

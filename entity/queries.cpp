@@ -80,68 +80,71 @@ int pppoeia::resetGlobalStatistics() const {
     return ask(pppoeia_bridge_stats_reset, default_bridge);
 }
 
-int pppoeia::getInterfaceStatistics(unsigned int ifIndex, pppoeia_stats &stats) const {
+int pppoeia::getInterfaceStatistics(unsigned int if_index, pppoeia_stats &stats) const {
     return shared([&] {
         Interfaces::interfaceType type{};
         int levels = 0;
         if (isActive(FEATURE_GPON)) {
-            if (Interfaces::instance().interfaceGetTypeById(ifIndex, type) != 0) return failed;
+            if (Interfaces::instance().interfaceGetTypeById(if_index, type) != 0) return failed;
             levels = levels_below(type);
         }
         if (levels == 0)
             return EntityResult(
-                entity_result(pppoeia_port_stats_get(default_bridge, ifIndex, &stats)));
+                entity_result(pppoeia_port_stats_get(default_bridge, if_index, &stats)));
         stats = {};
-        return add_children(ifIndex, levels, stats) ? succeeded : failed;
+        return add_children(if_index, levels, stats) ? succeeded : failed;
     });
 }
 
-int pppoeia::resetInterfaceStatistics(unsigned int ifIndex) const {
-    return ask(pppoeia_port_stats_reset, default_bridge, ifIndex);
+int pppoeia::resetInterfaceStatistics(unsigned int if_index) const {
+    return ask(pppoeia_port_stats_reset, default_bridge, if_index);
 }
 
 // --- generated IDs -----------------------------------------------------------------
 
-int pppoeia::genCircuitIdByIntfVlan(unsigned int ifIndex, unsigned short vlanId, char *out) const {
-    return ask(gen_circuit_id_by_intf_vlan, default_bridge, ifIndex, vlanId, out);
+int pppoeia::genCircuitIdByIntfVlan(unsigned int if_index, unsigned short vlan_id,
+                                    char *out) const {
+    return ask(gen_circuit_id_by_intf_vlan, default_bridge, if_index, vlan_id, out);
 }
 
-int pppoeia::genRemoteIdByIntfVlan(unsigned int ifIndex, unsigned short vlanId, char *out) const {
-    return ask(gen_remote_id_by_intf_vlan, default_bridge, ifIndex, vlanId, out);
+int pppoeia::genRemoteIdByIntfVlan(unsigned int if_index, unsigned short vlan_id, char *out) const {
+    return ask(gen_remote_id_by_intf_vlan, default_bridge, if_index, vlan_id, out);
 }
 
 // --- views -------------------------------------------------------------------------
 
-int pppoeia::getPortVlan(unsigned int ifIndex, unsigned short vlanId, portVlanInfo_t &info) const {
+int pppoeia::getPortVlan(unsigned int if_index, unsigned short vlan_id,
+                         portVlanInfo_t &info) const {
     return shared([&] {
         pppoeia_port_vlan_info entry{};
-        if (pppoeia_port_vlan_info_get(default_bridge, ifIndex, vlanId, &entry) != 0) return failed;
-        return describe(ifIndex, entry, info) ? succeeded : failed;
+        if (pppoeia_port_vlan_info_get(default_bridge, if_index, vlan_id, &entry) != 0)
+            return failed;
+        return describe(if_index, entry, info) ? succeeded : failed;
     });
 }
 
-int pppoeia::getPortVlanList(unsigned int ifIndex, std::list<portVlanInfo_t> &list) const {
+int pppoeia::getPortVlanList(unsigned int if_index, std::list<portVlanInfo_t> &list) const {
     return shared([&] {
         list.clear();
         pppoeia_port_vlan_info entry{};
-        int result = pppoeia_port_vlan_get_first(default_bridge, ifIndex, &entry);
+        int result = pppoeia_port_vlan_get_first(default_bridge, if_index, &entry);
         while (result == 0) {
             portVlanInfo_t info;
-            if (!describe(ifIndex, entry, info)) return failed;
+            if (!describe(if_index, entry, info)) return failed;
             list.push_back(info);
-            result = pppoeia_port_vlan_get_next(default_bridge, ifIndex, entry.vlan_id, &entry);
+            result = pppoeia_port_vlan_get_next(default_bridge, if_index, entry.vlan_id, &entry);
         }
         return succeeded;
     });
 }
 
-int pppoeia::getVlanInfo(unsigned short vlanId, vlanInfo_t &info) const {
+int pppoeia::getVlanInfo(unsigned short vlan_id, vlanInfo_t &info) const {
     return shared([&] {
         kvbridge::vlanInfo known{};
-        if (kvbridge::instance().vlanGetInfoId(default_bridge, vlanId, known) != 0)
+        if (kvbridge::instance().vlanGetInfoId(default_bridge, vlan_id, known) != 0)
             return not_applicable;
-        info.vlanId = vlanId;
-        return getVlanState(vlanId, info.state) == succeeded ? succeeded : failed;
+        info.vlanId = vlan_id;
+        return getVlanState(vlan_id, info.state) == succeeded ? succeeded : failed;
     });
 }
 
@@ -163,31 +166,31 @@ int pppoeia::getVlanInfo(std::list<vlanInfo_t> &list) const {
     });
 }
 
-int pppoeia::getInterfaceInfo(unsigned int ifIndex, interfaceInfo_t &info) const {
+int pppoeia::getInterfaceInfo(unsigned int if_index, interfaceInfo_t &info) const {
     return shared([&] {
         const Interfaces &interfaces = Interfaces::instance();
-        const bool complete = interfaces.checkId(ifIndex) &&
-                              interfaces.interfaceGetNameById(ifIndex, info.name) == 0 &&
-                              interfaces.interfaceGetTypeById(ifIndex, info.type) == 0 &&
-                              getInterfaceState(ifIndex, info.state) == succeeded &&
-                              getInterfaceMode(ifIndex, info.mode) == succeeded &&
-                              getInterfaceRemoteId(ifIndex, info.remoteId) == succeeded &&
-                              getInterfaceCircuitId(ifIndex, info.circuitId) == succeeded &&
-                              getVsaCircuitIdMode(ifIndex, info.cidMode) == succeeded &&
-                              getPortVlanList(ifIndex, info.portVlans) == succeeded;
+        const bool complete = interfaces.checkId(if_index) &&
+                              interfaces.interfaceGetNameById(if_index, info.name) == 0 &&
+                              interfaces.interfaceGetTypeById(if_index, info.type) == 0 &&
+                              getInterfaceState(if_index, info.state) == succeeded &&
+                              getInterfaceMode(if_index, info.mode) == succeeded &&
+                              getInterfaceRemoteId(if_index, info.remoteId) == succeeded &&
+                              getInterfaceCircuitId(if_index, info.circuitId) == succeeded &&
+                              getVsaCircuitIdMode(if_index, info.cidMode) == succeeded &&
+                              getPortVlanList(if_index, info.portVlans) == succeeded;
         if (!complete) return failed;
-        info.ifIndex = ifIndex;
+        info.ifIndex = if_index;
         return succeeded;
     });
 }
 
-int pppoeia::getInterfaceInfo(std::list<interfaceInfo_t> &list, bool skipGponParents) const {
+int pppoeia::getInterfaceInfo(std::list<interfaceInfo_t> &list, bool skip_gpon_parents) const {
     return shared([&] {
         list.clear();
         std::list<Interfaces::Interface> known;
         Interfaces::instance().interfaceListGet(known);
         for (const Interfaces::Interface &interface : known) {
-            if (skipGponParents && carries_no_subscriber(interface)) continue;
+            if (skip_gpon_parents && carries_no_subscriber(interface)) continue;
             interfaceInfo_t info;
             if (getInterfaceInfo(interface.id, info) != succeeded) {
                 list.clear();

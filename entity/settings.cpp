@@ -52,16 +52,16 @@ int pppoeia::getLogLevel(pppoeiaLoggingLevel &level) const {
     return read_number<std::int32_t>(level, pppoeia_log_level_get);
 }
 
-int pppoeia::setShelfId(const std::string &shelfId) {
-    return change(pppoeia_bridge_shelf_id_set, default_bridge, shelfId.c_str());
+int pppoeia::setShelfId(const std::string &shelf_id) {
+    return change(pppoeia_bridge_shelf_id_set, default_bridge, shelf_id.c_str());
 }
-int pppoeia::getShelfId(std::string &shelfId) const {
-    return read_text<long_text>(shelfId, pppoeia_bridge_shelf_id_get, default_bridge);
+int pppoeia::getShelfId(std::string &shelf_id) const {
+    return read_text<long_text>(shelf_id, pppoeia_bridge_shelf_id_get, default_bridge);
 }
 
-int pppoeia::setChassisId(int chassisId) {
+int pppoeia::setChassisId(int chassis_id) {
     return change(pppoeia_bridge_chassis_id_set, default_bridge,
-                  static_cast<std::uint32_t>(chassisId));
+                  static_cast<std::uint32_t>(chassis_id));
 }
 
 int pppoeia::setVsaMode(vsaMode_t mode) {
@@ -106,108 +106,109 @@ int pppoeia::getVsaRemoteIdFormat(std::string &format) const {
     return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_remote_id_format_get, default_bridge);
 }
 
-int pppoeia::setVlanState(unsigned short vlanId, bool state) {
+int pppoeia::setVlanState(unsigned short vlan_id, bool state) {
     return exclusively([&] {
         kvbridge::vlanInfo known{};
-        if (kvbridge::instance().vlanGetInfoId(default_bridge, vlanId, known) != 0)
+        if (kvbridge::instance().vlanGetInfoId(default_bridge, vlan_id, known) != 0)
             return not_applicable;
-        return EntityResult(entity_result(pppoeia_bridge_vlan_set(default_bridge, vlanId, state)));
+        return EntityResult(entity_result(pppoeia_bridge_vlan_set(default_bridge, vlan_id, state)));
     });
 }
 int pppoeia::setVlanStateAll(bool state) {
     return change(pppoeia_bridge_vlan_set_all, default_bridge, state);
 }
-int pppoeia::getVlanState(unsigned short vlanId, bool &state) const {
-    return read_number(state, pppoeia_bridge_vlan_get, default_bridge, vlanId);
+int pppoeia::getVlanState(unsigned short vlan_id, bool &state) const {
+    return read_number(state, pppoeia_bridge_vlan_get, default_bridge, vlan_id);
 }
 
 // --- of an interface -------------------------------------------------------------
 
-int pppoeia::setInterfaceState(unsigned int ifIndex, interfaceState_t state) {
-    return change(pppoeia_port_state_set, default_bridge, ifIndex,
+int pppoeia::setInterfaceState(unsigned int if_index, interfaceState_t state) {
+    return change(pppoeia_port_state_set, default_bridge, if_index,
                   static_cast<std::int32_t>(state));
 }
 int pppoeia::setInterfaceStateAll(interfaceState_t state) {
     return change(pppoeia_port_state_set_all, default_bridge, state);
 }
-int pppoeia::getInterfaceState(unsigned int ifIndex, interfaceState_t &state) const {
-    return read_number(state, pppoeia_port_state_get, default_bridge, ifIndex);
+int pppoeia::getInterfaceState(unsigned int if_index, interfaceState_t &state) const {
+    return read_number(state, pppoeia_port_state_get, default_bridge, if_index);
 }
 
-int pppoeia::setInterfaceMode(unsigned int ifIndex, interfaceMode_t mode) {
-    return change(pppoeia_port_trust_set, default_bridge, ifIndex, trust_of(mode));
+int pppoeia::setInterfaceMode(unsigned int if_index, interfaceMode_t mode) {
+    return change(pppoeia_port_trust_set, default_bridge, if_index, trust_of(mode));
 }
 int pppoeia::setInterfaceModeAll(interfaceMode_t mode) {
     return change(pppoeia_port_trust_set_all, default_bridge, trust_of(mode));
 }
 // A stored value that is no mode is left out, not an error.
-int pppoeia::getInterfaceMode(unsigned int ifIndex, interfaceMode_t &mode) const {
+int pppoeia::getInterfaceMode(unsigned int if_index, interfaceMode_t &mode) const {
     std::uint32_t trust = 0;
-    if (read_number(trust, pppoeia_port_trust_get, default_bridge, ifIndex) != succeeded)
+    if (read_number(trust, pppoeia_port_trust_get, default_bridge, if_index) != succeeded)
         return failed;
     if (trust == PPPOEIA_PORT_TRUSTED || trust == PPPOEIA_PORT_UNTRUSTED)
         mode = interfaceMode_t(trust);
     return succeeded;
 }
 
-int pppoeia::setInterfaceRemoteId(unsigned int ifIndex, const std::string &remoteId) {
-    return change(pppoeia_port_remote_id_set, default_bridge, ifIndex, remoteId.c_str());
+int pppoeia::setInterfaceRemoteId(unsigned int if_index, const std::string &remote_id) {
+    return change(pppoeia_port_remote_id_set, default_bridge, if_index, remote_id.c_str());
 }
-int pppoeia::getInterfaceRemoteId(unsigned int ifIndex, std::string &remoteId) const {
-    return read_text<long_text>(remoteId, pppoeia_port_remote_id_get, default_bridge, ifIndex);
+int pppoeia::getInterfaceRemoteId(unsigned int if_index, std::string &remote_id) const {
+    return read_text<long_text>(remote_id, pppoeia_port_remote_id_get, default_bridge, if_index);
 }
-int pppoeia::getInterfaceCircuitId(unsigned int ifIndex, std::string &circuitId) const {
-    return read_text<long_text>(circuitId, pppoeia_port_circuit_id_get, default_bridge, ifIndex);
+int pppoeia::getInterfaceCircuitId(unsigned int if_index, std::string &circuit_id) const {
+    return read_text<long_text>(circuit_id, pppoeia_port_circuit_id_get, default_bridge, if_index);
 }
 
 // The ATM form is for PVCs, whose service profile hears of any change.
-int pppoeia::setVsaCircuitIdMode(unsigned int ifIndex, vsaCircuitIdMode_t mode) {
+int pppoeia::setVsaCircuitIdMode(unsigned int if_index, vsaCircuitIdMode_t mode) {
     return exclusively([&] {
         Interfaces::interfaceType type{};
-        if (Interfaces::instance().interfaceGetTypeById(ifIndex, type) != 0) return failed;
+        if (Interfaces::instance().interfaceGetTypeById(if_index, type) != 0) return failed;
         const bool is_pvc = type == Interfaces::interfaceTypeAtm;
         if (mode == vsaCircuitIdMode_t(PPPOEIA_CID_ATM) && !is_pvc) return not_applicable;
-        if (pppoeia_port_vsa_circuit_id_mode_set(default_bridge, ifIndex, mode) != 0) return failed;
+        if (pppoeia_port_vsa_circuit_id_mode_set(default_bridge, if_index, mode) != 0)
+            return failed;
         if (is_pvc &&
-            servprofile::instance().servProfileOnPppoeiaPvcCidModeChange(ifIndex, mode) != 0)
+            servprofile::instance().servProfileOnPppoeiaPvcCidModeChange(if_index, mode) != 0)
             return failed;
         return succeeded;
     });
 }
-int pppoeia::getVsaCircuitIdMode(unsigned int ifIndex, vsaCircuitIdMode_t &mode) const {
-    return read_number(mode, pppoeia_port_vsa_circuit_id_mode_get, default_bridge, ifIndex);
+int pppoeia::getVsaCircuitIdMode(unsigned int if_index, vsaCircuitIdMode_t &mode) const {
+    return read_number(mode, pppoeia_port_vsa_circuit_id_mode_get, default_bridge, if_index);
 }
 
 // --- of an interface and VLAN ------------------------------------------------------
 
-int pppoeia::setVsaCircuitIdMode(unsigned int ifIndex, unsigned short vlanId,
+int pppoeia::setVsaCircuitIdMode(unsigned int if_index, unsigned short vlan_id,
                                  vsaCircuitIdMode_t mode) {
-    return change(pppoeia_circuit_id_mode_port_vlan_set, default_bridge, ifIndex, vlanId, mode);
+    return change(pppoeia_circuit_id_mode_port_vlan_set, default_bridge, if_index, vlan_id, mode);
 }
-int pppoeia::getVsaCircuitIdMode(unsigned int ifIndex, unsigned short vlanId,
+int pppoeia::getVsaCircuitIdMode(unsigned int if_index, unsigned short vlan_id,
                                  vsaCircuitIdMode_t &mode) const {
-    return read_number(mode, pppoeia_circuit_id_mode_port_vlan_get, default_bridge, ifIndex,
-                       vlanId);
+    return read_number(mode, pppoeia_circuit_id_mode_port_vlan_get, default_bridge, if_index,
+                       vlan_id);
 }
 
-int pppoeia::setVsaCircuitIdFormat(unsigned int ifIndex, unsigned short vlanId,
+int pppoeia::setVsaCircuitIdFormat(unsigned int if_index, unsigned short vlan_id,
                                    const std::string &format) {
-    return change(pppoeia_circuit_id_format_port_vlan_set, default_bridge, ifIndex, vlanId,
+    return change(pppoeia_circuit_id_format_port_vlan_set, default_bridge, if_index, vlan_id,
                   format.c_str());
 }
-int pppoeia::getVsaCircuitIdFormat(unsigned int ifIndex, unsigned short vlanId,
+int pppoeia::getVsaCircuitIdFormat(unsigned int if_index, unsigned short vlan_id,
                                    std::string &format) const {
     return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_circuit_id_format_port_vlan_get,
-                                          default_bridge, ifIndex, vlanId);
+                                          default_bridge, if_index, vlan_id);
 }
 
-int pppoeia::setVsaRemoteIdFormat(unsigned int ifIndex, unsigned short vlanId,
+int pppoeia::setVsaRemoteIdFormat(unsigned int if_index, unsigned short vlan_id,
                                   const std::string &format) {
-    return change(pppoeia_remote_id_format_port_vlan_set, default_bridge, ifIndex, vlanId,
+    return change(pppoeia_remote_id_format_port_vlan_set, default_bridge, if_index, vlan_id,
                   format.c_str());
 }
-int pppoeia::getVsaRemoteIdFormat(unsigned int ifIndex, unsigned short vlanId,
+int pppoeia::getVsaRemoteIdFormat(unsigned int if_index, unsigned short vlan_id,
                                   std::string &format) const {
     return read_text<PPPOEIA_FORMAT_SIZE>(format, pppoeia_remote_id_format_port_vlan_get,
-                                          default_bridge, ifIndex, vlanId);
+                                          default_bridge, if_index, vlan_id);
 }

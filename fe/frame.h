@@ -29,7 +29,7 @@ inline constexpr std::uint16_t ethertype_vlan = 0x8100;
 // both headers and a tag header can be read there.
 inline constexpr std::size_t frame_slack = 64;
 
-enum pppoe_code : std::uint8_t {
+enum PppoeCode : std::uint8_t {
     PADI = 0x09,
     PADO = 0x07,
     PADR = 0x19,
@@ -37,7 +37,7 @@ enum pppoe_code : std::uint8_t {
     PADT = 0xA7,
 };
 
-enum pppoe_tag : std::uint16_t {
+enum PppoeTag : std::uint16_t {
     TAG_END_OF_LIST = 0x0000,
     TAG_VENDOR_SPECIFIC = 0x0105,
     TAG_GENERIC_ERROR = 0x0203,
@@ -46,8 +46,8 @@ enum pppoe_tag : std::uint16_t {
 struct PppoeHeader {
     std::uint8_t version_type;
     std::uint8_t code;
-    be16 session_id;
-    be16 payload_length;
+    Be16 session_id;
+    Be16 payload_length;
 };
 static_assert(sizeof(PppoeHeader) == 6);
 

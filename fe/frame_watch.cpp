@@ -34,14 +34,14 @@ constexpr const char *reasons[] = {
 };
 static_assert(std::size(reasons) == static_cast<std::size_t>(Outcome::no_memory) + 1);
 static_assert(std::ranges::all_of(reasons, [](std::string_view text) {
-    return text.size() < sizeof watched_frame{}.reason;
+    return text.size() < sizeof WatchedFrame{}.reason;
 }));
 
 // Frame number n lies in slot n modulo the size. Numbers go on from one watch
 // to the next, so that an old one means the same frame or none.
 struct Ring {
     std::mutex lock;
-    std::vector<watched_frame> slots;  // empty: nobody watches
+    std::vector<WatchedFrame> slots;  // empty: nobody watches
     std::uint64_t next = 0;
     std::uint64_t first = 0;  // of this watch
     Clock::time_point lease_end;
@@ -90,7 +90,7 @@ const char *verdict_of(Outcome outcome) {
 }  // namespace
 
 void FrameWatch::came() {
-    frame_.reset(new (std::nothrow) watched_frame{});
+    frame_.reset(new (std::nothrow) WatchedFrame{});
     if (!frame_) return;
     frame_->time_ns = now_ns();
     frame_->port = record_of(datagram_).input_port;
@@ -129,7 +129,7 @@ int fe_watch_frames(std::uint64_t *next) {
     return trace_result(__func__, 0);
 }
 
-int fe_watched_frame_get(std::uint64_t number, watched_frame *out) {
+int fe_watched_frame_get(std::uint64_t number, WatchedFrame *out) {
     Ring &all = ring();
     const std::lock_guard guard(all.lock);
     if (all.run_out()) {

@@ -38,7 +38,7 @@ private:
 
     const pppoeia_bridge &bridge_;
     const Datagram &datagram_;
-    std::unique_ptr<watched_frame> frame_;
+    std::unique_ptr<WatchedFrame> frame_;
 };
 
 }  // namespace ia

@@ -10,9 +10,9 @@
 namespace ia {
 
 static_assert(OUTCOME_COUNT <= frame_outcomes_max);
-static_assert(SENT_CODES == std::size(port_frames_block{}.sent));
+static_assert(SENT_CODES == std::size(PortFramesBlock{}.sent));
 
-int fe_port_frames(const char *bridge, std::uint32_t port, port_frames_block *out) {
+int fe_port_frames(const char *bridge, std::uint32_t port, PortFramesBlock *out) {
     trace_call(__func__, bridge, port);
     frame_counts counted{};
     if (const int result = platform::count_frames(bridge, port, counted); result != 0)

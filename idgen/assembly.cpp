@@ -79,11 +79,11 @@ void cut_to_limit(const pppoeia_bridge &bridge, std::string &id,
 
 }  // namespace
 
-bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short vid,
+bool genCustomId(const pppoeia_bridge *bridge, unsigned intf_id, unsigned short vid,
                  unsigned short cvid, const std::string &format, std::string &id,
-                 std::vector<std::uint8_t> &binId, idGenType genType) {
+                 std::vector<std::uint8_t> &bin_id, idGenType gen_type) {
     IA_TRACE("<%s> >> genCustomId", bridge->name);
-    IA_ID_DEBUG("format '%s', port %u, VLAN %u, customer VLAN %u", format.c_str(), intfId, vid,
+    IA_ID_DEBUG("format '%s', port %u, VLAN %u, customer VLAN %u", format.c_str(), intf_id, vid,
                 cvid);
     IdWork work;
     FoundMacro macro;
@@ -95,7 +95,7 @@ bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short v
         std::string value;
         if (!macro.user_string.empty()) {
             value.swap(macro.user_string);
-        } else if (!getMacroStringValue(bridge, macro.type, value, intfId, genType, vid, cvid)) {
+        } else if (!getMacroStringValue(bridge, macro.type, value, intf_id, gen_type, vid, cvid)) {
             IA_TRACE("<%s> >> Error reading macro %s. Appending macro string.", bridge->name,
                      macroFormatTypeToString(macro.type).c_str());
             work.text += macro.text;
@@ -105,10 +105,10 @@ bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short v
     }
     work.text.append(format, position);
     IA_TRACE("<%s> >> Generated custom ID '%s'.", bridge->name, work.text.c_str());
-    if (!work.hex_runs.empty()) convert_to_binary(*bridge, work, binId);
+    if (!work.hex_runs.empty()) convert_to_binary(*bridge, work, bin_id);
     id = std::move(work.text);
-    cut_to_limit(*bridge, id, binId);
-    IA_ID_DEBUG("text '%s', %zu bytes", id.c_str(), binId.size());
+    cut_to_limit(*bridge, id, bin_id);
+    IA_ID_DEBUG("text '%s', %zu bytes", id.c_str(), bin_id.size());
     return true;
 }
 
@@ -130,10 +130,10 @@ bool ia::text_to_bytes(std::string_view text, std::span<const HexRun> runs,
 }
 
 bool idStringToBinaryVector(const std::string &text,
-                            const std::map<unsigned long, unsigned> &hexRuns,
+                            const std::map<unsigned long, unsigned> &hex_runs,
                             std::vector<std::uint8_t> &out) {
     std::vector<ia::HexRun> runs;
-    runs.reserve(hexRuns.size());
-    for (const auto &[at, size] : hexRuns) runs.push_back({at, size});
+    runs.reserve(hex_runs.size());
+    for (const auto &[at, size] : hex_runs) runs.push_back({at, size});
     return ia::text_to_bytes(text, runs, out);
 }

@@ -14,18 +14,18 @@
 
 inline constexpr std::size_t generated_id_max = PPPOEIA_ID_SIZE - 1;  // characters, or bytes
 
-// Builds the ID of the subscriber on port `intfId`, VLAN `vid`, customer VLAN
+// Builds the ID of the subscriber on port `intf_id`, VLAN `vid`, customer VLAN
 // `cvid` (0xFFF: none). Text between macros is copied unchanged. So are macros that
 // have no value and macros whose options do not fit. A malformed macro ends the
 // expansion.
 //
-// `binId` is empty on entry. If a macro was rendered in hexadecimal, the ID is
-// binary: `binId` gets it, at most 63 bytes, and `id` its text form, not cut.
+// `bin_id` is empty on entry. If a macro was rendered in hexadecimal, the ID is
+// binary: `bin_id` gets it, at most 63 bytes, and `id` its text form, not cut.
 // Otherwise `id` gets it, at most 63 characters. The result is always true. The
 // caller holds the bridge's lock.
-bool genCustomId(const pppoeia_bridge *bridge, unsigned intfId, unsigned short vid,
+bool genCustomId(const pppoeia_bridge *bridge, unsigned intf_id, unsigned short vid,
                  unsigned short cvid, const std::string &format, std::string &id,
-                 std::vector<std::uint8_t> &binId, idGenType genType);
+                 std::vector<std::uint8_t> &bin_id, idGenType gen_type);
 
 namespace ia {
 
@@ -45,5 +45,5 @@ bool text_to_bytes(std::string_view text, std::span<const HexRun> runs,
 // gives the bytes that its digits spell, in pairs; other characters are copied.
 // False when a run ends behind the text.
 bool idStringToBinaryVector(const std::string &text,
-                            const std::map<unsigned long, unsigned> &hexRuns,
+                            const std::map<unsigned long, unsigned> &hex_runs,
                             std::vector<std::uint8_t> &out);

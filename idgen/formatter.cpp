@@ -188,18 +188,18 @@ bool render(const std::string &value, MacroShape shape, char flags, std::string_
 }  // namespace
 
 bool processMacroString(const std::string &str, customIdFormat type, char flags,
-                        const std::string &delimiter, unsigned numChars, std::string &processed) {
+                        const std::string &delimiter, unsigned num_chars, std::string &processed) {
     IA_ID_DEBUG("value '%s', macro %u, flags 0x%02x, delimiter '%s', count %u", str.c_str(), type,
-                static_cast<unsigned char>(flags), delimiter.c_str(), numChars);
-    if (macroAreFlagsValid(type, flags, delimiter, numChars))
-        return ia::render_value(str, type, flags, delimiter, numChars, processed);
+                static_cast<unsigned char>(flags), delimiter.c_str(), num_chars);
+    if (macroAreFlagsValid(type, flags, delimiter, num_chars))
+        return ia::render_value(str, type, flags, delimiter, num_chars, processed);
     processed.clear();
     IA_TRACE("<PPPOEIA> >> ERROR: invalid flags");
     return false;
 }
 
 bool ia::render_value(const std::string &str, customIdFormat type, char flags,
-                      const std::string &delimiter, unsigned numChars, std::string &processed) {
+                      const std::string &delimiter, unsigned num_chars, std::string &processed) {
     processed.clear();
     const MacroShape shape = macro_rule_of(type).shape;
     if (shape == MacroShape::user_hex) return put_user_hex(str, processed);
@@ -211,7 +211,7 @@ bool ia::render_value(const std::string &str, customIdFormat type, char flags,
         return put_filled(str, shape, flags & macroStringDelimChar ? delimiter : own, processed);
     }
     if (!render(str, shape, flags, delimiter, processed)) return false;
-    return !counted || fit_to_count(shape, flags, numChars, processed);
+    return !counted || fit_to_count(shape, flags, num_chars, processed);
 }
 
 int ipv6AddrStrToVector(const std::string &text, std::vector<std::string> &groups) {

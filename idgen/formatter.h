@@ -11,13 +11,13 @@
 // characters (of bytes in hexadecimal). False when the options do not fit the macro
 // or its value; the content of `processed` is then undefined.
 bool processMacroString(const std::string &str, customIdFormat type, char flags,
-                        const std::string &delimiter, unsigned numChars, std::string &processed);
+                        const std::string &delimiter, unsigned num_chars, std::string &processed);
 
 namespace ia {
 
 // The same, for options that macroAreFlagsValid has accepted.
 bool render_value(const std::string &str, customIdFormat type, char flags,
-                  const std::string &delimiter, unsigned numChars, std::string &processed);
+                  const std::string &delimiter, unsigned num_chars, std::string &processed);
 
 }  // namespace ia
 

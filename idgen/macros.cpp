@@ -99,9 +99,9 @@ std::string macroFormatTypeToString(customIdFormat type) {
     return std::string(ia::macro_rule_of(type).name);
 }
 
-bool macroAreFlagsValid(customIdFormat type, char flags, const std::string &, unsigned numChars) {
+bool macroAreFlagsValid(customIdFormat type, char flags, const std::string &, unsigned num_chars) {
     IA_ID_DEBUG("macro %u, flags 0x%02x, count %u", type, static_cast<unsigned char>(flags),
-                numChars);
+                num_chars);
     const bool zeroes = flags & macroStringPadZeroes;
     const bool spaces = flags & macroStringPadSpaces;
     if (zeroes && spaces) {
@@ -109,11 +109,11 @@ bool macroAreFlagsValid(customIdFormat type, char flags, const std::string &, un
         return false;
     }
     // z without a count fills the octets or groups of an IP address.
-    if ((zeroes || spaces) && numChars == 0 && !ia::is_ip(ia::macro_rule_of(type).shape)) {
+    if ((zeroes || spaces) && num_chars == 0 && !ia::is_ip(ia::macro_rule_of(type).shape)) {
         IA_TRACE("<PPPOEIA> >> ERROR: padding set, but zero characters");
         return false;
     }
-    if ((flags & macroStringNumOfChars) && numChars == 0) {
+    if ((flags & macroStringNumOfChars) && num_chars == 0) {
         IA_TRACE("<PPPOEIA> >> ERROR: macroStringNumOfChars set, but zero characters");
         return false;
     }

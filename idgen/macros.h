@@ -71,7 +71,7 @@ std::string macroFormatTypeToString(customIdFormat type);
 // Whether the options fit each other and the macro. The first conflict is traced.
 // The delimiter is not checked.
 bool macroAreFlagsValid(customIdFormat type, char flags, const std::string &delimiter,
-                        unsigned numChars);
+                        unsigned num_chars);
 
 namespace ia {
 

@@ -10,12 +10,12 @@
 namespace ia {
 
 subscriber subscriber_of(const pppoeia_bridge &bridge, std::uint32_t port, std::uint16_t vid,
-                         std::uint16_t cvid, idGenType genType) {
-    if (genType == ID_GEN_FRAME)
+                         std::uint16_t cvid, idGenType gen_type) {
+    if (gen_type == ID_GEN_FRAME)
         return {bridge, port, vid, cvid,
                 bridge.frame ? std::optional(bridge.frame->client) : std::nullopt};
     const customFormatTestData_t made_up = test_data();
-    if (genType == ID_GEN_TEST)
+    if (gen_type == ID_GEN_TEST)
         return {bridge, made_up.intfId, made_up.vlan, made_up.cvid, made_up.clntMac};
     return {bridge, port, vid, made_up.cvid, made_up.clntMac};
 }
@@ -23,7 +23,7 @@ subscriber subscriber_of(const pppoeia_bridge &bridge, std::uint32_t port, std::
 }  // namespace ia
 
 bool getMacroStringValue(const pppoeia_bridge *bridge, customIdFormat type, std::string &value,
-                         unsigned intfId, idGenType genType, unsigned short vid,
+                         unsigned intf_id, idGenType gen_type, unsigned short vid,
                          unsigned short cvid) {
     value.clear();
     ia::MacroSource *source = ia::macro_rule_of(type).source;
@@ -33,7 +33,7 @@ bool getMacroStringValue(const pppoeia_bridge *bridge, customIdFormat type, std:
     }
     std::array<char, ia::macro_value_max> room;
     ia::TextWriter text(room);
-    source(ia::subscriber_of(*bridge, intfId, vid, cvid, genType), text);
+    source(ia::subscriber_of(*bridge, intf_id, vid, cvid, gen_type), text);
     value = text.view();
     IA_ID_DEBUG("macro %s is '%s'", macroFormatTypeToString(type).c_str(), value.c_str());
     return true;

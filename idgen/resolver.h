@@ -9,13 +9,13 @@
 #include <optional>
 #include <string>
 
-// The macro's value as text, for the subscriber on port `intfId`, VLAN `vid` and
+// The macro's value as text, for the subscriber on port `intf_id`, VLAN `vid` and
 // customer VLAN `cvid` (0xFFF: none), or for the test data's subscriber. Empty,
 // with a trace, when there is no value now; false when the macro never has one
 // (TCONT, and HEX, whose value stands in the format). The caller holds the bridge's
 // lock.
 bool getMacroStringValue(const pppoeia_bridge *bridge, customIdFormat type, std::string &value,
-                         unsigned intfId, idGenType genType, unsigned short vid,
+                         unsigned intf_id, idGenType gen_type, unsigned short vid,
                          unsigned short cvid);
 
 namespace ia {
@@ -47,7 +47,7 @@ struct subscriber {
 };
 
 subscriber subscriber_of(const pppoeia_bridge &bridge, std::uint32_t port, std::uint16_t vid,
-                         std::uint16_t cvid, idGenType genType);
+                         std::uint16_t cvid, idGenType gen_type);
 
 namespace source {
 

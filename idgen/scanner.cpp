@@ -140,18 +140,18 @@ const ia::MacroRule *first_macro_named_in(std::string_view text, std::size_t &po
 
 }  // namespace
 
-bool parseOptChars(const std::string &optChars, std::string &delimiter, unsigned &numChars,
+bool parseOptChars(const std::string &opt_chars, std::string &delimiter, unsigned &num_chars,
                    char &flags) {
-    IA_ID_DEBUG("option block '%s'", optChars.c_str());
-    return OptionParser{optChars, delimiter, numChars, flags}.parse();
+    IA_ID_DEBUG("option block '%s'", opt_chars.c_str());
+    return OptionParser{opt_chars, delimiter, num_chars, flags}.parse();
 }
 
-bool getNextMacroFormatString(const std::string &str, unsigned long startPos,
-                              unsigned long &macroFormatStartPos, std::string &macroFormatStr,
-                              customIdFormat &macroType, char &flags, std::string &delimiter,
-                              unsigned &numChars, std::string &macroUsrStr) {
-    macroFormatStr.clear();
-    if (startPos > str.size()) {
+bool getNextMacroFormatString(const std::string &str, unsigned long start_pos,
+                              unsigned long &macro_format_start_pos, std::string &macro_format_str,
+                              customIdFormat &macro_type, char &flags, std::string &delimiter,
+                              unsigned &num_chars, std::string &macro_usr_str) {
+    macro_format_str.clear();
+    if (start_pos > str.size()) {
         IA_TRACE("<PPPOEIA> >> Failed sanity check");
         return false;
     }
@@ -159,7 +159,7 @@ bool getNextMacroFormatString(const std::string &str, unsigned long startPos,
         IA_TRACE("<PPPOEIA> >> Empty format string");
         return false;
     }
-    const std::string_view rest = std::string_view(str).substr(startPos);
+    const std::string_view rest = std::string_view(str).substr(start_pos);
     std::size_t name = 0;
     const ia::MacroRule *rule = first_macro_named_in(rest, name);
     if (!rule) return false;
@@ -169,18 +169,18 @@ bool getNextMacroFormatString(const std::string &str, unsigned long startPos,
         IA_TRACE("<PPPOEIA> >> No macro identifier found");
         return false;
     }
-    macroFormatStartPos = startPos + prefix;
-    macroFormatStr = rest.substr(prefix, name + rule->name.size() - prefix);
-    macroType = rule->type;
+    macro_format_start_pos = start_pos + prefix;
+    macro_format_str = rest.substr(prefix, name + rule->name.size() - prefix);
+    macro_type = rule->type;
     flags = 0;
-    IA_ID_DEBUG("macro '%s' at %lu", macroFormatStr.c_str(), macroFormatStartPos);
+    IA_ID_DEBUG("macro '%s' at %lu", macro_format_str.c_str(), macro_format_start_pos);
 
     const std::string block(rest.substr(prefix + 1, name - prefix - 1));
-    if (macroIsSupportedForUserString(macroType)) {
-        macroUsrStr = block;
+    if (macroIsSupportedForUserString(macro_type)) {
+        macro_usr_str = block;
         return true;
     }
-    if (parseOptChars(block, delimiter, numChars, flags)) return true;
+    if (parseOptChars(block, delimiter, num_chars, flags)) return true;
     IA_TRACE("<PPPOEIA> >> ERROR: parseOptChars failed");
     return false;
 }

@@ -59,9 +59,9 @@ std::optional<std::uint32_t> circuit_id_mode(const pppoeia_bridge &bridge, const
 // The VLAN and the customer VLAN that the default form shows: the frame's. Without
 // a frame, the VLAN that was asked for, and a placeholder for the customer VLAN.
 void write_vlans(IdWriter &id, const pppoeia_bridge &bridge, bool member, std::uint16_t vid,
-                 idGenType genType) {
+                 idGenType gen_type) {
     const ia::FrameValues *frame =
-        genType == ID_GEN_FRAME && bridge.frame ? &*bridge.frame : nullptr;
+        gen_type == ID_GEN_FRAME && bridge.frame ? &*bridge.frame : nullptr;
     if (member) id << ":" << static_cast<std::uint16_t>((frame ? frame->vlan : vid) & no_vlan);
     if (!bridge.vsa_circuit_id_cvlan) return;
     if (!frame || !frame->cvlan)
@@ -71,7 +71,7 @@ void write_vlans(IdWriter &id, const pppoeia_bridge &bridge, bool member, std::u
 }
 
 void write_ethernet_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port &port,
-                         std::uint16_t vid, idGenType genType) {
+                         std::uint16_t vid, idGenType gen_type) {
     IdWriter id(out);
     id << bridge.vendor << ":" << bridge.shelf_id << " eth " << decimal(bridge.board_pos) << "/"
        << port.port_name;
@@ -80,7 +80,7 @@ void write_ethernet_form(char *out, const pppoeia_bridge &bridge, const pppoeia_
         if (bridge.vsa_circuit_id_cvlan) id << customer_vlan_place;
         return;
     }
-    write_vlans(id, bridge, port.vlan_member.test(vid & no_vlan), vid, genType);
+    write_vlans(id, bridge, port.vlan_member.test(vid & no_vlan), vid, gen_type);
 }
 
 void write_atm_form(char *out, const pppoeia_bridge &bridge, const pppoeia_port &port) {
@@ -149,38 +149,38 @@ const ia::FormatPlan *find_plan(const IdKind &kind, pppoeia_bridge &bridge,
 
 // On the frame path: makes the same ID from the format's plan, or from the line's.
 void write_planned_id(const IdKind &kind, char *out, pppoeia_bridge &bridge, std::uint32_t port_id,
-                      std::uint16_t vid, std::uint16_t cvid, std::vector<std::uint8_t> &binId) {
+                      std::uint16_t vid, std::uint16_t cvid, std::vector<std::uint8_t> &bin_id) {
     const ia::subscriber who = ia::subscriber_of(bridge, port_id, vid, cvid, ID_GEN_FRAME);
     const pppoeia_port *port = bridge.port(port_id);
-    if (!port) return ia::run_plan(find_plan(kind, bridge, port, vid), who, out, binId);
+    if (!port) return ia::run_plan(find_plan(kind, bridge, port, vid), who, out, bin_id);
     ia::LineSlot &slot = ia::memory_of(bridge).lines[port_id - 1][kind.line];
     if (ia::LinePlan *line = ia::current_line(slot, who))
-        return ia::run_plan(ia::folded_plan(*line, who), who, out, binId);
+        return ia::run_plan(ia::folded_plan(*line, who), who, out, bin_id);
     const ia::FormatPlan *plan = find_plan(kind, bridge, port, vid);
     ia::begin_line(slot, who, plan);
-    ia::run_plan(plan, who, out, binId);
+    ia::run_plan(plan, who, out, bin_id);
 }
 
 void write_custom_id(const IdKind &kind, char *out, pppoeia_bridge &bridge, std::uint32_t port,
-                     std::uint16_t vid, std::uint16_t cvid, std::vector<std::uint8_t> &binId,
-                     idGenType genType) {
-    if (genType == ID_GEN_FRAME && ia::plans_run())
-        return write_planned_id(kind, out, bridge, port, vid, cvid, binId);
+                     std::uint16_t vid, std::uint16_t cvid, std::vector<std::uint8_t> &bin_id,
+                     idGenType gen_type) {
+    if (gen_type == ID_GEN_FRAME && ia::plans_run())
+        return write_planned_id(kind, out, bridge, port, vid, cvid, bin_id);
     char buffer[PPPOEIA_FORMAT_SIZE] = "";
     std::string id;
     if (const char *format = choose_format(kind, bridge, port, vid, buffer))
-        genCustomId(&bridge, port, vid, cvid, format, id, binId, genType);
+        genCustomId(&bridge, port, vid, cvid, format, id, bin_id, gen_type);
     IdWriter(out) << id;
     IA_TRACE("<%s> >> Generated custom %s='%s'\n", bridge.name, kind.name, out);
 }
 
 void write_custom_circuit_id(char *out, pppoeia_bridge &bridge, std::uint32_t port,
-                             std::uint16_t vid, std::vector<std::uint8_t> &binId,
-                             idGenType genType) {
+                             std::uint16_t vid, std::vector<std::uint8_t> &bin_id,
+                             idGenType gen_type) {
     const std::uint16_t cvlan = bridge.frame ? bridge.frame->cvlan.value_or(no_vlan) : no_vlan;
     const auto cvid = static_cast<std::uint16_t>(cvlan & no_vlan);
     IA_TRACE("<%s> >> Custom CID mode for intfId=%d, vid=%d\n", bridge.name, port, vid);
-    write_custom_id(circuit_id_kind, out, bridge, port, vid, cvid, binId, genType);
+    write_custom_id(circuit_id_kind, out, bridge, port, vid, cvid, bin_id, gen_type);
 }
 
 // Runs `build` on the locked bridge and its port.
@@ -199,22 +199,23 @@ int query(const char *operation, const char *bridge_name, unsigned port_id, Buil
 }  // namespace
 
 void pppoeia_build_circuit_id(char *out, pppoeia_bridge *bridge, pppoeia_port *port,
-                              unsigned short vid, std::vector<std::uint8_t> &binId,
-                              idGenType genType) {
+                              unsigned short vid, std::vector<std::uint8_t> &bin_id,
+                              idGenType gen_type) {
     if (!out || !bridge || !port) return;
     IA_TRACE("<%s> >> pppoeia_build_circuit_id\n", bridge->name);
     const auto mode = circuit_id_mode(*bridge, *port, vid);
-    if (mode == PPPOEIA_CID_DEFAULT) write_ethernet_form(out, *bridge, *port, vid, genType);
+    if (mode == PPPOEIA_CID_DEFAULT) write_ethernet_form(out, *bridge, *port, vid, gen_type);
     if (mode == PPPOEIA_CID_ATM) write_atm_form(out, *bridge, *port);
     if (mode == PPPOEIA_CID_CUSTOM)
-        write_custom_circuit_id(out, *bridge, port->port_id, vid, binId, genType);
+        write_custom_circuit_id(out, *bridge, port->port_id, vid, bin_id, gen_type);
 }
 
 int pppoeia_build_remote_id(char *out, pppoeia_bridge *bridge, pppoeia_port *port,
-                            unsigned short vid, std::vector<std::uint8_t> &binId,
-                            idGenType genType) {
+                            unsigned short vid, std::vector<std::uint8_t> &bin_id,
+                            idGenType gen_type) {
     if (out && bridge && port)
-        write_custom_id(remote_id_kind, out, *bridge, port->port_id, vid, no_vlan, binId, genType);
+        write_custom_id(remote_id_kind, out, *bridge, port->port_id, vid, no_vlan, bin_id,
+                        gen_type);
     return 0;
 }
 

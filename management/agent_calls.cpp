@@ -44,16 +44,16 @@ void AgentCalls::setSystemName(const std::string &name) {
     agent().setSystemName(name);
 }
 
-void AgentCalls::setIntfDescr(unsigned int ifIndex, const std::string &description) {
-    agent().setIntfDescr(ifIndex, description);
+void AgentCalls::setIntfDescr(unsigned int if_index, const std::string &description) {
+    agent().setIntfDescr(if_index, description);
 }
 
-void AgentCalls::setVlanName(unsigned short vlanId, const std::string &name) {
-    agent().setVlanName(vlanId, name);
+void AgentCalls::setVlanName(unsigned short vlan_id, const std::string &name) {
+    agent().setVlanName(vlan_id, name);
 }
 
-void AgentCalls::notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigned int vci) {
-    agent().notifyPvcChange(ifIndex, vpi, vci);
+void AgentCalls::notifyPvcChange(unsigned int if_index, unsigned int vpi, unsigned int vci) {
+    agent().notifyPvcChange(if_index, vpi, vci);
 }
 
 void AgentCalls::profileModeChange(bool profile_mode) {

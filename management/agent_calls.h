@@ -23,9 +23,9 @@ public:
     void setSystemContact(const std::string &contact) override;
     void setSystemLocation(const std::string &location) override;
     void setSystemName(const std::string &name) override;
-    void setIntfDescr(unsigned int ifIndex, const std::string &description) override;
-    void setVlanName(unsigned short vlanId, const std::string &name) override;
-    void notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigned int vci) override;
+    void setIntfDescr(unsigned int if_index, const std::string &description) override;
+    void setVlanName(unsigned short vlan_id, const std::string &name) override;
+    void notifyPvcChange(unsigned int if_index, unsigned int vpi, unsigned int vci) override;
     void profileModeChange(bool profile_mode) override;
 
     void maxPduSet(const std::string &bridge, unsigned int pdu) override;

@@ -99,7 +99,7 @@ void Management::repair() {
     repair_task_.at(loop_.now() + between_attempts);
     const BLLManager::exclusiveLock_t alone;
     const OwnChanges own;
-    if (!alone.owns_lock() || check_bridge(node::managed_bridge) == CLIENT_IPPC_FAILED) return;
+    if (!alone.owns_lock() || check_bridge(node::managed_bridge) == client_no_answer) return;
     std::vector<SettingKey> keys;
     {
         const std::lock_guard guard(repairs_lock_);

@@ -51,8 +51,8 @@ Management::Management(EventLoop &loop, node::Description description, Seams sea
     settings_.use_file(description_.settings_file);
     settings_.load();
     serve_operator();
-    observer.made = [this](const engine_call &call) { return made(call); };
-    observer.unanswered = [this](const engine_call &call) { unanswered(call); };
+    observer.made = [this](const EngineCall &call) { return made(call); };
+    observer.unanswered = [this](const EngineCall &call) { unanswered(call); };
     const std::lock_guard guard(lock_);
     start_or_wait();
     devices_changed();  // since they were listed
@@ -96,7 +96,7 @@ void Management::report(const std::string &trouble) {
 // Under the exclusive lock of the framework, before the call is answered. One
 // that cannot be put on record is answered as failed, and taken back: all is made
 // anew without it.
-int Management::made(const engine_call &call) {
+int Management::made(const EngineCall &call) {
     if (OwnChanges::current()) return 0;
     const auto key = key_of(call);
     if (!key) return 0;
@@ -105,7 +105,7 @@ int Management::made(const engine_call &call) {
     return recorded ? 0 : -EIO;
 }
 
-void Management::unanswered(const engine_call &call) {
+void Management::unanswered(const EngineCall &call) {
     if (OwnChanges *own = OwnChanges::current()) return own->fail();
     const auto key = key_of(call);
     if (!key) return;
@@ -144,7 +144,7 @@ void Management::look() {
 std::vector<Finding> Management::findings() const {
     pppoeia_stats unused{};
     const bool answers =
-        pppoeia_bridge_stats_get(node::managed_bridge, &unused) != CLIENT_IPPC_FAILED;
+        pppoeia_bridge_stats_get(node::managed_bridge, &unused) != client_no_answer;
     std::vector<node::Link> links;
     try {
         links = seams_.links();

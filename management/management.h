@@ -82,8 +82,8 @@ private:
     // Changes and their outcome: management.cpp
     EventLoop::Act part(void (Management::*act)());
     void report(const std::string &trouble);
-    int made(const engine_call &call);
-    void unanswered(const engine_call &call);
+    int made(const EngineCall &call);
+    void unanswered(const EngineCall &call);
     bool make_all(const std::function<bool()> &changes);
     void make_anew();
     void look();

@@ -47,7 +47,7 @@ constexpr const char *words[] = {"agent", "port", "vlan", "line"};
 
 }  // namespace
 
-std::optional<SettingKey> key_of(const engine_call &call) {
+std::optional<SettingKey> key_of(const EngineCall &call) {
     const auto row = std::ranges::lower_bound(rows, call.id, {}, &Row::id);
     if (row == std::end(rows) || row->id != call.id) return std::nullopt;
     const auto [first, second, third] = call.numbers;

@@ -21,7 +21,7 @@ struct SettingKey {
 };
 
 // Nothing for a call that changes none of an operator's settings.
-std::optional<SettingKey> key_of(const engine_call &call);
+std::optional<SettingKey> key_of(const EngineCall &call);
 
 // Makes `part` all that `settings` say of the key.
 void replace_part(node::Settings &settings, SettingKey key, node::Settings part);

@@ -9,21 +9,21 @@ namespace ia::node {
 class Descriptor {
 public:
     Descriptor() = default;
-    explicit Descriptor(int opened) : number(opened) {}
-    Descriptor(Descriptor &&other) noexcept : number(std::exchange(other.number, -1)) {}
+    explicit Descriptor(int opened) : number_(opened) {}
+    Descriptor(Descriptor &&other) noexcept : number_(std::exchange(other.number_, -1)) {}
     Descriptor &operator=(Descriptor &&other) noexcept {
-        std::swap(number, other.number);
+        std::swap(number_, other.number_);
         return *this;
     }
     ~Descriptor() {
-        if (number >= 0) close(number);
+        if (number_ >= 0) close(number_);
     }
 
-    int get() const { return number; }
-    explicit operator bool() const { return number >= 0; }
+    int get() const { return number_; }
+    explicit operator bool() const { return number_ >= 0; }
 
 private:
-    int number = -1;
+    int number_ = -1;
 };
 
 }  // namespace ia::node

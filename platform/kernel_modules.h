@@ -47,11 +47,11 @@ static_assert(sizeof(kvbridge_filter_req) == 34);
 //   | .... | vlan | cvlan | ....    | len  | port | ....     | in dev | out dev | . | frame ...
 struct kvbridge_frame_hdr {
     std::uint8_t kernel1[4];
-    ia::be16 vlan;   // low 12 bits: the VLAN id
-    ia::be16 cvlan;  // low 12 bits: the customer VLAN id; 0x0FFF when there is none
+    ia::Be16 vlan;   // low 12 bits: the VLAN id
+    ia::Be16 cvlan;  // low 12 bits: the customer VLAN id; 0x0FFF when there is none
     std::uint8_t kernel2[40];
-    ia::unaligned<std::uint32_t> total_length;  // record and frame, bytes
-    ia::unaligned<std::uint16_t> input_port;    // 1-based bridge port
+    ia::Unaligned<std::uint32_t> total_length;  // record and frame, bytes
+    ia::Unaligned<std::uint16_t> input_port;    // 1-based bridge port
     std::uint8_t kernel3[20];
     char input_device[16];
     char output_device[16];

@@ -7,13 +7,13 @@
 
 namespace ia {
 
-struct be16 {
+struct Be16 {
     std::uint8_t bytes[2];
 
     constexpr operator std::uint16_t() const {
         return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
     }
-    constexpr be16 &operator=(std::uint16_t value) {
+    constexpr Be16 &operator=(std::uint16_t value) {
         bytes[0] = static_cast<std::uint8_t>(value >> 8);
         bytes[1] = static_cast<std::uint8_t>(value);
         return *this;
@@ -22,7 +22,7 @@ struct be16 {
 
 // A number in host byte order at any address.
 template <class Int>
-struct unaligned {
+struct Unaligned {
     std::uint8_t bytes[sizeof(Int)];
 
     operator Int() const {
@@ -30,13 +30,13 @@ struct unaligned {
         std::memcpy(&value, bytes, sizeof value);
         return value;
     }
-    unaligned &operator=(Int value) {
+    Unaligned &operator=(Int value) {
         std::memcpy(bytes, &value, sizeof value);
         return *this;
     }
 };
 
-static_assert(sizeof(be16) == 2 && alignof(be16) == 1);
-static_assert(sizeof(unaligned<std::uint32_t>) == 4 && alignof(unaligned<std::uint32_t>) == 1);
+static_assert(sizeof(Be16) == 2 && alignof(Be16) == 1);
+static_assert(sizeof(Unaligned<std::uint32_t>) == 4 && alignof(Unaligned<std::uint32_t>) == 1);
 
 }  // namespace ia

@@ -49,29 +49,29 @@ rpcPppoeiaResult *rpc_pppoeia_set_debug_1_svc(bool_t debug, svc_req *) {
     return answer(agent().setDebug(debug != 0));
 }
 
-rpcPppoeiaResult *rpc_pppoeia_set_interface_state_1_svc(u_int ifIndex,
+rpcPppoeiaResult *rpc_pppoeia_set_interface_state_1_svc(u_int if_index,
                                                         rpcPppoeiaInterfaceState state, svc_req *) {
-    return outside_profiles_or_uplink(ifIndex, [&] {
-        return agent().setInterfaceState(ifIndex, pppoeia::interfaceState_t(state));
+    return outside_profiles_or_uplink(if_index, [&] {
+        return agent().setInterfaceState(if_index, pppoeia::interfaceState_t(state));
     });
 }
 
-rpcPppoeiaResult *rpc_pppoeia_set_interface_mode_1_svc(u_int ifIndex, rpcPppoeiaInterfaceMode mode,
+rpcPppoeiaResult *rpc_pppoeia_set_interface_mode_1_svc(u_int if_index, rpcPppoeiaInterfaceMode mode,
                                                        svc_req *) {
-    return answer(agent().setInterfaceMode(ifIndex, pppoeia::interfaceMode_t(mode)));
+    return answer(agent().setInterfaceMode(if_index, pppoeia::interfaceMode_t(mode)));
 }
 
-rpcPppoeiaResult *rpc_pppoeia_unset_remoteid_1_svc(u_int ifIndex, svc_req *) {
-    return answer(agent().setInterfaceRemoteId(ifIndex, ""));
+rpcPppoeiaResult *rpc_pppoeia_unset_remoteid_1_svc(u_int if_index, svc_req *) {
+    return answer(agent().setInterfaceRemoteId(if_index, ""));
 }
 
-rpcPppoeiaResult *rpc_pppoeia_set_remoteid_1_svc(u_int ifIndex, char *remoteId, svc_req *) {
-    return answer(agent().setInterfaceRemoteId(ifIndex, remoteId));
+rpcPppoeiaResult *rpc_pppoeia_set_remoteid_1_svc(u_int if_index, char *remote_id, svc_req *) {
+    return answer(agent().setInterfaceRemoteId(if_index, remote_id));
 }
 
-rpcPppoeiaResult *rpc_pppoeia_set_vlan_state_1_svc(u_int vlanId, bool_t state, svc_req *) {
-    return outside_profiles_or_uplink(vlanId, [&] {
-        return agent().setVlanState(static_cast<unsigned short>(vlanId), state != 0);
+rpcPppoeiaResult *rpc_pppoeia_set_vlan_state_1_svc(u_int vlan_id, bool_t state, svc_req *) {
+    return outside_profiles_or_uplink(vlan_id, [&] {
+        return agent().setVlanState(static_cast<unsigned short>(vlan_id), state != 0);
     });
 }
 
@@ -95,9 +95,9 @@ rpcPppoeiaResult *rpc_pppoeia_reset_stat_1_svc(svc_req *) {
     return answer(agent().resetGlobalStatistics());
 }
 
-rpcPppoeiaResult *rpc_pppoeia_reset_interface_stat_1_svc(u_int ifIndex, svc_req *) {
-    const auto result = agent().resetInterfaceStatistics(ifIndex);
-    if (result == 0) clear_port_frames(default_bridge, ifIndex);
+rpcPppoeiaResult *rpc_pppoeia_reset_interface_stat_1_svc(u_int if_index, svc_req *) {
+    const auto result = agent().resetInterfaceStatistics(if_index);
+    if (result == 0) clear_port_frames(default_bridge, if_index);
     return answer(result);
 }
 
@@ -105,10 +105,10 @@ rpcPppoeiaResult *rpc_pppoeia_set_circuit_id_cvlan_1_svc(bool_t state, svc_req *
     return answer(agent().setVsaCircuitIdCVlanState(state != 0));
 }
 
-rpcPppoeiaResult *rpc_pppoeia_set_interface_circuit_id_mode_1_svc(u_int ifIndex,
+rpcPppoeiaResult *rpc_pppoeia_set_interface_circuit_id_mode_1_svc(u_int if_index,
                                                                   rpcPppoeiaCircuitIdMode mode,
                                                                   svc_req *) {
-    return answer(agent().setVsaCircuitIdMode(ifIndex, pppoeia::vsaCircuitIdMode_t(mode)));
+    return answer(agent().setVsaCircuitIdMode(if_index, pppoeia::vsaCircuitIdMode_t(mode)));
 }
 
 rpcPppoeiaResult *rpc_pppoeia_cid_format_set_1_svc(char *format, svc_req *) {
@@ -119,10 +119,10 @@ rpcPppoeiaResult *rpc_pppoeia_rid_format_set_1_svc(char *format, svc_req *) {
     return answer(agent().setVsaRemoteIdFormat(format));
 }
 
-rpcPppoeiaResult *rpc_pppoeia_set_intf_vlan_circuit_id_mode_1_svc(u_int ifIndex, u_short vlanId,
+rpcPppoeiaResult *rpc_pppoeia_set_intf_vlan_circuit_id_mode_1_svc(u_int if_index, u_short vlan_id,
                                                                   rpcPppoeiaCircuitIdMode mode,
                                                                   svc_req *) {
     return outside_profiles([&] {
-        return agent().setVsaCircuitIdMode(ifIndex, vlanId, pppoeia::vsaCircuitIdMode_t(mode));
+        return agent().setVsaCircuitIdMode(if_index, vlan_id, pppoeia::vsaCircuitIdMode_t(mode));
     });
 }

@@ -14,8 +14,6 @@ namespace {
 
 const std::time_t process_start = std::time(nullptr);
 
-constexpr int engine_did_not_answer = 4;
-
 }  // namespace
 
 Health read_health() {
@@ -23,7 +21,7 @@ Health read_health() {
     const int asked = pppoeia_bridge_stats_get(default_bridge, &unused);
     configFile::status_t kept{};
     if (const auto &status = configFile::instance().status) status(kept);
-    return {asked != engine_did_not_answer, kept.restores, health.ippc_failures, process_start};
+    return {asked != client_no_answer, kept.restores, health.ippc_failures, process_start};
 }
 
 const char *build_compiler() {
@@ -43,7 +41,7 @@ int read_port_frames(std::uint32_t port, PortFrames &frames) {
         FRAME_OUTCOMES(ROW)
 #undef ROW
     };
-    port_frames_block block{};
+    PortFramesBlock block{};
     if (const int result = port_frames(default_bridge, port, &block); result != 0) return result;
     frames.outcomes.clear();
     for (std::size_t i = 0; i < std::size(known); ++i)

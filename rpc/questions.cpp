@@ -91,10 +91,10 @@ rpcResultPppoeiaStat *answer_stats(rpcResultPppoeiaStat &reply, int result,
 using Generator = int (pppoeia::*)(unsigned int, unsigned short, char *) const;
 
 rpcResultPppoeiaSuboptionResult *generate(rpcResultPppoeiaSuboptionResult &reply, Generator id,
-                                          u_int ifIndex, u_short vlanId) {
+                                          u_int if_index, u_short vlan_id) {
     char text[RPC_PPPOEIA_SUBOPT_SIZE - 1] = "";
     reply = {};
-    reply.result = rpcPppoeiaResult((agent().*id)(ifIndex, vlanId, text));
+    reply.result = rpcPppoeiaResult((agent().*id)(if_index, vlan_id, text));
     std::strncpy(reply.subopt, text, sizeof reply.subopt - 1);
     return &reply;
 }
@@ -152,11 +152,11 @@ rpcResultPppoeiaIntfInfoList *rpc_pppoeia_get_interface_info_all_1_svc(svc_req *
     return all.fill(result);
 }
 
-rpcResultPppoeiaIntfInfo *rpc_pppoeia_get_interface_info_1_svc(u_int ifIndex, svc_req *) {
+rpcResultPppoeiaIntfInfo *rpc_pppoeia_get_interface_info_1_svc(u_int if_index, svc_req *) {
     static pppoeia::interfaceInfo_t kept;
     static rpcResultPppoeiaIntfInfo reply{record_of(kept), RPC_PPPOEIA_SUCCESS};
     pppoeia::interfaceInfo_t info;
-    reply.result = rpcPppoeiaResult(agent().getInterfaceInfo(ifIndex, info));
+    reply.result = rpcPppoeiaResult(agent().getInterfaceInfo(if_index, info));
     if (reply.result == RPC_PPPOEIA_SUCCESS) {
         kept = info;
         reply.info = record_of(kept);
@@ -169,10 +169,11 @@ rpcResultPppoeiaVlanInfoList *rpc_pppoeia_get_vlan_info_all_1_svc(svc_req *) {
     return all.fill(agent().getVlanInfo(all.infos));
 }
 
-rpcResultPppoeiaVlanInfo *rpc_pppoeia_get_vlan_info_1_svc(u_int vlanId, svc_req *) {
+rpcResultPppoeiaVlanInfo *rpc_pppoeia_get_vlan_info_1_svc(u_int vlan_id, svc_req *) {
     static rpcResultPppoeiaVlanInfo reply;
     pppoeia::vlanInfo_t info;
-    reply.result = rpcPppoeiaResult(agent().getVlanInfo(static_cast<unsigned short>(vlanId), info));
+    reply.result =
+        rpcPppoeiaResult(agent().getVlanInfo(static_cast<unsigned short>(vlan_id), info));
     if (reply.result == RPC_PPPOEIA_SUCCESS) reply.info = record_of(info);
     return &reply;
 }
@@ -183,10 +184,10 @@ rpcResultPppoeiaStat *rpc_pppoeia_get_stat_1_svc(svc_req *) {
     return answer_stats(reply, agent().getGlobalStatistics(stats), stats);
 }
 
-rpcResultPppoeiaStat *rpc_pppoeia_get_interface_stat_1_svc(u_int ifIndex, svc_req *) {
+rpcResultPppoeiaStat *rpc_pppoeia_get_interface_stat_1_svc(u_int if_index, svc_req *) {
     static rpcResultPppoeiaStat reply;
     pppoeia_stats stats{};
-    return answer_stats(reply, agent().getInterfaceStatistics(ifIndex, stats), stats);
+    return answer_stats(reply, agent().getInterfaceStatistics(if_index, stats), stats);
 }
 
 // The answer of this procedure is fixed; the mode is in the interface's record.
@@ -195,31 +196,31 @@ rpcResultPppoeiaCircuitIdMode *rpc_pppoeia_get_interface_circuit_id_mode_1_svc(u
     return &reply;
 }
 
-rpcResultPppoeiaPortVlanInfoList *rpc_pppoeia_port_vlan_info_list_get_1_svc(u_int ifIndex,
+rpcResultPppoeiaPortVlanInfoList *rpc_pppoeia_port_vlan_info_list_get_1_svc(u_int if_index,
                                                                             svc_req *) {
     static ListReply<rpcResultPppoeiaPortVlanInfoList, rpcPppoeiaPortVlanInfo,
                      pppoeia::portVlanInfo_t>
         all;
-    return all.fill(agent().getPortVlanList(ifIndex, all.infos));
+    return all.fill(agent().getPortVlanList(if_index, all.infos));
 }
 
-rpcResultPppoeiaPortVlanInfo *rpc_pppoeia_port_vlan_info_get_1_svc(u_int ifIndex, u_short vlanId,
+rpcResultPppoeiaPortVlanInfo *rpc_pppoeia_port_vlan_info_get_1_svc(u_int if_index, u_short vlan_id,
                                                                    svc_req *) {
     static rpcResultPppoeiaPortVlanInfo reply;
     pppoeia::portVlanInfo_t info;
-    reply.result = rpcPppoeiaResult(agent().getPortVlan(ifIndex, vlanId, info));
+    reply.result = rpcPppoeiaResult(agent().getPortVlan(if_index, vlan_id, info));
     if (reply.result == RPC_PPPOEIA_SUCCESS) reply.info = record_of(info);
     return &reply;
 }
 
-rpcResultPppoeiaSuboptionResult *rpc_pppoeia_get_circuit_id_gen_1_svc(u_int ifIndex, u_short vlanId,
-                                                                      svc_req *) {
+rpcResultPppoeiaSuboptionResult *rpc_pppoeia_get_circuit_id_gen_1_svc(u_int if_index,
+                                                                      u_short vlan_id, svc_req *) {
     static rpcResultPppoeiaSuboptionResult reply;
-    return generate(reply, &pppoeia::genCircuitIdByIntfVlan, ifIndex, vlanId);
+    return generate(reply, &pppoeia::genCircuitIdByIntfVlan, if_index, vlan_id);
 }
 
-rpcResultPppoeiaSuboptionResult *rpc_pppoeia_get_remote_id_gen_1_svc(u_int ifIndex, u_short vlanId,
-                                                                     svc_req *) {
+rpcResultPppoeiaSuboptionResult *rpc_pppoeia_get_remote_id_gen_1_svc(u_int if_index,
+                                                                     u_short vlan_id, svc_req *) {
     static rpcResultPppoeiaSuboptionResult reply;
-    return generate(reply, &pppoeia::genRemoteIdByIntfVlan, ifIndex, vlanId);
+    return generate(reply, &pppoeia::genRemoteIdByIntfVlan, if_index, vlan_id);
 }

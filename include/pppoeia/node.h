@@ -68,16 +68,16 @@ int fe_check_bridge(const char *bridge);
 // --- outcomes of a port's frames -------------------------------------------------
 inline constexpr std::size_t frame_outcomes_max = 48;  // of the block below
 
-struct port_frames_block {
+struct PortFramesBlock {
     std::uint64_t outcomes[frame_outcomes_max];  // by frame_outcome, of what came in
     std::uint64_t sent[6];                       // by sent_code, of what went out by the port
 };
-static_assert(sizeof(port_frames_block) == 8 * 54);
+static_assert(sizeof(PortFramesBlock) == 8 * 54);
 
 // The counts of filter and engine (platform/frame_outcomes.h) since the port was bound
 // or its counts were cleared. -2 unknown bridge, -19 no such port.
-int port_frames(const char *bridge, std::uint32_t port, port_frames_block *out);
-int fe_port_frames(const char *bridge, std::uint32_t port, port_frames_block *out);
+int port_frames(const char *bridge, std::uint32_t port, PortFramesBlock *out);
+int fe_port_frames(const char *bridge, std::uint32_t port, PortFramesBlock *out);
 
 int clear_port_frames(const char *bridge, std::uint32_t port);
 int fe_clear_port_frames(const char *bridge, std::uint32_t port);
@@ -141,7 +141,7 @@ inline constexpr std::size_t watched_frame_size = 1536;  // bytes kept of a fram
 
 // A Discovery frame as it came and as the engine left it. Lengths are the
 // frames' own; what is longer than watched_frame_size is cut.
-struct watched_frame {
+struct WatchedFrame {
     std::uint64_t number;   // in the order of arrival, from 0
     std::uint64_t time_ns;  // since 1970
     std::uint32_t port;     // input port
@@ -155,7 +155,7 @@ struct watched_frame {
     std::uint8_t came[watched_frame_size];
     std::uint8_t left[watched_frame_size];
 };
-static_assert(sizeof(watched_frame) == 128 + 2 * watched_frame_size);
+static_assert(sizeof(WatchedFrame) == 128 + 2 * watched_frame_size);
 
 // Starts to keep the last frames of all bridges, 256 at most. They are kept for
 // watch_lease_s after the last of these calls; then the engine forgets them.
@@ -166,8 +166,8 @@ int fe_watch_frames(std::uint64_t *next);
 
 // The first frame that is kept whose number is not below `number`. 1 when there
 // is none yet, -2 when frames are not kept (any more).
-int watched_frame_get(std::uint64_t number, watched_frame *out);
-int fe_watched_frame_get(std::uint64_t number, watched_frame *out);
+int watched_frame_get(std::uint64_t number, WatchedFrame *out);
+int fe_watched_frame_get(std::uint64_t number, WatchedFrame *out);
 
 }  // namespace ia
 

@@ -36,9 +36,9 @@ public:
     virtual void setSystemContact(const std::string &contact) = 0;
     virtual void setSystemLocation(const std::string &location) = 0;
     virtual void setSystemName(const std::string &name) = 0;
-    virtual void setIntfDescr(unsigned int ifIndex, const std::string &description) = 0;
-    virtual void setVlanName(unsigned short vlanId, const std::string &name) = 0;
-    virtual void notifyPvcChange(unsigned int ifIndex, unsigned int vpi, unsigned int vci) = 0;
+    virtual void setIntfDescr(unsigned int if_index, const std::string &description) = 0;
+    virtual void setVlanName(unsigned short vlan_id, const std::string &name) = 0;
+    virtual void notifyPvcChange(unsigned int if_index, unsigned int vpi, unsigned int vci) = 0;
     virtual void profileModeChange(bool profile_mode) = 0;
 
     // The description's settings of the agent.

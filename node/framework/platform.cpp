@@ -65,23 +65,23 @@ bool CliConfig::checkProfileMode() const {
     return registry().read([](const NodeState &node) { return node.facts.profile_mode; });
 }
 
-int servprofile::servProfileOnPppoeiaPvcCidModeChange(unsigned int ifIndex, unsigned int mode) {
-    if (!pvcCidModeChange.ask(ifIndex, mode)) return 1;
-    pvcCidModeChange.tell(ifIndex, mode);
+int servprofile::servProfileOnPppoeiaPvcCidModeChange(unsigned int if_index, unsigned int mode) {
+    if (!pvcCidModeChange.ask(if_index, mode)) return 1;
+    pvcCidModeChange.tell(if_index, mode);
     return 0;
 }
 
-int servProfileCheckIfInterfaceUplink(unsigned int ifIndex) {
+int servProfileCheckIfInterfaceUplink(unsigned int if_index) {
     return registry().read([&](const NodeState &node) {
-        const ia::node::Interface *const interface = node.interface(ifIndex);
+        const ia::node::Interface *const interface = node.interface(if_index);
         return interface && ia::node::facts_of(interface->type).faces_network;
     });
 }
 
-int onuEquipment::onuConfigGet(unsigned int ifIndex, onuConfigTableGet &table, std::uint32_t,
+int onuEquipment::onuConfigGet(unsigned int if_index, onuConfigTableGet &table, std::uint32_t,
                                std::uint32_t, std::uint32_t) const {
     return registry().read([&](const NodeState &node) {
-        const ia::node::Interface *const onu = node.interface(ifIndex);
+        const ia::node::Interface *const onu = node.interface(if_index);
         if (!onu || onu->type != InterfaceType::onu) return 1;
         table = {};
         if (onu->mac) {

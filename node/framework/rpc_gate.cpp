@@ -40,7 +40,7 @@ int reserved_ports_end() {
 bool may_change(const SVCXPRT *transport) {
     const rpcProxyCaller_t *const caller = rpcProxyCaller(transport);
     if (caller && caller->transport == Transport::local)
-        return caller->userKnown && (caller->user == 0 || caller->user == geteuid());
+        return caller->user_known && (caller->user == 0 || caller->user == geteuid());
     const std::uint16_t port = caller_port(transport);
     return port > 0 && port < reserved_ports_end();
 }
@@ -49,7 +49,7 @@ bool may_change(const SVCXPRT *transport) {
 std::string name_of_caller(const SVCXPRT *transport) {
     const rpcProxyCaller_t *const caller = rpcProxyCaller(transport);
     if (!caller) return "port " + std::to_string(caller_port(transport));
-    std::string name = caller->userKnown ? "uid " + std::to_string(caller->user) + ' ' : "";
+    std::string name = caller->user_known ? "uid " + std::to_string(caller->user) + ' ' : "";
     if (caller->transport == Transport::local)
         return name + "(process " + std::to_string(caller->process) + ')';
     return name + "from port " + std::to_string(caller->port) +

@@ -31,11 +31,11 @@ constexpr std::int32_t before_all_others = -400;
 constexpr std::uint16_t discovery = 0x8863;
 constexpr std::uint32_t tags_read = 8;  // deeper ones are taken for Discovery
 
-template <auto release>
+template <auto Free>
 struct Release {
     template <class Object>
     void operator()(Object *object) const {
-        release(object);
+        Free(object);
     }
 };
 using Table = std::unique_ptr<nftnl_table, Release<nftnl_table_free>>;

@@ -12,10 +12,10 @@ namespace ia::node {
 namespace {
 
 // A name field of a request; empty when it is not terminated.
-template <std::size_t size>
-std::string field(const char (&text)[size]) {
-    const std::size_t length = strnlen(text, size);
-    return length < size ? std::string(text, length) : std::string();
+template <std::size_t Size>
+std::string field(const char (&text)[Size]) {
+    const std::size_t length = strnlen(text, Size);
+    return length < Size ? std::string(text, length) : std::string();
 }
 
 int put_version(void *argument, std::int32_t version) {

@@ -47,7 +47,7 @@ public:
     // Reads the node description again and applies the differences; a dry run only
     // reports them. 0: the text lists the changes, one a line. 1: the text says
     // what is wrong, and nothing has changed.
-    boost::function<int(bool dryRun, std::string &text)> reload;
+    boost::function<int(bool dry_run, std::string &text)> reload;
     // The node's findings, the most severe first.
     boost::function<int(std::vector<finding_t> &findings)> health;
 };

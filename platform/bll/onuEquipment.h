@@ -17,7 +17,7 @@ public:
     // The configuration record of an ONU. The masks select fields for other users
     // of the record; here all are filled. Returns 0, or 1 when the interface is no
     // ONU.
-    int onuConfigGet(unsigned int ifIndex, onuConfigTableGet &table, std::uint32_t fields,
+    int onuConfigGet(unsigned int if_index, onuConfigTableGet &table, std::uint32_t fields,
                      std::uint32_t count, std::uint32_t valid) const;
 };
 

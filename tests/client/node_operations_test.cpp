@@ -50,7 +50,7 @@ const NodeRow node_rows[] = {
      {text(br), u32(1), u16(100), u16(5), mac_bytes, hex("1001 0100 00000000")}},
     {1014,
      [] {
-         ia::port_frames_block frames{};
+         ia::PortFramesBlock frames{};
          return ia::port_frames(br, 300, &frames);
      },
      {text(br), u32(300), hex("b001 0100 00000000")}},
@@ -80,7 +80,7 @@ const NodeRow node_rows[] = {
      {hex("0800 0100 00000000")}},
     {1012,
      [] {
-         ia::watched_frame frame{};
+         ia::WatchedFrame frame{};
          return ia::watched_frame_get(0x123456789A, &frame);
      },
      {hex("0800 0000 08000000 9a78563412000000"), hex("800c 0100 00000000")}},
@@ -95,20 +95,20 @@ TEST_F(NodeOperations, SendTheirRequest) {
 }
 
 TEST(PortFrames, AreTheSameNumbersOnBothSides) {
-    ia::port_frames_block sent{};
+    ia::PortFramesBlock sent{};
     sent.outcomes[0] = 0x0807060504030201;
     sent.outcomes[47] = 47;
     sent.sent[5] = std::uint64_t{5} << 40;
     const auto bytes = ia::wire::encode(sent);
     EXPECT_EQ(to_hex(Bytes(bytes.begin(), bytes.begin() + 8)), to_hex(hex("0102030405060708")));
     EXPECT_EQ(to_hex(Bytes(bytes.end() - 8, bytes.end())), to_hex(hex("0000000000050000")));
-    EXPECT_EQ(ia::wire::decode<ia::port_frames_block>(bytes).outcomes[47], 47U);
+    EXPECT_EQ(ia::wire::decode<ia::PortFramesBlock>(bytes).outcomes[47], 47U);
 }
 
 TEST_F(NodeOperations, NobodyWatchesUntilAsked) {
     EngineProcess engine(path_);
     std::uint64_t next = 99;
-    ia::watched_frame frame{};
+    ia::WatchedFrame frame{};
     EXPECT_EQ(ia::watched_frame_get(0, &frame), -2);
     EXPECT_EQ(ia::watch_frames(&next), 0);
     EXPECT_EQ(next, 0U);

@@ -68,7 +68,7 @@ TEST_F(Oversize, WithoutALocalAddressTheFrameIsDropped) {
     clear_syslog();
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(exchange(datagram({}, large("09", 1460))).empty());
     EXPECT_EQ(port_stats(sub).padi, 3U);
-    ia::port_frames_block frames{};
+    ia::PortFramesBlock frames{};
     EXPECT_EQ(ia::fe_port_frames(bridge, sub, &frames), 0);
     EXPECT_EQ(frames.outcomes[OUTCOME_NO_LOCAL_MAC], 3U);
     EXPECT_THAT(traces(), ::testing::ElementsAre("pppoeia_get_local_mac: error: No such device\n",

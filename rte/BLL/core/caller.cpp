@@ -70,7 +70,7 @@ rpcProxyCaller_t local_caller(int connection) {
     ucred peer{};
     socklen_t size = sizeof peer;
     if (getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return caller;
-    caller.userKnown = true;
+    caller.user_known = true;
     caller.user = peer.uid;
     caller.process = peer.pid;
     return caller;
@@ -82,7 +82,7 @@ rpcProxyCaller_t tcp_caller(int connection, const sockaddr_in &from) {
     socklen_t size = sizeof here;
     if (getsockname(connection, reinterpret_cast<sockaddr *>(&here), &size) != 0) return caller;
     if (const auto user = ask_kernel(question(from, here))) {
-        caller.userKnown = true;
+        caller.user_known = true;
         caller.user = *user;
     }
     return caller;

@@ -21,7 +21,7 @@ constexpr std::uint32_t last_fragment = 0x80000000;
 // --- one connection ----------------------------------------------------------------
 
 std::optional<uid_t> Connections::Connection::user() const {
-    if (!exchange.caller.userKnown) return std::nullopt;
+    if (!exchange.caller.user_known) return std::nullopt;
     return exchange.caller.user;
 }
 

@@ -51,7 +51,7 @@ public:
     // Creates a missing folder (0755) and the socket (0660); replaces a socket that
     // nobody serves. Throws std::system_error on failure, also when another process
     // serves the socket.
-    explicit RPCLocalSocket(std::string socketPath);
+    explicit RPCLocalSocket(std::string socket_path);
     ~RPCLocalSocket();
     RPCLocalSocket(const RPCLocalSocket &) = delete;
     RPCLocalSocket &operator=(const RPCLocalSocket &) = delete;
@@ -64,7 +64,7 @@ private:
 // The caller of the call being dispatched.
 struct rpcProxyCaller_t {
     enum class transport_t { udp, tcp, local } transport;
-    bool userKnown;  // always over a local socket, never over UDP
+    bool user_known;  // always over a local socket, never over UDP
     uid_t user;
     pid_t process;        // over a local socket only, else 0
     unsigned short port;  // over IP only, else 0
