@@ -1,4 +1,4 @@
-// What the agent makes of each of the node's interface types.
+// The agent's view of each of the node's interface types.
 #pragma once
 
 #include "platform/bll/Interfaces.h"

@@ -1,4 +1,4 @@
-// The entity's life: start, stop, its subscriptions, diagnostic commands.
+// Start and stop of the entity, its subscriptions, and diagnostic commands.
 #include "entity/interface_types.h"
 #include "entity/operation.h"
 #include "entity/pppoeia.h"
@@ -24,11 +24,11 @@ const std::string pppoeia::pppoeia_rid_format_def = "$PORT_REM_ID";
 
 namespace {
 
-// The node's configuration files, by name. The entity keeps nothing in them.
+// The node's configuration files, by name. The entity stores nothing in them.
 [[maybe_unused]] const std::string default_config_file = "default_config.xml";
 [[maybe_unused]] const std::string saved_config_file = "saved_config.xml";
 
-// Handed in while the library is loaded, before anything runs.
+// Set while the library is loaded, before anything runs.
 constinit ia::ServiceStart service_start = nullptr;
 
 void *start_service(void *interrupt_check) {
@@ -45,7 +45,7 @@ pppoeia::pppoeia() : BLEntity("pppoeia"), rpc_proxy_(start_service, "pppoeia_mng
 
 namespace {
 
-// Loading the library makes the entity and tells the framework.
+// Loading the library creates the entity and registers it with the framework.
 [[maybe_unused]] const bool registered = [] {
     BLLManager::instance().registerEntity(pppoeia::instance());
     return true;
@@ -55,7 +55,7 @@ namespace {
 
 // --- subscriptions ---------------------------------------------------------------
 
-// One of the platform's notifications and the handler that follows it.
+// A notification of the platform and its handler.
 struct pppoeia::Subscription {
     boost::function<void()> make;
     boost::function<void()> remove;
@@ -114,7 +114,7 @@ std::vector<pppoeia::Subscription> pppoeia::subscriptions() {
     };
 }
 
-// The subscription that only a node with GPON has.
+// The subscription made only on a node with GPON.
 void pppoeia::eachGponSubscription(void (*act)(const Subscription &)) {
     if (!isActive(FEATURE_GPON)) return;
     try {

@@ -1,4 +1,4 @@
-// Bridges, ports and VLANs as the node announces them.
+// Handlers for bridges, ports and VLANs that the node announces.
 #include "entity/interface_types.h"
 #include "entity/operation.h"
 #include "entity/port_location.h"
@@ -16,7 +16,7 @@ const char *named(const char *bridge) {
     return bridge && *bridge ? bridge : pppoeia::m_default_bridge_name;
 }
 
-// What the registry says of an interface that becomes a port.
+// The registry's data of an interface that becomes a port.
 struct Described {
     std::string device;
     std::string name;
@@ -32,7 +32,8 @@ bool look_up(unsigned int id, Described &port) {
            location_of(id, port.info.location);
 }
 
-// The type word, kind and parent. False, with its line, when the type has none.
+// Sets type word, kind and parent. False, with a log line, for a type without a
+// word.
 bool classify(unsigned int id, Described &port) {
     if (Interfaces::instance().interfaceGetTypeById(id, port.type) != 0) {
         log_line(log_error, "pppoeia: Error getting interface type for port ", id, "\n");
@@ -51,7 +52,7 @@ bool classify(unsigned int id, Described &port) {
     return true;
 }
 
-// One of the VLAN handlers: under the lock, or with its own two lines.
+// Runs a VLAN handler under the lock; failures have two log lines of their own.
 template <class Call, class... Args>
 void change_vlans(const char *handler, const char *call_name, Call call, Args... args) {
     const BLLManager::exclusiveLock_t lock;

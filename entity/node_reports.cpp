@@ -1,4 +1,4 @@
-// What the node reports of GPON equipment, PVCs and its own texts.
+// Handlers for the node's reports of GPON equipment, PVCs and its own texts.
 #include "entity/operation.h"
 #include "entity/port_location.h"
 #include "entity/pppoeia.h"
@@ -78,8 +78,8 @@ void store_mac(unsigned int id) {
         log_line(log_error, handler, "pppoeia_bridge_cpe_mac_set failed for intf ", id, ".\n");
 }
 
-// Stores a text of the node even when the lock could not be had: the store has
-// its own, and a lost text would not come again.
+// Stores a text of the node even if the framework's lock could not be taken: the
+// store has its own lock, and the node would not send the text again.
 template <class Call, class... Args>
 void store_text(const char *name, Call call, Args... args) {
     const BLLManager::exclusiveLock_t lock;

@@ -1,6 +1,6 @@
-// The two frames of the entity's operations: a change under the framework's
-// exclusive lock, a question under the shared one. The call's result 0 becomes
-// 0, everything else, and a lock that could not be had, 1.
+// The two patterns of the entity's operations: a change under the framework's
+// exclusive lock, a query under the shared lock. A call's result 0 becomes 0; any
+// other result, and a lock that could not be taken, becomes 1.
 #pragma once
 
 #include "platform/bll/BLLManager.h"
@@ -46,14 +46,14 @@ int shared(Work work) {
     return under<BLLManager::sharedLock_t>(work);
 }
 
-// One call that changes something.
+// A change made by one call.
 template <class Call, class... Args>
 int change(Call call, Args... args) {
     return exclusively([&] { return entity_result(call(args...)); });
 }
 
-// One call that gives a number, handed on as the type asked for; a flag is set
-// when the number is not 0. The output is written on success only.
+// A query that returns a number, converted to the requested type; a flag is true
+// for any number but 0. The output is written on success only.
 template <class Stored = std::uint32_t, class Out, class Call, class... Keys>
 int read_number(Out &out, Call call, Keys... keys) {
     return shared([&] {
@@ -67,7 +67,7 @@ int read_number(Out &out, Call call, Keys... keys) {
     });
 }
 
-// One call that gives a text of less than Size characters.
+// A query that returns a text of less than Size characters.
 template <std::size_t Size, class Call, class... Keys>
 int read_text(std::string &out, Call call, Keys... keys) {
     return shared([&] {

@@ -1,4 +1,4 @@
-// An interface's place in the node, as the store keeps it.
+// An interface's location in the node, in the store's form.
 #pragma once
 
 #include "pppoeia/records.h"

@@ -1,4 +1,4 @@
-// Statistics, generated IDs, and views that put several settings together.
+// Statistics, generated IDs, and queries that combine several settings.
 #include "entity/operation.h"
 #include "entity/pppoeia.h"
 #include "platform/bll/kvbridge.h"
@@ -43,7 +43,8 @@ bool add_children(unsigned int id, int levels, pppoeia_stats &sum) {
     return true;
 }
 
-// How far below an interface its counters are kept: 0 for its own.
+// How many levels below an interface its counters are kept; 0: at the interface
+// itself.
 int levels_below(Interfaces::interfaceType type) {
     if (type == Interfaces::interfaceTypeOnu) return 1;  // on its GEM ports
     if (type == Interfaces::interfaceTypeOlt) return 2;  // on the GEM ports of its ONUs
@@ -61,7 +62,7 @@ bool describe(unsigned int id, const pppoeia_port_vlan_info &entry, pppoeia::por
     return true;
 }
 
-// OLT ports and ONUs carry no subscriber; a GEM port may carry none yet.
+// OLT ports and ONUs carry no subscriber; a GEM port may not carry one yet.
 bool carries_no_subscriber(const Interfaces::Interface &interface) {
     return interface.type == Interfaces::interfaceTypeOlt ||
            interface.type == Interfaces::interfaceTypeOnu ||

@@ -1,4 +1,4 @@
-// Settings, one call of the client API each.
+// Settings: each operation makes one call of the client API.
 #include "entity/operation.h"
 #include "entity/pppoeia.h"
 #include "platform/bll/kvbridge.h"
@@ -37,7 +37,7 @@ int pppoeia::setDebugAdminState(bool state) const {
     return change(pppoeia_debug_admin_state_set, state);
 }
 
-// The one question under the exclusive lock.
+// The only query under the exclusive lock.
 int pppoeia::getDebugAdminState(bool &state) const {
     std::uint32_t stored = 0;
     if (change(pppoeia_debug_admin_state_get, &stored) != succeeded) return failed;
@@ -140,7 +140,7 @@ int pppoeia::setInterfaceMode(unsigned int if_index, interfaceMode_t mode) {
 int pppoeia::setInterfaceModeAll(interfaceMode_t mode) {
     return change(pppoeia_port_trust_set_all, default_bridge, trust_of(mode));
 }
-// A stored value that is no mode is left out, not an error.
+// A stored value that is no mode is left out; it is not an error.
 int pppoeia::getInterfaceMode(unsigned int if_index, interfaceMode_t &mode) const {
     std::uint32_t trust = 0;
     if (read_number(trust, pppoeia_port_trust_get, default_bridge, if_index) != succeeded)
@@ -160,7 +160,7 @@ int pppoeia::getInterfaceCircuitId(unsigned int if_index, std::string &circuit_i
     return read_text<long_text>(circuit_id, pppoeia_port_circuit_id_get, default_bridge, if_index);
 }
 
-// The ATM form is for PVCs, whose service profile hears of any change.
+// The ATM form is for PVCs; their service profile is told of each change.
 int pppoeia::setVsaCircuitIdMode(unsigned int if_index, vsaCircuitIdMode_t mode) {
     return exclusively([&] {
         Interfaces::interfaceType type{};

@@ -1,4 +1,4 @@
-// Datagrams that are received together, and those that are sent together.
+// Buffers of the datagrams received together and sent together.
 #pragma once
 
 #include "fe/frame.h"
@@ -11,14 +11,14 @@ namespace ia {
 
 inline constexpr std::size_t batch_max = 32;
 
-// The buffers of one worker. A datagram is processed where it was received, and
-// stays there until the next batch is received.
+// The buffers of one worker. A datagram is processed where it was received; its
+// buffer is valid until the next batch is received.
 class Batch {
 public:
-    // Room for datagrams of a size, in buffers that go on behind them.
+    // Room for datagrams of a size, with slack behind each.
     Batch(std::size_t datagram_size, std::size_t buffer_size);
 
-    // What the socket has for us, in order; 0 when it has nothing. Never waits.
+    // Receives the waiting datagrams, in order; 0 when there are none. Never waits.
     std::size_t receive(int socket);
 
     // One of the datagrams received, with zeros behind it.
@@ -27,7 +27,7 @@ public:
     // As many bytes of the datagram as it has when the batch is sent.
     void keep_for_sending(Datagram &datagram, std::size_t length);
 
-    // Sends what was kept, in order. What the socket refuses is lost.
+    // Sends the kept datagrams in order. Those that the socket refuses are lost.
     void send(int socket);
 
 private:

@@ -69,8 +69,9 @@ ifreq request_for(const pppoeia_bridge &bridge) {
     return request;
 }
 
-// Room for the burst of all lines at once, for which the system's default is too
-// small. Without the privilege to exceed the system's limit, up to that limit.
+// Sets the socket's buffer for a burst of all lines, for which the system's default
+// is too small. Without the privilege to exceed the system's limit, the limit
+// applies.
 void enlarge_receive_queue(int socket) {
     constexpr int bytes = 16 << 20;
     if (setsockopt(socket, SOL_SOCKET, SO_RCVBUFFORCE, &bytes, sizeof bytes) != 0)
@@ -141,8 +142,8 @@ int start_worker(BridgeRuntime &runtime) {
     }
 }
 
-// All that the bridge has in the node, in order; the first step that fails has
-// logged why and gives the result.
+// Creates the bridge's resources in order; the first step that fails has logged why
+// and gives the result.
 int start_up(BridgeRuntime &runtime) {
     const pppoeia_bridge &bridge = runtime.bridge;
     if (const int result = pppoeia_pseudo_device_add(bridge.name, bridge.pseudo_dev); result < 0) {
@@ -156,8 +157,8 @@ int start_up(BridgeRuntime &runtime) {
     return start_worker(runtime);
 }
 
-// All or nothing: the record, which is linked last, releases what it has. Throws
-// std::bad_alloc.
+// All or nothing: the record is linked last, and releases its resources if a step
+// fails. Throws std::bad_alloc.
 int add_bridge(const char *name, std::uint32_t ports) {
     if (const int result = check_new_bridge(name); result != 0) return result;
     ControlFile control = open_bridge(name);
@@ -180,8 +181,8 @@ int add_bridge(const char *name, std::uint32_t ports) {
     return 0;
 }
 
-// The worker goes first: a descriptor that it may still use is never closed,
-// since its number could be given out again.
+// Stops the worker first: a descriptor that it still uses must not be closed, since
+// its number could be reused.
 void stop_worker(BridgeRuntime &runtime) {
     if (!runtime.worker.joinable()) return;
     runtime.stop = true;

@@ -23,10 +23,10 @@ namespace ia {
 
 inline constexpr std::int32_t frame_adjust_default = 106;
 
-// All that a bridge has in the node: its control file, its pseudo device, the
-// socket on it, the buffers and the worker thread. Ending it stops the worker and
-// releases them, on whichever thread, which must not hold the bridge's lock. Only
-// the worker uses what stands behind the socket while it runs.
+// A bridge's resources: control file, pseudo device, socket, buffers and worker
+// thread. The destructor stops the worker and releases them, on any thread that
+// does not hold the bridge's lock. While the worker runs, only it uses the members
+// behind the socket.
 struct BridgeRuntime {
     BridgeRuntime(pppoeia_bridge &owner, ControlFile file);
     BridgeRuntime(const BridgeRuntime &) = delete;
@@ -42,11 +42,11 @@ struct BridgeRuntime {
     std::thread worker;
 };
 
-// Held by whoever makes or removes bridges.
+// Held while a bridge is created or removed.
 extern std::mutex lifecycle;
 
-// Stops the worker of a bridge that is off the list and releases what it has in
-// the node, with the traces of fe_pppoeia_bridge_del. For who holds `lifecycle`.
+// Stops the worker of a bridge that is off the list and releases its resources,
+// with the traces of fe_pppoeia_bridge_del. The caller holds `lifecycle`.
 int end_bridge(pppoeia_bridge &bridge);
 
 }  // namespace ia

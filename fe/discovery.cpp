@@ -59,7 +59,7 @@ bool vlan_enabled(const Frame &frame) {
     return false;
 }
 
-// Whether the port's role lets this code in.
+// Whether the port's role accepts this code.
 bool role_allows(const Frame &frame) {
     const std::uint8_t code = frame.header().code;
     const char *device = frame.record().input_device;
@@ -76,7 +76,7 @@ bool role_allows(const Frame &frame) {
     }
 }
 
-// A new tag goes in front of an End-Of-List, else behind the last tag.
+// A new tag is inserted before an End-Of-List, else behind the last tag.
 TagPlace find_vendor_tag(const Frame &frame) {
     std::size_t behind_last = frame.payload();
     for (std::optional<Tag> tag = frame.first_tag(); tag; tag = frame.next_tag(*tag)) {
@@ -98,7 +98,7 @@ std::uint32_t pppoeia_stats::*counter_of(std::uint8_t code) {
     }
 }
 
-// Marks what goes to the server, cleans what comes from it.
+// Marks frames to the server, removes the tag from frames of the server.
 Outcome edit(Frame &frame, const TagPlace &place, FrameIds &ids) {
     switch (frame.header().code) {
         case PADI:

@@ -1,4 +1,4 @@
-// PPPoE Discovery processing: what happens to one received frame.
+// PPPoE Discovery processing of one received frame.
 #pragma once
 
 #include "platform/frame_outcomes.h"
@@ -10,7 +10,7 @@
 
 namespace ia {
 
-// Why a frame left, or did not leave, the engine.
+// The outcome of a frame's processing.
 enum class Outcome : std::uint8_t {
     forwarded,        // checked, counted, perhaps changed
     answered,         // turned into an error reply to the client
@@ -44,8 +44,8 @@ constexpr bool is_sent(Outcome outcome) {
     return outcome < Outcome::unknown_port;
 }
 
-// The binary forms of the IDs of the frame in hand, empty for text IDs. The
-// worker's own; kept between frames for their memory.
+// The binary forms of the current frame's IDs, empty for text IDs. Owned by the
+// worker and kept between frames, so that their memory is reused.
 struct FrameIds {
     std::vector<std::uint8_t> circuit_id;
     std::vector<std::uint8_t> remote_id;

@@ -1,4 +1,4 @@
-// Traces of one frame, level 7. Each formats only what is then written.
+// Traces of one frame, level 7. Nothing is formatted that is not written.
 #pragma once
 
 #include "fe/frame.h"

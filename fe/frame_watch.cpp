@@ -37,8 +37,8 @@ static_assert(std::ranges::all_of(reasons, [](std::string_view text) {
     return text.size() < sizeof WatchedFrame{}.reason;
 }));
 
-// Frame number n lies in slot n modulo the size. Numbers go on from one watch
-// to the next, so that an old one means the same frame or none.
+// Frame number n is in slot n modulo the size. Numbers continue from one watch to
+// the next, so an old number never means another frame.
 struct Ring {
     std::mutex lock;
     std::vector<WatchedFrame> slots;  // empty: nobody watches

@@ -1,7 +1,7 @@
-// The last frames, as they came and as they left, for an operator who watches.
+// Keeps the last frames, as received and as sent, for an operator's trace.
 //
-// While nobody does, a frame costs one test of a flag. Kept frames are in one
-// ring of fixed size for all bridges, which is there only while it is read.
+// Without a reader, a frame costs one test of a flag. Kept frames are in one ring
+// of fixed size for all bridges, which exists only while it is read.
 #pragma once
 
 #include "fe/discovery.h"

@@ -1,4 +1,4 @@
-// What the engine asks of the node's kernel modules.
+// The engine's requests to the node's kernel modules.
 #pragma once
 
 #include "platform/kernel_modules.h"
@@ -31,8 +31,8 @@ private:
     int handle_;
 };
 
-// Makes the pseudo device and brings it up; one that exists is reused. Returns
-// 0 or a negative result, having logged why.
+// Creates the pseudo device, or reuses an existing one, and brings it up. Returns
+// 0, or a negative result after logging why.
 int pppoeia_pseudo_device_add(const char *bridge, const char *device);
 
 void pppoeia_pseudo_device_del(const char *bridge, const char *device);

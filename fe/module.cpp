@@ -22,7 +22,7 @@ void check_version(const ControlFile &file, unsigned long request, const char *m
                     expected);
 }
 
-// All workers are asked first, so that they finish together.
+// All workers are asked to stop first, so that they end at the same time.
 void release_bridges() {
     const std::vector<BridgePtr> bridges = bridge_list_release();
     for (const BridgePtr &bridge : bridges)

@@ -19,13 +19,13 @@ constexpr std::uint8_t suboption_remote_id = 2;
 constexpr std::size_t vendor_id_size = 4;
 constexpr std::size_t suboption_header_size = 2;
 
-// One ID of the line: its text, and what is sent of it.
+// One ID of the line: its text, and the bytes that are sent.
 struct Id {
     char text[PPPOEIA_ID_SIZE] = "";
     std::span<const std::uint8_t> sent;
 };
 
-// The binary form goes before the text.
+// The binary form takes precedence over the text.
 template <class Builder>
 void build_id(const Frame &frame, Builder build, std::vector<std::uint8_t> &binary,
               const char *which, Id &id) {

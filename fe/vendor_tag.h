@@ -12,17 +12,17 @@
 
 namespace ia {
 
-// The frame's own Vendor-Specific tag, and where one of ours goes.
+// The frame's own Vendor-Specific tag, and the position for ours.
 struct TagPlace {
     std::optional<Tag> own;
     std::size_t at;
 };
 
-// Puts the line's tag into a PADI or PADR, in place of the frame's own if it
-// has one. A frame that would outgrow the maximum PDU becomes an error reply.
+// Inserts the line's tag into a PADI or PADR, replacing the frame's own. A frame
+// that would exceed the maximum PDU becomes an error reply.
 Outcome mark(Frame &frame, const TagPlace &place, FrameIds &ids);
 
-// Takes the tag out of a PADO or PADS, if the bridge is to remove it.
+// Removes the tag from a PADO or PADS if the bridge's mode says so.
 Outcome remove_vendor_tag(Frame &frame, const Tag &tag);
 
 }  // namespace ia

@@ -48,7 +48,7 @@ Outcome outcome_of(pppoeia_bridge &bridge, Datagram &datagram, FrameIds &ids) {
     }
 }
 
-// One datagram of a batch. One whose record disagrees with its size is nothing.
+// One datagram of a batch; empty if its record disagrees with its size.
 void serve_frame(pppoeia_bridge &bridge, Datagram &datagram, Batch &batch, FrameIds &ids) {
     const kvbridge_frame_hdr &record = Frame(bridge, datagram).record();
     if (datagram.end == 0 || record.total_length != datagram.end) return;
@@ -60,9 +60,9 @@ void serve_frame(pppoeia_bridge &bridge, Datagram &datagram, Batch &batch, Frame
     if (is_sent(outcome)) batch.keep_for_sending(datagram, record.total_length);
 }
 
-// Whether there may be more than was served. The lock is held until the batch is
-// sent, so that a setter returns when no frame made under the old setting can
-// leave any more, and counters never run ahead of the wire.
+// Whether more datagrams may be waiting. The lock is held until the batch is sent:
+// when a setter returns, no frame processed under the old setting can still be
+// sent, and counters never run ahead of the wire.
 bool serve_batch(BridgeRuntime &runtime, FrameIds &ids) {
     pppoeia_bridge &bridge = runtime.bridge;
     Batch &batch = *runtime.batch;

@@ -5,7 +5,7 @@ namespace ia {
 
 struct BridgeRuntime;
 
-// Longest wait for a frame, so the longest until a stop request is seen.
+// Longest wait for a frame, and so the longest delay of a stop request.
 inline constexpr int worker_wait_ms = 10;
 
 // Serves the bridge's frames until its stop request is seen. A frame for which

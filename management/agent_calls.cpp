@@ -21,7 +21,7 @@ void expect(bool done, const What &...what) {
 
 }  // namespace
 
-// Only who also ends the hold begins one.
+// A hold begins only where `when_arrived` exists to end it.
 bool AgentCalls::hold(const std::string &bridge, std::uint32_t port) {
     if (!when_arrived_ || hold_frames(bridge.c_str(), port) == 0) return true;
     if (OwnChanges *own = OwnChanges::current()) own->fail();

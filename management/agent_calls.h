@@ -1,6 +1,5 @@
-// What other management code of the node tells the agent: each call goes to the
-// entity's operation of the same name. A setting that the entity refuses is
-// logged with what was asked for.
+// Passes calls of other management code to the entity's operation of the same name.
+// A refused setting is logged with its value.
 #pragma once
 
 #include "node/framework/entity_calls.h"

@@ -80,7 +80,7 @@ void log_refused(const std::string &what) {
     Log::instance().setMsgLevel(0).write("pppoeia-mgmt: cannot set ").write(what).write("\n");
 }
 
-// Calls the operation with the setting when there is one.
+// Calls the operation if the setting is present.
 template <class Field, class Set>
 void make(const std::optional<Field> &field, const std::string &what, Set set) {
     if (field && set(*field) != 0) log_refused(what);
@@ -121,8 +121,8 @@ void apply_port(std::uint32_t id, const node::PortSettings &port) {
     });
 }
 
-// A line whose mode an operator took away has the described one again with its next
-// described format: without any it would have no Circuit ID.
+// A line needs a mode, else it has no Circuit ID: if an operator removed the mode,
+// the next described format restores the described mode.
 void describe_mode(node::LineKey key) {
     const SettingKey line{SettingKey::Kind::line, key.first, key.second};
     const auto mode_in = [&](const node::Settings &part) {
@@ -196,7 +196,7 @@ node::Settings running_part(SettingKey key) {
     return part;
 }
 
-// A node with nothing but what the key is about.
+// A node that has only the key's object.
 node::Settings described_part(SettingKey key) {
     const node::NodeState one = node::registry().read([&](const node::NodeState &is) {
         node::NodeState part;
@@ -216,7 +216,8 @@ node::Settings described_part(SettingKey key) {
 
 void repair_part(SettingKey key) {
     if (key.kind != SettingKey::Kind::line) return apply_settings(running_part(key));
-    // Also what the store does not have: it goes in the engine, its mode last.
+    // Includes settings missing in the store: they are cleared in the engine, the
+    // mode last.
     pppoeia_port_vlan_info entry{};
     entry.cid_mode = PPPOEIA_CID_NOT_SET;
     pppoeia_port_vlan_info_get(default_bridge, key.port, key.vlan, &entry);

@@ -1,4 +1,5 @@
-// The agent's settings, read from and made in its store and the engine.
+// Reads the agent's settings from its store, and makes them in the store and the
+// engine.
 #pragma once
 
 #include "management/setting_key.h"
@@ -8,19 +9,18 @@
 
 namespace ia {
 
-// The settings in force, of everything that is there. Nothing while the managed
-// bridge is not.
+// All settings in force; none while the managed bridge does not exist.
 std::optional<node::Settings> running_settings();
 
-// Those of one key, and what the description says of it.
+// The settings in force of one key, and the description's.
 node::Settings running_part(SettingKey key);
 node::Settings described_part(SettingKey key);
 
-// Makes the engine's settings of one key what this process's store holds.
+// Makes the engine's settings of one key equal to this process's store.
 void repair_part(SettingKey key);
 
-// Makes each setting that is there through the entity's operation for it; one
-// that is refused is logged and left.
+// Makes each setting present through the entity's operation for it. A refused
+// setting is logged, and the next one follows.
 void apply_settings(const node::Settings &settings);
 
 }  // namespace ia

@@ -33,7 +33,7 @@ std::uint32_t take(std::string_view bytes) {
     return number;
 }
 
-// Only a file of our own: a link or a pipe in its place is refused.
+// Opens only a file of our own: a link or a pipe in its place is refused.
 node::Descriptor open_file(const std::string &file, int flags) {
     node::Descriptor opened(
         ::open(file.c_str(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
@@ -84,7 +84,7 @@ void ChangeJournal::append(std::string_view text) {
         size_ += record.size();
         return;
     }
-    // What follows half a record would be lost with it.
+    // Without this, records after a partial one would be lost with it.
     const int error = written < 0 ? errno : ENOSPC;
     if (ftruncate(opened_.get(), static_cast<off_t>(size_)) != 0) opened_ = {};
     throw std::system_error(error, std::generic_category(), file_);

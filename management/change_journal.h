@@ -1,8 +1,8 @@
-// Changes on record before they are answered: a file that is only appended to.
+// Records each change before it is answered, in an append-only file.
 //
 //   length (4) | checksum (4) | text        little-endian; CRC-32 of the text
 //
-// A process that is killed leaves each record whole, or as a last one that the
+// After a kill every record is complete, except possibly the last one, which the
 // next process ignores.
 #pragma once
 
@@ -15,16 +15,16 @@
 
 namespace ia {
 
-// Not locked: its owner calls from one thread at a time.
+// Not locked: the owner calls from one thread at a time.
 class ChangeJournal {
 public:
-    // Nothing is opened before the first record.
+    // The file is opened at the first record.
     explicit ChangeJournal(std::string file) : file_(std::move(file)) {}
 
-    // The whole records in their order.
+    // The complete records in their order.
     std::vector<std::string> read() const;
 
-    // Throws std::system_error; the journal is then as it was.
+    // Throws std::system_error; the journal has then not changed.
     void append(std::string_view text);
 
     std::size_t size() const { return size_; }  // bytes

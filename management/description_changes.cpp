@@ -19,7 +19,7 @@ constexpr Field<Record, Value> field(const char *key, Value Record::*member) {
     return {key, member};
 }
 
-// A record's own fields; its settings have their table.
+// A record's own fields; the settings have their own table.
 template <class Record>
 inline constexpr std::tuple<> fields_of{};
 
@@ -62,7 +62,7 @@ inline constexpr auto fields_of<Interface> = std::tuple{
 template <>
 inline constexpr auto fields_of<Vlan> = std::make_tuple(field("name", &Vlan::name));
 
-// What a record is, however it changes.
+// The fields that identify a record.
 std::string name_of(const Bridge &bridge) {
     return "bridge " + bridge.name;
 }

@@ -1,4 +1,4 @@
-// The difference of two node descriptions in words, for operators and the log.
+// Describes the difference of two node descriptions, for operators and the log.
 #pragma once
 
 #include "node/description/description.h"
@@ -8,8 +8,8 @@
 
 namespace ia {
 
-// A line for each bridge, port and VLAN that joins, leaves or changes, and for
-// what changes of the node itself; empty when nothing does.
+// One line for each bridge, port and VLAN that joins, leaves or changes, and for
+// each changed property of the node; empty without a difference.
 std::vector<std::string> describe_changes(const node::Description &was,
                                           const node::Description &now);
 

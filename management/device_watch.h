@@ -1,4 +1,4 @@
-// Notices that a network device has come, gone or changed.
+// Reports that network devices have come, gone or changed.
 #pragma once
 
 #include "management/event_loop.h"
@@ -10,7 +10,7 @@
 
 namespace ia {
 
-// Has the loop call `changed`, once for all that changed at once.
+// Calls `changed` on the loop, once for all simultaneous changes.
 class DeviceWatch {
 public:
     DeviceWatch(EventLoop &loop, std::function<void()> changed);
@@ -22,7 +22,7 @@ private:
     EventLoop::Source source_;
 };
 
-// The names of the devices there are.
+// The names of all network devices.
 std::set<std::string> present_devices();
 
 }  // namespace ia

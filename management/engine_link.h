@@ -1,4 +1,4 @@
-// Where the management process stands with the engine.
+// The state of the link to the engine, and its transitions.
 #pragma once
 
 #include <array>
@@ -11,14 +11,14 @@ class EngineLink {
 public:
     enum class State : std::uint8_t {
         away,         // nobody serves its socket
-        configuring,  // it does not have all of the description and settings
-        in_force,     // it has
+        configuring,  // the engine does not have the whole configuration yet
+        in_force,     // the engine has the whole configuration
     };
     enum class Event : std::uint8_t {
-        lost,        // its connection ended
-        found,       // it answers, for the first time or again
-        configured,  // all was announced, and every call answered
-        failed,      // a change came half-way, or a bridge of it is not served
+        lost,        // the connection ended
+        found,       // a connection was made
+        configured,  // everything was announced, and every call answered
+        failed,      // a change failed halfway, or a bridge is not served
     };
 
     State state() const { return state_; }

@@ -92,7 +92,7 @@ bool EventLoop::turn(milliseconds longest) {
     if (ready == 1 && !event.data.ptr) take_asked();
     if (ready == 1 && event.data.ptr) {
         const Act act = static_cast<const Source *>(event.data.ptr)->ready_;
-        act();  // may end its source
+        act();  // may destroy its source
     }
     Task *const task = first();
     if (!task || *task->due_ > now()) return ready == 1;

@@ -1,5 +1,5 @@
-// The loop of a thread: it waits for descriptors, for times, and for what other
-// threads ask of it, and acts on one after the other.
+// An event loop: waits for descriptors, times and requests of other threads, and
+// runs their handlers one by one.
 #pragma once
 
 #include "node/descriptor.h"
@@ -13,14 +13,14 @@
 
 namespace ia {
 
-// One thread makes it, runs it and ends it, and so its sources and tasks, but for
-// Task::ask(). An act may throw: who runs the loop gets that.
+// One thread creates, runs and destroys the loop with its sources and tasks; only
+// Task::ask() may be called by any thread. An exception of a handler leaves run().
 class EventLoop {
 public:
     using Clock = std::chrono::steady_clock;
     using Act = std::function<void()>;
 
-    // Calls `ready` while the descriptor is as `events` (of epoll) say.
+    // Calls `ready` while the descriptor has one of `events` (of epoll).
     class Source {
     public:
         Source(EventLoop &loop, int descriptor, std::uint32_t events, Act ready);
@@ -35,7 +35,7 @@ public:
         const Act ready_;
     };
 
-    // Something to be done once: at a time, or as soon as somebody asks for it.
+    // A function to run once: at a time, or as soon as a thread asks for it.
     class Task {
     public:
         Task(EventLoop &loop, Act act);
@@ -43,11 +43,11 @@ public:
         Task(const Task &) = delete;
         Task &operator=(const Task &) = delete;
 
-        // Any thread. Asked twice before it begins, it is done once; asked while it is
-        // done, once more.
+        // Any thread. Several requests before the run count as one; one during the run
+        // causes another run.
         void ask();
 
-        // Instead of a time told before; what is asked stays. The loop's thread.
+        // Replaces an earlier time; requests stay. On the loop's thread.
         void at(Clock::time_point time);
         void cancel();
         std::optional<Clock::time_point> due() const { return due_; }
@@ -60,16 +60,16 @@ public:
         std::optional<Clock::time_point> due_;
     };
 
-    // A test has a clock of its own. Throws std::system_error.
+    // A test supplies its own clock. Throws std::system_error.
     explicit EventLoop(std::function<Clock::time_point()> now = Clock::now);
 
     Clock::time_point now() const { return now_(); }
 
     void run();   // until stop()
-    void stop();  // from an act
+    void stop();  // called by a handler
 
-    // One pass: waits for a source or a task, at most so long, and acts on one of
-    // each. Whether there was any.
+    // One pass: waits up to the limit, then runs at most one source and one task.
+    // Returns whether it ran any.
     bool turn(std::chrono::milliseconds longest);
 
 private:
@@ -78,7 +78,7 @@ private:
 
     const std::function<Clock::time_point()> now_;
     node::Descriptor poll_;
-    node::Descriptor wake_;  // an event: somebody has asked
+    node::Descriptor wake_;  // an eventfd: a thread has asked
     std::vector<Task *> tasks_;
     bool stopped_ = false;
 };

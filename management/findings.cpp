@@ -11,7 +11,7 @@ namespace {
 
 using enum configFile::finding_t::severity_t;
 
-// The first line, and how many more there are.
+// The first line, and the number of further lines.
 std::string first_line(const std::string &text) {
     const auto more = std::ranges::count(text, '\n');
     const std::string first = text.substr(0, text.find('\n'));
@@ -50,7 +50,7 @@ private:
         return node::find_link(facts_.links, name);
     }
 
-    // What to say of a name that is nearly that of a device.
+    // A hint if the missing device's name resembles that of a device.
     std::string like(const std::string &name) const {
         const std::string near = nearest_device(name, facts_.links);
         return near.empty() ? "" : "; the description may mean \"" + near + "\"";
@@ -111,7 +111,7 @@ private:
         }
     }
 
-    // The pseudo device and its like are no members.
+    // Pseudo devices are no members.
     void members(const node::Bridge &bridge) {
         const node::Link *const link = device(bridge.device);
         if (!link) return;

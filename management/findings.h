@@ -1,4 +1,5 @@
-// A look at the node: what is not as its description, or its operator, wants it.
+// Compares the node with its description and settings, and reports the differences
+// as findings.
 #pragma once
 
 #include "node/description/description.h"
@@ -22,30 +23,32 @@ struct NodeFacts {
     const node::Description &description;
     const std::vector<node::Link> &links;  // the machine's devices
     bool engine_answers = false;
-    bool configured = false;             // the engine has all of the description and settings
-    std::map<std::string, int> bridges;  // what check_bridge() says of each
+    bool configured = false;             // the engine has the whole configuration
+    std::map<std::string, int> bridges;  // the result of check_bridge() for each
     std::string other_owner;             // of this node's numbers at the port mapper
-    bool refused = false;                // changes that the last announcement could not make
-    std::string reload_problem;          // of the last reload; empty: it was applied
-    std::string settings_problem;        // of the file or its copy
+    bool refused = false;                // the last announcement had refused changes
+    std::string reload_problem;          // of the last reload; empty: no problem
+    std::string settings_problem;        // of the settings file or its copy
     bool unsaved = false;                // settings that a stop would lose
-    std::uint32_t waiting = 0;           // settings of what is not there
+    std::uint32_t waiting = 0;           // settings of objects that do not exist yet
 };
 
-// The worst first, and else in the order of the description.
+// The most severe first, then in the order of the description.
 std::vector<Finding> look_at(const NodeFacts &facts);
 
-// The only finding where the machine's devices cannot be listed.
+// The only finding when the machine's devices cannot be listed.
 Finding cannot_look(const std::string &why);
 
-// Whether the type's device stands in the bridge; the others are there as described.
+// Whether the type's device is a port of the Linux bridge; other ports exist as
+// described.
 bool follows_device(const node::Interface &interface);
 
-// The described name of a network device that is most like it, which may be
-// the same; empty when none is near.
+// The described name that is most similar to a network device's, perhaps equal;
+// empty when none is similar.
 std::string nearest_device(const std::string &device, const std::vector<node::Link> &links);
 
-// All in one line for the service manager: "in force", or the worst and how many more.
+// One line for the service manager: "in force", or the most severe finding and the
+// number of others.
 std::string summary(const std::vector<Finding> &findings);
 
 }  // namespace ia

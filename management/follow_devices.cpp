@@ -1,5 +1,5 @@
-// The management process follows the machine's devices: ports join and leave with
-// theirs.
+// Device tracking of the management process: a port joins and leaves with its
+// device.
 #include "client/request.h"
 #include "management/description_changes.h"
 #include "management/management.h"
@@ -24,7 +24,7 @@ void end_hold(const std::string &bridge, std::uint32_t port) {
 }  // namespace
 
 void Management::follow_devices() {
-    devices_task_.at(loop_.now() + next_look);  // unless this comes to its end
+    devices_task_.at(loop_.now() + next_look);  // unless this pass succeeds
     look_task_.ask();
     const std::set<std::string> there = seams_.devices();
     if (there != devices_) {
@@ -36,12 +36,13 @@ void Management::follow_devices() {
     }
     if (!announced_) announced_ = announce();
     if (!announced_) return;
-    // A new engine may answer before its notice comes, which brings all of it back.
+    // A new engine may answer before the service watch reports it; that report
+    // configures everything again.
     if (link_.state() == EngineLink::State::in_force && !bridges_are_served()) make_anew();
     devices_task_.cancel();
 }
 
-// Also true if the engine does not answer: its notices tell of that.
+// Also true if the engine is unreachable; the service watch handles that.
 bool Management::bridges_are_served() const {
     return std::ranges::all_of(description_.bridges, [&](const node::Bridge &bridge) {
         if (!devices_.contains(bridge.device)) return true;
@@ -50,14 +51,14 @@ bool Management::bridges_are_served() const {
     });
 }
 
-// The settings of what leaves are kept for its return.
+// Keeps the settings of leaving objects for their return.
 bool Management::announce() {
     const BLLManager::exclusiveLock_t alone;
     if (!alone.owns_lock()) return false;
-    if (!started_) return true;  // all of it will be announced
+    if (!started_) return true;  // the start announces everything
     const bool made = make_all([this] {
         const bool bound = bindings_.tell(description_, false);
-        refused_ = !framework_.apply(present());  // what it refuses stays refused
+        refused_ = !framework_.apply(present());  // until the next announcement
         return bindings_.end_others(description_) && bound;
     });
     if (!made) configure_task_.ask();
@@ -71,7 +72,7 @@ void Management::arrive(const node::Arrivals &arrivals) {
         if (!arrivals.bridges.contains(bridge)) end_hold(bridge, port);
 }
 
-// What has others below it is there as described, whatever its own device.
+// An interface with children exists as described, whatever its own device.
 node::Description Management::present() const {
     std::set<std::uint32_t> parents;
     for (const node::Interface &interface : description_.interfaces)

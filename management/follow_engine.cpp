@@ -1,4 +1,4 @@
-// The management process follows the engine: away, being configured, in force.
+// Engine tracking of the management process: away, configuring, in force.
 #include "client/request.h"
 #include "management/agent_settings.h"
 #include "management/log_error.h"
@@ -37,7 +37,7 @@ void Management::start_or_wait() {
 
 void Management::engine_came() {
     link_.on(EngineLink::Event::found);
-    bindings_.forget();  // it is a new one
+    bindings_.forget();  // the engine is a new process
     configure_task_.ask();
     look_task_.ask();
 }
@@ -60,10 +60,10 @@ void Management::configure_if_wanted() {
     if (link_.state() == EngineLink::State::configuring) configure();
 }
 
-// All that the description and the operators want, in an engine and a store that
-// begin anew. An engine that is gone meanwhile is noticed after this.
+// Announces the whole description and all settings to an engine and a store that
+// start empty. If the engine ends meanwhile, that is noticed after this function.
 void Management::configure() {
-    configure_task_.at(loop_.now() + between_attempts);  // also if this throws
+    configure_task_.at(loop_.now() + between_attempts);  // stays in force if this throws
     devices_ = seams_.devices();
     const bool made = make_all([this] { return announce_all(); });
     look_task_.ask();
@@ -84,7 +84,7 @@ bool Management::announce_all() {
     bool begun = false;
     const auto begin = [&] {
         begun = pppoeia_init() == 0;
-        if (begun) ++restores_;  // an engine that is not there is not configured
+        if (begun) ++restores_;  // without an engine nothing was restored
         return begun;
     };
     refused_ = !framework_.announce_anew(present(), begin) && begun;
@@ -92,8 +92,8 @@ bool Management::announce_all() {
     return begun;
 }
 
-// The engine may have taken a call whose answer came too late: what the store
-// holds is made there again. One that is being configured gets all of it.
+// The engine may have run a call whose answer came too late: the store's value is
+// made there again. An engine being configured gets everything anyway.
 void Management::repair() {
     if (link_.state() != EngineLink::State::in_force) return;
     repair_task_.at(loop_.now() + between_attempts);

@@ -1,4 +1,4 @@
-// The management process keeps the operator's settings in files.
+// Saves the operator's settings to files.
 #include "management/log_error.h"
 #include "management/management.h"
 
@@ -18,7 +18,7 @@ constexpr auto save_delay_most = 10s;  // after the first
 
 }  // namespace
 
-// Keeps the copy in step, at once but at most a tenth of the time.
+// Writes the copy at once, but spends at most a tenth of the time on it.
 void Management::copy_settings() {
     const Clock::time_point begin = loop_.now();
     if (begin < copy_next_) return copy_task_.at(copy_next_);
@@ -51,7 +51,7 @@ int Management::save(std::string &text) {
     }
 }
 
-// What would be lost with this process is saved, or the log says so.
+// Saves everything that would end with this process; on failure the log says so.
 void Management::keep_at_the_end() {
     if (settings_.file().empty() || !settings_.unsaved()) return;
     std::string text;

@@ -21,7 +21,7 @@ node::Settings described() {
     return node::registry().read([](const auto &state) { return described_settings(state); });
 }
 
-// Takes out of `wanted` the fields that differ between two descriptions.
+// Removes from `wanted` the fields in which two descriptions differ.
 template <class Map>
 void drop_changed(Map &wanted, const Map &was, const Map &now) {
     using Record = typename Map::mapped_type;
@@ -36,25 +36,25 @@ void drop_changed(Map &wanted, const Map &was, const Map &now) {
     std::erase_if(wanted, [](const auto &entry) { return entry.second == Record(); });
 }
 
-// A line of a port that is in both, whether it is described or not.
+// The lines of a port that both have, described or not.
 void drop_changed_lines(node::Settings &wanted, node::Settings was, node::Settings now) {
     for (const auto &[key, line] : wanted.lines)
         if (was.ports.contains(key.first) && now.ports.contains(key.first))
             was.lines[key], now.lines[key];
-    for (auto &[key, line] : wanted.lines)  // one that was taken away comes back
+    for (auto &[key, line] : wanted.lines)  // a removed one returns
         if (line.circuit_id_mode == PPPOEIA_CID_NOT_SET && was.lines[key] != now.lines[key])
             line.circuit_id_mode.reset();
     drop_changed(wanted.lines, was.lines, now.lines);
 }
 
-// Only what has just been announced; the rest is in force already.
+// Only objects just announced; the others have their settings already.
 node::Settings part_for(const node::Arrivals &arrivals, const node::Settings &all) {
     const std::string bridge = node::managed_bridge;
     const auto has_port = [&](std::uint32_t id) { return arrivals.ports.contains({bridge, id}); };
     node::Settings part;
     if (arrivals.bridges.contains(bridge)) {
         part.agent = all.agent;
-        // A level stays with its process, whatever becomes of the bridge.
+        // The log level belongs to the process, whatever happens to the bridge.
         if (!part.agent.log_level) part.agent.log_level = described().agent.log_level;
     }
     for (const auto &[id, port] : all.ports)
@@ -152,9 +152,9 @@ void KeptSettings::forget() {
     if (running) apply_settings(difference(described(), *running));
 }
 
-// Settings that a reader would refuse are left out, and told of once.
+// Leaves out settings that a reader would refuse; each is logged once.
 std::string KeptSettings::keepable_text() {
-    // What was looked at before needs no second look.
+    // Text that was checked before is not checked again.
     const node::Settings changed = difference(wanted_, kept_);
     if (left_out_.empty() && node::keepable(changed).left_out.empty()) {
         kept_ = wanted_;
@@ -172,7 +172,7 @@ void KeptSettings::save() {
     const std::lock_guard guard(lock_);
     const std::string now = keepable_text();
     try {
-        // What an operator wrote by hand and got wrong is not lost.
+        // Keeps an operator's faulty hand-written file under another name.
         if (file_is_bad_ && rename(file_.c_str(), (file_ + ".bad").c_str()) != 0)
             throw std::system_error(errno, std::generic_category(), file_ + ".bad");
         file_is_bad_ = false;
@@ -185,9 +185,9 @@ void KeptSettings::save() {
     problem_.clear();
 }
 
-// Changes that come while the copy is written are in the journal, which is then
-// longer than it was and stays: to make them again changes nothing. But not for
-// ever: a copy of a long journal keeps the changes waiting.
+// Changes made while the copy is written are appended to the journal, which is then
+// kept: replaying it changes nothing. This is bounded: while a copy of a long
+// journal is written, changes wait.
 void KeptSettings::copy() {
     constexpr std::size_t long_journal = 1 << 20;
     std::unique_lock guard(lock_);

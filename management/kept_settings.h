@@ -1,5 +1,5 @@
-// The operator's settings, beyond what the description says: in force, waiting
-// for what is not there yet, and in files.
+// The operator's settings beyond the description: in force, waiting for objects
+// that do not exist yet, and in files.
 #pragma once
 
 #include "management/change_journal.h"
@@ -14,55 +14,55 @@
 
 namespace ia {
 
-// What operators want is kept here, and changed here with each change of theirs:
-// nothing is found again by reading what is in force. It is in a journal before
-// the change is answered, and then in a copy beside the operator's own file: so
-// it survives a killed process, and ends with a clean stop.
+// Holds all settings that operators want; every change of theirs updates it. They
+// are never derived from the settings in force. Each change is in a journal before
+// it is answered, later in a copy beside the operator's file: so it survives a
+// killed process. A clean stop drops unsaved changes.
 //
-// Any thread. It calls nobody while it is locked but this process's store.
+// Any thread. While locked it calls nothing but this process's store.
 class KeptSettings {
 public:
     KeptSettings(std::string copy_file, std::string journal_file)
         : copy_file_(std::move(copy_file)), journal_(std::move(journal_file)) {}
 
-    // The operator's file; empty: there is none.
+    // The operator's file; empty: none.
     void use_file(const std::string &file);
 
-    // Reads the copy and the journal that a killed process left, or else the file.
-    // A line that is wrong costs its setting: problem() says what is wrong with it.
+    // Reads the copy and journal of a killed process, else the file. A faulty line
+    // costs only its setting; problem() describes it.
     void load();
 
-    // Takes over what an operator has changed, and puts it on record. False, with
-    // nothing taken over, when it cannot be.
+    // Stores an operator's change and records it in the journal. False, with
+    // nothing stored, when it cannot be recorded.
     bool changed(SettingKey key);
 
-    // The description says something else now: what it changed is in force, over
-    // what operators had set of it before.
+    // Takes over a new description: the fields that it changed override the
+    // operators' settings.
     void description_changed(const node::Description &was, const node::Description &now);
 
-    // Makes the settings of what has arrived.
+    // Makes the settings of objects that have just been announced.
     void arrived(const node::Arrivals &arrivals) const;
 
-    // Drops what operators wanted, and takes what is there back to what the
-    // description says.
+    // Drops all operators' settings and returns existing objects to the
+    // description's.
     void forget();
 
-    // Writes the file, or the copy when it does not hold this already. Throws
-    // std::system_error; the file is then as it was.
+    // Writes the file, or the copy unless it is up to date. Throws
+    // std::system_error; the file has then not changed.
     void save();
     void copy();
     void remove_copy();
 
-    std::string text() const;  // as a save would write it
+    std::string text() const;  // the text that a save would write
     std::string difference_to_saved() const;
     bool unsaved() const;
-    std::uint32_t waiting() const;  // settings of what is not there
+    std::uint32_t waiting() const;  // settings of objects that do not exist
     std::string file() const;
     std::string problem() const;
     bool file_is_bad() const;
 
 private:
-    // Those lines of a file that are right; the problem with the others is logged.
+    // The valid lines of a file; problems with the others are logged.
     static node::Settings read(const std::string &file, std::string &problem);
     std::string keepable_text();
 
@@ -71,8 +71,8 @@ private:
     const std::string copy_file_;
     ChangeJournal journal_;
     node::Settings wanted_;
-    node::Settings saved_;                  // what the file says
-    std::optional<node::Settings> copied_;  // what the copy says
+    node::Settings saved_;                  // in the file
+    std::optional<node::Settings> copied_;  // in the copy
     std::string problem_;                   // of the file
     std::string copy_problem_;
     node::Settings kept_;   // those of the last text
@@ -80,7 +80,7 @@ private:
     bool file_is_bad_ = false;
 };
 
-// Every setting in force, as TOML; empty while the managed bridge is not there.
+// All settings in force as TOML; empty while the managed bridge does not exist.
 std::string all_settings_text();
 
 // Those of the description, and where it has none those of creation.

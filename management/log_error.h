@@ -1,4 +1,4 @@
-// The management process's own errors in the framework's log.
+// Writes the management process's errors to the framework's log.
 #pragma once
 
 #include "platform/bll/Log.h"

@@ -6,7 +6,7 @@
 
 namespace ia {
 
-// Without a descriptor the source refuses it.
+// The source refuses an invalid descriptor.
 LoopSignals::LoopSignals(EventLoop &loop, const sigset_t &blocked, std::function<void(int)> arrived)
     : signals_(signalfd(-1, &blocked, SFD_CLOEXEC | SFD_NONBLOCK)),
       source_(loop, signals_.get(), EPOLLIN, [this, arrived] {

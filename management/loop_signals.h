@@ -9,7 +9,8 @@
 
 namespace ia {
 
-// Hands each signal of the set to `arrived`. They are blocked in every thread.
+// Passes each signal of the set to `arrived`. The signals are blocked in every
+// thread.
 class LoopSignals {
 public:
     LoopSignals(EventLoop &loop, const sigset_t &blocked, std::function<void(int)> arrived);

@@ -55,27 +55,28 @@ Management::Management(EventLoop &loop, node::Description description, Seams sea
     observer.unanswered = [this](const EngineCall &call) { unanswered(call); };
     const std::lock_guard guard(lock_);
     start_or_wait();
-    devices_changed();  // since they were listed
+    devices_changed();  // since the list was made
     copy_task_.ask();
     look_task_.ask();
 }
 
 Management::~Management() {
     configFile &requests = configFile::instance();
-    framework_.stop();  // no request is served after this
+    framework_.stop();  // after this no request is served
     requests.save = requests.clear = requests.show = requests.diff = {};
     requests.described = {};
     requests.status = {};
     requests.reload = {};
     requests.health = {};
     observer = {};
-    if (std::uncaught_exceptions() > 0) return;  // not a stop: the next process takes the copy over
+    if (std::uncaught_exceptions() > 0)
+        return;  // failed start: the copy is left for the next process
     keep_at_the_end();
     settings_.remove_copy();
 }
 
-// A part that does not come to its end, for want of descriptors or memory or room
-// on a disk, has a time at which it is tried again.
+// Runs a part of the work; when it fails, for want of descriptors, memory or disk
+// space, its task has a time for the next attempt.
 EventLoop::Act Management::part(void (Management::*act)()) {
     return [this, act] {
         const std::lock_guard guard(lock_);
@@ -87,15 +88,15 @@ EventLoop::Act Management::part(void (Management::*act)()) {
     };
 }
 
-// What is tried again and again is told of once.
+// Reports a repeated failure only once.
 void Management::report(const std::string &trouble) {
     if (trouble != trouble_ && !trouble.empty()) log_error(trouble);
     trouble_ = trouble;
 }
 
-// Under the exclusive lock of the framework, before the call is answered. One
-// that cannot be put on record is answered as failed, and taken back: all is made
-// anew without it.
+// Runs under the framework's exclusive lock before the call is answered. A change
+// that cannot be recorded is answered as failed and taken back: everything is
+// configured again without it.
 int Management::made(const EngineCall &call) {
     if (OwnChanges::current()) return 0;
     const auto key = key_of(call);
@@ -116,8 +117,8 @@ void Management::unanswered(const EngineCall &call) {
     repair_task_.ask();
 }
 
-// Unless changes have come to their end, and the engine has answered every call
-// of them, all of it is to be made anew.
+// Runs the changes. If one fails, or the engine leaves a call unanswered, the whole
+// configuration is made again.
 bool Management::make_all(const std::function<bool()> &changes) {
     const OwnChanges own;
     if (changes() && !own.failed()) return true;
@@ -132,7 +133,7 @@ void Management::make_anew() {
     configure_task_.ask();
 }
 
-// Not under the lock, which findings() takes.
+// Without the lock, which findings() takes.
 void Management::look() {
     try {
         if (listener_.news) listener_.news(summary(findings()));
@@ -148,7 +149,7 @@ std::vector<Finding> Management::findings() const {
     std::vector<node::Link> links;
     try {
         links = seams_.links();
-    } catch (const std::system_error &error) {  // for want of descriptors, say
+    } catch (const std::system_error &error) {  // without a free descriptor, for example
         return {cannot_look(error.what())};
     }
     const std::lock_guard guard(lock_);

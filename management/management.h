@@ -1,5 +1,5 @@
-// The management process at work: the framework with its entities, kept in step
-// with the engine, the machine's devices and the operator's settings.
+// The management process: keeps the framework with its entities in step with the
+// engine, the machine's devices and the operator's settings.
 #pragma once
 
 #include "client/changes.h"
@@ -24,62 +24,62 @@
 
 namespace ia {
 
-// Threads: all that follows something runs on the loop's. The operator's requests
-// come on the thread that serves them; they and the observer of changes ask the
-// loop for what is to be done after them.
+// Threads: everything that reacts to events runs on the loop's thread. Operators'
+// requests run on the thread that serves them; they and the observer of changes ask
+// the loop for later work.
 class Management {
 public:
     using Clock = EventLoop::Clock;
 
-    // The machine around it; a test has its own.
+    // The environment; a test supplies its own.
     struct Seams {
         std::string settings_copy;
         std::string journal;
-        std::string messages;  // the socket of diagnostic commands; empty: none
-        std::string calls;     // that of pppoeiactl's calls; likewise
-        std::string engine;    // the engine's own
+        std::string messages;  // path of the diagnostic commands' socket; empty: none
+        std::string calls;     // path of pppoeiactl's socket; empty: none
+        std::string engine;    // path of the engine's socket
         std::function<std::set<std::string>()> devices;
         std::function<std::vector<node::Link>()> links;
     };
     static Seams of_this_machine();
 
-    // Who is told, on the loop's thread.
+    // Callbacks, on the loop's thread.
     struct Listener {
-        std::function<void()> configured;               // the engine was, also if not with all
-        std::function<void(const std::string &)> news;  // how the node is, in one line
-        std::function<void(const node::Description &)> reread;  // the description
+        std::function<void()> configured;  // the engine is configured, perhaps not completely
+        std::function<void(const std::string &)> news;          // the node's health in one line
+        std::function<void(const node::Description &)> reread;  // a new description is in force
     };
 
-    // Starts; without an engine it serves calls and waits for it. Throws
-    // std::runtime_error when something else is in the way.
+    // Starts. Without an engine it serves calls and waits for it. Throws
+    // std::runtime_error for any other obstacle.
     Management(EventLoop &loop, node::Description description, Seams seams = of_this_machine());
     ~Management();
     Management(const Management &) = delete;
     Management &operator=(const Management &) = delete;
 
-    // From the next pass of the loop on.
+    // Takes effect with the loop's next pass.
     void tell(Listener listener) { listener_ = std::move(listener); }
 
     void devices_changed() { devices_task_.ask(); }  // any thread
 
-    // Reads the description again and announces what differs. One that does not
-    // check is refused whole. The text says what changes, a line each, or what is
-    // wrong; a dry run changes nothing. 0 or, when it was refused, 1. Any thread.
+    // Reads the description again and announces the differences; a faulty one is
+    // refused whole. The text lists the changes or the faults, one a line; a dry
+    // run changes nothing. 0, or 1 when refused. Any thread.
     int reload(bool dry_run, std::string &text);
 
-    // The same, to the end of all that follows from it. The loop's thread.
+    // The same, and completes the work that follows from it. On the loop's thread.
     void reload_now();
 
-    // What is not as it should be, the worst first. Any thread.
+    // The node's findings, the most severe first. Any thread.
     std::vector<Finding> findings() const;
 
     EngineLink::State link() const;  // any thread
 
-    // Whether the thread of remote calls is there.
+    // Whether the thread of remote calls exists.
     bool serves();
 
 private:
-    // Changes and their outcome: management.cpp
+    // Changes and their results: management.cpp
     EventLoop::Act part(void (Management::*act)());
     void report(const std::string &trouble);
     int made(const EngineCall &call);
@@ -120,33 +120,33 @@ private:
     EventLoop &loop_;
     const Seams seams_;
     Listener listener_;
-    mutable std::mutex lock_;  // all below; taken before any lock of the framework
+    mutable std::mutex lock_;  // guards all below; taken before any lock of the framework
     AgentCalls calls_;
     node::Description description_;
-    KeptSettings settings_;  // has a lock of its own, taken after the framework's
+    KeptSettings settings_;  // has its own lock, taken after the framework's
     node::Framework framework_;
     PortBindings bindings_;
     EngineLink link_;
     bool started_ = false;  // the framework's entities
     std::set<std::string> devices_;
     bool announced_ = true;       // those devices
-    std::string trouble_;         // of a part, as last told
-    std::string reload_problem_;  // of the last one; empty: it was applied
-    bool refused_ = false;        // a change that the last announcement made
+    std::string trouble_;         // of a part, as last logged
+    std::string reload_problem_;  // of the last reload; empty: no problem
+    bool refused_ = false;        // the last announcement had a refused change
     std::uint32_t restores_ = 0;
-    Clock::time_point copy_next_{};  // not before
+    Clock::time_point copy_next_{};  // the earliest time
     Clock::time_point unsaved_since_{};
 
     std::mutex repairs_lock_;
-    std::vector<SettingKey> repairs_;  // that the engine may hold otherwise than the store
+    std::vector<SettingKey> repairs_;  // settings in which engine and store may differ
 
-    EventLoop::Task fail_task_;  // a change could not be put on record
+    EventLoop::Task fail_task_;  // runs when a change could not be recorded
     EventLoop::Task configure_task_;
     EventLoop::Task devices_task_;  // to be looked at
     EventLoop::Task repair_task_;
     EventLoop::Task copy_task_;  // of the settings
     EventLoop::Task save_task_;
-    EventLoop::Task look_task_;  // at how the node is
+    EventLoop::Task look_task_;  // updates the node's findings
     EventLoop::Task reread_task_;
     ServiceWatch engine_;
 };

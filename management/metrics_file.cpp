@@ -48,7 +48,7 @@ void MetricsFile::run() {
     remove();
 }
 
-// Says what is wrong once, until it is something else.
+// Logs a problem once, until it changes.
 void MetricsFile::write(const std::string &file) {
     std::string problem;
     try {

@@ -12,9 +12,8 @@
 
 namespace ia {
 
-// Writes on a thread of its own, so that a slow disk or engine delays nobody
-// else. What it wrote is taken away at its end: old counters would look like a
-// node where nothing happens.
+// Writes on a thread of its own, so that a slow disk or engine delays nothing else.
+// The destructor removes the file: old counters would look like an idle node.
 class MetricsFile {
 public:
     // `text` is called on that thread.
@@ -23,7 +22,7 @@ public:
     MetricsFile(const MetricsFile &) = delete;
     MetricsFile &operator=(const MetricsFile &) = delete;
 
-    // Where to write from now on, and how often. An empty name: nowhere.
+    // Sets path and interval from now on. An empty path: no file.
     void use(const std::string &file, std::uint32_t seconds);
 
 private:
@@ -32,12 +31,12 @@ private:
     void remove();
 
     const std::function<std::string()> text_;
-    std::mutex lock_;  // of the next four
+    std::mutex lock_;  // guards the next four
     std::condition_variable changed_;
     std::string file_;
     std::chrono::seconds interval_{};
     bool stopping_ = false;
-    std::string written_;  // the rest is the thread's
+    std::string written_;  // this and the rest belong to the thread
     std::string problem_;
     std::thread thread_;
 };

@@ -1,4 +1,4 @@
-// What operators ask of the management process, on the thread that serves them.
+// Operators' requests to the management process, on the thread that serves them.
 #include "management/description_changes.h"
 #include "management/log_error.h"
 #include "management/management.h"
@@ -60,8 +60,8 @@ int Management::status(configFile::status_t &status) {
     return 0;
 }
 
-// One that fails half-way is undone: all is made anew as it was, and the frames
-// wait for that.
+// If this fails halfway it is undone: everything is configured again as before, and
+// frames are held until then.
 int Management::clear(std::string &text) {
     const bool cleared = make_all([this] {
         for (const node::Bridge &bridge : description_.bridges)
@@ -90,7 +90,7 @@ int Management::clear(std::string &text) {
     }
 }
 
-// A description that does not check loses nothing: the one before stays in force.
+// A faulty description changes nothing: the previous one stays in force.
 int Management::reload(bool dry_run, std::string &text) {
     const std::lock_guard guard(lock_);
     try {
@@ -105,7 +105,7 @@ int Management::reload(bool dry_run, std::string &text) {
         settings_.use_file(description_.settings_file);
         announced_ = announce();
         copy_task_.ask();
-        devices_task_.ask();  // a bridge may have to be made anew
+        devices_task_.ask();  // a bridge may have to be created again
         reread_task_.ask();
         syslog(LOG_NOTICE, "the node description is read again: %zu changes", changes.size());
         for (const std::string &change : changes) syslog(LOG_NOTICE, "%s", change.c_str());

@@ -1,5 +1,5 @@
-// The changes that the management process makes of itself, told from those of
-// operators: a thread's are its own while it has one of these.
+// Marks changes that the management process makes itself, in contrast to operators'
+// changes: those of a thread while it has an object of this class.
 #pragma once
 
 namespace ia {
@@ -14,11 +14,11 @@ public:
     OwnChanges(const OwnChanges &) = delete;
     OwnChanges &operator=(const OwnChanges &) = delete;
 
-    // Whether the engine left a call of this thread unanswered, or frames could
-    // not be held or released: what was to be made is made half-way.
+    // Whether a call of this thread got no answer from the engine, or frames could
+    // not be held or released: the change is then incomplete.
     bool failed() const { return failed_; }
 
-    // This thread's; null while it has none.
+    // The calling thread's object, or null.
     static OwnChanges *current() { return current_; }
     void fail() { failed_ = true; }
 

@@ -34,7 +34,7 @@ bool PortBindings::tell(const node::Description &description, bool bridges_are_h
             wanted[{port.bridge, port.id}] = {port.device, node::facts_of(port.type).faces_network
                                                                ? side_network
                                                                : side_subscriber};
-    // Two ports that exchange their devices are both unbound before either is bound.
+    // Two ports that exchange devices are both unbound before either is bound.
     for (const auto &[port, binding] : wanted)
         if (const auto known = ports_.find(port);
             !bridges_are_held && (known == ports_.end() || known->second != binding))

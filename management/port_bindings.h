@@ -1,4 +1,4 @@
-// Which devices are the bridges and ports of the node, as the engine was told.
+// The devices of the node's bridges and ports, as last set in the engine.
 #pragma once
 
 #include "node/description/description.h"
@@ -12,20 +12,20 @@
 
 namespace ia {
 
-// The engine takes nothing of this from a file: it is told here, before the ports
-// themselves are announced. Not locked: its owner calls from one thread at a time.
+// The engine takes its bindings only from here, before the ports are announced. Not
+// locked: the owner calls from one thread at a time.
 class PortBindings {
 public:
-    // The engine may be a new one, which knows nothing.
+    // Forgets everything: the engine may be a new process.
     void forget();
 
-    // Tells of the board, of the bridges, and of every port whose device or side is another
-    // than before, with its frames held from before that on until it arrives; no
-    // port is held by itself while all bridges are. False when the engine could not be told of all;
-    // the next call tries again.
+    // Sets the board, the bridges, and each port whose device or side has changed; its
+    // frames are held from before the change until the port has arrived. While whole
+    // bridges are held, single ports are not. False when the engine did not take
+    // all; the next call tries again.
     bool tell(const node::Description &description, bool bridges_are_held);
 
-    // Ends the bridges that are no longer described. False as above.
+    // Ends bridges that are no longer described. False as above.
     bool end_others(const node::Description &description);
 
 private:

@@ -42,7 +42,8 @@ bool all_known(const Transports &services) {
            std::ranges::all_of(services, &rpcProxyTransport_t::known);
 }
 
-// Who has registered the program, in words; empty when nobody, or this process's user.
+// The user that has registered the program, in words; empty when nobody has, or
+// this process's user.
 std::string owner_of(unsigned long program) {
     netconfig *const local = getnetconfigent("local");
     if (!local) return {};
@@ -68,8 +69,8 @@ void say(const std::string &other, unsigned long program) {
                program, other.c_str(), program);
 }
 
-// What it may have kept of a process that was killed goes first. Whether it took all
-// of the services; `again`: it was said before who else is there.
+// Removes registrations of a killed process first. Returns whether the port mapper
+// took all services. `again`: the log already names the other user.
 bool tell_of(const Transports &services, bool again) {
     const std::string before = PortMapperWatch::other_owner();
     std::string owner;
@@ -104,8 +105,8 @@ PortMapperWatch::~PortMapperWatch() {
         if (service.protocol == IPPROTO_TCP) pmap_unset(service.program, service.version);
 }
 
-// Services register themselves when they start, which is once an engine is there; only
-// a port mapper that forgets them, or has not taken them, is told.
+// Services register themselves at their start, once an engine is there. This
+// registers again those that the port mapper has forgotten or not taken.
 void PortMapperWatch::keep() {
     bool forgot = false;
     const auto tell = [&](EventLoop::Task &again, std::chrono::seconds limit, bool said) {

@@ -1,4 +1,4 @@
-// Keeps this node's RPC programs known to the machine's port mapper.
+// Keeps this node's RPC programs registered with the machine's port mapper.
 #pragma once
 
 #include "management/event_loop.h"
@@ -8,13 +8,13 @@
 
 namespace ia {
 
-// A port mapper that starts again, or later than this process, knows nobody: it is
-// told of the services then. Somebody else who has registered their numbers keeps them,
-// unless this process may take them away; it is tried again every half minute. When the
-// watch ends, the port mapper is told that the services are gone.
+// A port mapper that starts again, or after this process, knows no services: they
+// are then registered with it. If another user has registered their numbers, that
+// registration stays unless this process may remove it; the watch tries again every
+// half minute. At its end it unregisters the services.
 //
-// It has a loop and a thread of its own: a port mapper that does not answer delays
-// nothing else.
+// It has its own loop and thread: a port mapper that does not answer delays nothing
+// else.
 class PortMapperWatch {
 public:
     PortMapperWatch();
@@ -22,11 +22,12 @@ public:
     PortMapperWatch(const PortMapperWatch &) = delete;
     PortMapperWatch &operator=(const PortMapperWatch &) = delete;
 
-    // Waits until the port mapper knows the services, which register on threads of
-    // their own. When it does not within two seconds, the log says so.
+    // Waits until the port mapper knows the services, which register on their own
+    // threads. After two seconds the log says so.
     static void wait_until_known();
 
-    // Who else has registered this node's numbers, "user 1000"; empty: nobody. Any thread.
+    // The other user that has registered this node's numbers, as "user 1000";
+    // empty: none. Any thread.
     static std::string other_owner();
 
 private:

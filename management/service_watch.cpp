@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::chrono::milliseconds between_tries{50};
 
-// A connection, or none while nobody serves the socket. Never waits.
+// A connection; none while nobody serves the socket. Never waits.
 node::Descriptor connected_to(const std::string &path, int type) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -47,7 +47,7 @@ bool ServiceWatch::connect() {
     try {
         end_.emplace(loop_, connection_.get(), EPOLLRDHUP, [this] { lose(); });
         return true;
-    } catch (const std::system_error &) {  // for want of memory: as if it were not there
+    } catch (const std::system_error &) {  // without memory: as if the service were away
         connection_ = {};
         return false;
     }
@@ -58,7 +58,7 @@ void ServiceWatch::try_again() {
     again_.at(loop_.now() + between_tries);
 }
 
-// A process that ends takes connections until the last of its files is closed.
+// A process that is ending accepts connections until its last file is closed.
 void ServiceWatch::lose() {
     end_.reset();
     connection_ = {};

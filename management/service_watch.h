@@ -1,4 +1,4 @@
-// Notices that a service of this machine has gone and come back.
+// Reports that a service of this machine has ended or come back.
 #pragma once
 
 #include "management/event_loop.h"
@@ -10,12 +10,12 @@
 
 namespace ia {
 
-// Keeps a connection to the service's local socket. When the service ends, however
-// it ends, the connection does.
+// Keeps a connection to the service's local socket. The connection ends with the
+// service, however that ends.
 class ServiceWatch {
 public:
-    // Given by the loop: each connection but one that the constructor made, and
-    // the end of each.
+    // Called by the loop for each connection, except one made by the constructor,
+    // and for the end of each.
     struct Notices {
         std::function<void()> came;
         std::function<void()> went;
@@ -26,8 +26,8 @@ public:
     ServiceWatch(const ServiceWatch &) = delete;
     ServiceWatch &operator=(const ServiceWatch &) = delete;
 
-    // Whether the service that was connected last is there still, also if its end
-    // is yet to be noticed.
+    // Whether the last connected service is still there; true also if its end has
+    // happened but was not reported yet.
     bool connected() const;
 
 private:

@@ -13,8 +13,8 @@ namespace {
 
 using enum SettingKey::Kind;
 
-// The client API's operations that change a setting, and what it is a setting
-// of; the numbers of a call begin with its port or VLAN.
+// The client API's operations that change a setting, and the object of the setting.
+// The call's first number is the port or the VLAN.
 struct Row {
     std::uint32_t id;
     SettingKey::Kind kind;

@@ -1,4 +1,4 @@
-// What a change was about: the agent, a port, a VLAN, or a port and VLAN.
+// The object of a setting: the agent, a port, a VLAN, or a port and VLAN.
 #pragma once
 
 #include "client/changes.h"
@@ -20,14 +20,14 @@ struct SettingKey {
     bool operator==(const SettingKey &) const = default;
 };
 
-// Nothing for a call that changes none of an operator's settings.
+// None for a call that changes no operator's setting.
 std::optional<SettingKey> key_of(const EngineCall &call);
 
-// Makes `part` all that `settings` say of the key.
+// Replaces, in `part`, all settings of the key by those in `settings`.
 void replace_part(node::Settings &settings, SettingKey key, node::Settings part);
 
-// A key and all that is wanted of it, as a record in words, and back. Nothing
-// for a text that is no such record.
+// Converts a key and its wanted settings to a text record, and back. None for a
+// text that is no such record.
 std::string write_part(SettingKey key, const node::Settings &part);
 bool replay_part(node::Settings &settings, std::string_view record);
 

@@ -13,8 +13,8 @@ struct CommandLine {
     bool release = false;
 };
 
-// Fills the options. When there is nothing left to do, help was asked for or
-// the command line is wrong, it says so and returns 0 or another number.
+// Parses the options. Returns an exit status when the program must end: help was
+// asked for (0), or the command line is wrong.
 std::optional<int> read_command_line(int argc, char **argv, const char *program, const char *what,
                                      CommandLine &options);
 

@@ -23,7 +23,7 @@ namespace ia {
 
 namespace {
 
-// The bridges that are left when the process ends.
+// Deletes all bridges at the process's end.
 struct Bridges {
     Bridges() = default;
     ~Bridges() { fe_pppoeia_fini(); }
@@ -31,7 +31,7 @@ struct Bridges {
     Bridges &operator=(const Bridges &) = delete;
 };
 
-// Of another description the engine takes only the limits. One that does not check is
+// From a changed description the engine takes only the limits. A faulty description is
 // refused whole.
 void reload(const std::string &file, node::Kernel &kernel) {
     try {
@@ -42,8 +42,8 @@ void reload(const std::string &file, node::Kernel &kernel) {
     sd_notify("READY=1");
 }
 
-// Asks itself as any caller would: the request thread has to answer, and no worker
-// may sit on its bridge. A bridge that is not there is an answer too.
+// Checks the engine as a caller would: the request thread must answer, and no
+// worker may keep its bridge locked. "No such bridge" counts as an answer.
 bool answers(const node::Description &description) {
     constexpr int no_answer = 4;
     const bool all = std::ranges::all_of(description.bridges, [](const node::Bridge &bridge) {
@@ -54,10 +54,10 @@ bool answers(const node::Description &description) {
     return all;
 }
 
-// Every line is undone at the end, the last one first. The engine starts empty:
-// the management process makes its bridges and configures them.
+// Destructors undo each line in reverse order. The engine starts empty: the
+// management process creates and configures its bridges.
 void serve(const node::Description &description) {
-    const StopSignals stop;  // before there is any other thread
+    const StopSignals stop;  // before any other thread exists
     node::describe_node(description);
     node::Kernel kernel(description);
     const Bridges bridges;
@@ -66,7 +66,7 @@ void serve(const node::Description &description) {
     stop.wait([&] { reload(description.file, kernel); }, [&] { return answers(description); });
 }
 
-// What the engine leaves when it ends, which holds every frame, goes.
+// Removes what an ended engine left in place to hold all frames.
 void release() {
     const auto released = node::release_node();
     for (const std::string &line : released) std::printf("%s\n", line.c_str());

@@ -21,7 +21,8 @@ namespace ia {
 
 namespace {
 
-// The service manager's watchdog hears from the loop, as long as remote calls are served.
+// Feeds the service manager's watchdog from the loop, as long as remote calls are
+// served.
 class Watchdog {
 public:
     Watchdog(EventLoop &loop, Management &management)
@@ -37,14 +38,14 @@ private:
     EventLoop::Task task_;
 };
 
-// Every line is undone at the end, the last one first.
+// Destructors undo each line in reverse order.
 void serve(const node::Description &description) {
-    const StopSignals signals;  // before there is any other thread
+    const StopSignals signals;  // before any other thread exists
     const OnlyProcess alone("pppoeia-mgmt");
     node::describe_node(description);
     EventLoop loop;
     Management management(loop, description);
-    MetricsFile metrics(metrics_text);  // asks for its text until it ends
+    MetricsFile metrics(metrics_text);  // calls metrics_text until it is destroyed
     metrics.use(description.metrics_file, description.metrics_interval);
     const PortMapperWatch port_mapper;
     const DeviceWatch devices(loop, [&] { management.devices_changed(); });

@@ -36,7 +36,7 @@ void raise_descriptor_limit() {
 int run_process(int argc, char **argv, const char *program, const char *what,
                 void (*serve)(const node::Description &), void (*release)()) {
     openlog(program, LOG_PID, LOG_DAEMON);
-    std::signal(SIGPIPE, SIG_IGN);  // whoever goes away in the middle of an answer
+    std::signal(SIGPIPE, SIG_IGN);  // a peer that closes its socket must not end this process
     raise_descriptor_limit();
     CommandLine options;
     options.releases = release != nullptr;

@@ -1,5 +1,5 @@
-// What the node's two processes have in common: their options, reading the node
-// description, and how they end.
+// Common parts of the node's two processes: options, reading the node description,
+// exit.
 #pragma once
 
 #include "node/description/description.h"
@@ -8,11 +8,10 @@
 
 namespace ia {
 
-// Reads the command line and the description and runs `serve`, which returns
-// when the process is told to stop. The exit status: 0 done, 1 failed, 2 a wrong
-// command line or description; the reason goes to standard error.
-// With --release, which it takes if `release` is given, it runs that instead and
-// reads nothing.
+// Reads the command line and the description and runs `serve`, which returns when
+// the process is told to stop. Exit status: 0 success, 1 failure, 2 wrong command
+// line or description; the reason goes to standard error. With `release`, the
+// option --release runs that function instead, without reading a description.
 int run_process(int argc, char **argv, const char *program, const char *what,
                 void (*serve)(const node::Description &), void (*release)() = nullptr);
 

@@ -27,7 +27,7 @@ void sd_notify(const char *state) {
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size());
 
     const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    // Never wait for it: a service manager that does not listen stops nothing.
+    // Never blocks: a service manager that does not read must not stop the process.
     const bool sent =
         socket >= 0 && sendto(socket, state, std::strlen(state), MSG_NOSIGNAL | MSG_DONTWAIT,
                               reinterpret_cast<const sockaddr *>(&address), length) >= 0;

@@ -1,4 +1,4 @@
-// Tells the service manager how far this process is.
+// Reports this process's state to the service manager.
 #pragma once
 
 #include <chrono>
@@ -11,11 +11,11 @@ namespace ia {
 // nothing.
 void sd_notify(const char *state);
 
-// How often the service manager wants to hear "WATCHDOG=1", twice as often as it
-// says; nothing when it does not want to.
+// The interval for "WATCHDOG=1": half of the service manager's limit; none without
+// a watchdog.
 std::optional<std::chrono::microseconds> watchdog_pulse();
 
-// The service is ready while this lives, and stopping from then on.
+// Reports "ready" at construction and "stopping" at destruction.
 class ServiceReady {
 public:
     ServiceReady() { sd_notify("READY=1"); }

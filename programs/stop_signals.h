@@ -1,4 +1,4 @@
-// The signals that a process of the node waits for.
+// Waits for the signals of the node's processes.
 #pragma once
 
 #include "programs/sd_notify.h"
@@ -9,9 +9,8 @@
 
 namespace ia {
 
-// Blocks the signals for this thread and all that it starts later, so make it
-// before any other thread. They stay blocked: a second one during the stop does
-// not cut it short.
+// Blocks the signals for this thread and all later ones, so create it before any
+// other thread. They stay blocked: a second signal does not cut the stop short.
 class StopSignals {
 public:
     StopSignals() {
@@ -23,10 +22,10 @@ public:
     const sigset_t &set() const { return signals_; }
     static bool is_stop(int signal) { return signal == SIGTERM || signal == SIGINT; }
 
-    // For a process whose main thread has nothing else to wait for: returns when
-    // SIGTERM or SIGINT has arrived, also if that was before the call. Each SIGHUP
-    // until then is handed to `reload`. While it waits, the service manager's
-    // watchdog hears from it, as long as `alive` says that the other threads work.
+    // For a process whose main thread only waits: returns when SIGTERM or SIGINT
+    // has arrived, even before the call. Each SIGHUP until then calls `reload`.
+    // Meanwhile it feeds the service manager's watchdog, as long as `alive` returns
+    // true.
     template <class Reload, class Alive>
     void wait(Reload reload, Alive alive) const {
         using Clock = std::chrono::steady_clock;
@@ -44,7 +43,7 @@ public:
     }
 
 private:
-    // Below 0 when none arrives in time.
+    // Below 0 at the time-out.
     int next(std::chrono::nanoseconds limit) const {
         const auto left = std::max(limit, std::chrono::nanoseconds()).count();
         const timespec time{left / 1'000'000'000, left % 1'000'000'000};

@@ -1,4 +1,4 @@
-// The server functions that change something: one operation of the entity each.
+// Server functions that change something; each calls one operation of the entity.
 #include "entity/pppoeia.h"
 #include "platform/bll/CliConfig.h"
 #include "platform/bll/servprofile.h"
@@ -16,14 +16,14 @@ rpcPppoeiaResult *answer(int result) {
     return &reply;
 }
 
-// Refused while service profiles configure the node.
+// Refuses while service profiles configure the node.
 template <class Change>
 rpcPppoeiaResult *outside_profiles(Change change) {
     if (CliConfig::instance().checkProfileMode()) return answer(profile_mode);
     return answer(change());
 }
 
-// Uplinks belong to no service profile.
+// Uplinks do not belong to a service profile.
 template <class Change>
 rpcPppoeiaResult *outside_profiles_or_uplink(u_int what, Change change) {
     if (servProfileCheckIfInterfaceUplink(what) != 0) return answer(change());
@@ -36,7 +36,7 @@ rpcPppoeiaResult *rpc_pppoeia_set_state_1_svc(bool_t state, svc_req *) {
     return outside_profiles([&] { return agent().setState(state != 0); });
 }
 
-// The "circuit id" of these two is the bridge's shelf id.
+// In these two procedures "circuit id" means the bridge's shelf id.
 rpcPppoeiaResult *rpc_pppoeia_unset_circuitid_1_svc(svc_req *) {
     return answer(agent().setShelfId(""));
 }

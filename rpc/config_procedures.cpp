@@ -1,5 +1,5 @@
-// The server functions of what the management process itself does for operators,
-// when it is there: their settings, the description, a look at the node.
+// Server functions that the management process carries out: operators' settings,
+// the description, the node's findings.
 #include "platform/bll/CliConfig.h"
 #include "platform/bll/configFile.h"
 #include "rpc/pppoeia_node.h"
@@ -49,7 +49,7 @@ rpcNodeText *rpc_node_config_save_1_svc(svc_req *) {
     return run(configFile::instance().save);
 }
 
-// Takes the node's settings away, which service profiles may have made.
+// Resets the node's settings, which service profiles may have made.
 rpcNodeText *rpc_node_config_clear_1_svc(svc_req *) {
     return change(configFile::instance().clear);
 }

@@ -72,8 +72,8 @@ void *rpcPppoeiaStart(void *) {
 
 namespace {
 
-// Loading the library hands the service to the entity's host. How the node is can be
-// asked also while no engine is there, and with it no entity.
+// Loading the library registers the service with the entity's host. The node's
+// health can be asked for even without an engine, and so without an entity.
 [[maybe_unused]] const bool handed_in =
     (ia::serve_with(rpcPppoeiaStart),
      rpcProxyServeLocally(ia::rpc_program, ia::rpc_version, ia::dispatch),

@@ -1,4 +1,4 @@
-// Why a change was refused, for the caller who asks next.
+// The reason of a refused change, for the caller's next question.
 #pragma once
 
 #include <rpc/rpc.h>
@@ -6,9 +6,9 @@
 
 namespace ia {
 
-// Of the last change that this caller's process was refused, over the local socket; empty
-// when that is not known, or somebody else has changed something since. On the receive
-// loop's thread.
+// The reason of the last refusal of this caller's process, over the local socket;
+// empty when it is not known, or another process has changed something since. On
+// the receive loop's thread.
 std::string why_refused(const SVCXPRT *transport);
 
 }  // namespace ia

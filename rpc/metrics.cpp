@@ -1,4 +1,4 @@
-// In exposition format 0.0.4.
+// Writes exposition format 0.0.4.
 #include "rpc/metrics.h"
 
 #include "platform/bll/configFile.h"
@@ -67,7 +67,7 @@ std::string port_labels(const PortCounters &port) {
     return ",port=\"" + std::to_string(port.number) + "\",name=" + quoted(port.name);
 }
 
-// What there was none of is left out: most ports have few of the outcomes.
+// Outcomes with a count of 0 are left out: most ports have few.
 void outcomes(std::string &out, const std::string &bridge, const std::vector<PortCounters> &ports) {
     static constexpr const char *codes[] = {"padi", "pado", "padr", "pads", "padt", "other"};
     static_assert(std::size(codes) == SENT_CODES);
@@ -111,7 +111,7 @@ void counters(std::string &out) {
     outcomes(out, bridge, now.ports);
 }
 
-// A sample for each finding, so that an alert can name it, and how many there are.
+// One sample for each finding, so that an alert can name it, and their number.
 void findings(std::string &out) {
     std::vector<configFile::finding_t> found;
     if (const auto &look = configFile::instance().health; !look || look(found) != 0) return;

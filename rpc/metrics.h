@@ -7,8 +7,8 @@
 
 namespace ia {
 
-// All of it; without an engine, "up" is 0 and the counters are missing. On any
-// thread, but none that holds the framework's lock or keeps the settings.
+// The complete text; without an engine, "up" is 0 and the counters are missing. Any
+// thread, except one that holds the framework's lock or that of the kept settings.
 std::string metrics_text();
 
 }  // namespace ia

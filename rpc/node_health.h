@@ -1,4 +1,4 @@
-// What the node's own procedures tell about the processes and their counters.
+// The node's health and counters, for the node's own procedures.
 #pragma once
 
 #include "entity/pppoeia.h"
@@ -36,8 +36,8 @@ struct Counters {
     std::vector<PortCounters> ports;  // ascending numbers
 };
 
-// What became of a port's frames: the outcomes that there were, and the frames that
-// went out by it, by code.
+// The counts of a port's frames: the outcomes that are not 0, and the frames sent
+// by the port, by code.
 struct PortFrames {
     struct Row {
         const char *word;
@@ -51,8 +51,8 @@ struct PortFrames {
 // Returns the engine's result.
 int read_port_frames(std::uint32_t port, PortFrames &frames);
 
-// The ports that carry subscribers or face the network, counters not read: no
-// OLT ports, ONUs and GEM ports that are not in use.
+// The ports that carry subscribers or face the network, without counters: no OLT
+// ports, no ONUs, no GEM ports out of use.
 std::vector<PortCounters> read_ports();
 
 // The counters of the bridge and of those ports. False when the engine does not

@@ -1,7 +1,7 @@
 // The server functions of the node's own program.
 //
-// A reply lasts until the next call of its procedure; what its strings and
-// arrays point to is kept beside it.
+// A reply is valid until the next call of its procedure; its strings and arrays are
+// stored beside it.
 #include "entity/operation.h"
 #include "entity/pppoeia.h"
 #include "platform/bll/CliConfig.h"
@@ -52,9 +52,9 @@ using FormatSetter = int (*)(const char *, std::uint32_t, std::uint16_t, const c
 
 constexpr u_short last_vlan = 4095;
 
-// A line's own format. An entry without a mode would leave the line without a
-// Circuit ID, so a new one begins with the mode of the port; it goes again when the
-// format is refused.
+// Sets a line's own format. An entry without a mode would leave the line without a
+// Circuit ID, so a new entry starts with the port's mode. If the format is refused,
+// a new entry is removed again.
 int *set_line(u_int port, u_short vlan, FormatSetter set, const char *format) {
     return change_line([&] {
         if (vlan > last_vlan) return 2;
@@ -215,7 +215,7 @@ int *rpc_node_clear_line_1_svc(u_int port, u_short vlan, svc_req *) {
     return change_line([&] {
         pppoeia_port_vlan_info entry{};
         if (pppoeia_port_vlan_info_get(default_bridge, port, vlan, &entry) != 0) return 2;
-        // The mode last: without any setting the entry goes.
+        // The mode last: the entry is removed when its last setting is cleared.
         const bool cleared =
             pppoeia_circuit_id_format_port_vlan_set(default_bridge, port, vlan, "") == 0 &&
             pppoeia_remote_id_format_port_vlan_set(default_bridge, port, vlan, "") == 0 &&

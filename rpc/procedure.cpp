@@ -18,7 +18,8 @@ xdrproc_t as_xdrproc(XdrRoutine routine) {
     return reinterpret_cast<xdrproc_t>(routine);
 }
 
-// Callers over the local socket can ask why; each is known by its process.
+// Callers over the local socket can ask for the reason; each is identified by its
+// process.
 struct LastRefusal {
     pid_t process = 0;
     std::string why;

@@ -1,8 +1,8 @@
-// The procedures of an ONC RPC program as one table, and the dispatcher that
-// works from it: decoding, the node's gate, the call, the reply.
+// A table of the procedures of an ONC RPC program, and the dispatcher that uses it:
+// decoding, the node's gate, the call, the reply.
 //
-// A server function answers with a reply object of its own that lasts until its
-// next call; requests are served one at a time.
+// A server function returns its own reply object, valid until its next call;
+// requests are served one at a time.
 #pragma once
 
 #include "platform/bll/rpcGate.h"
@@ -18,7 +18,7 @@ namespace ia {
 
 using XdrRoutine = bool_t (*)(XDR *, void *);
 
-// One procedure: how its arguments and its reply travel, who serves it, and
+// One procedure: the types of its arguments and reply, its server function, and
 // whether it changes anything.
 struct Procedure {
     u_long number;
@@ -28,8 +28,8 @@ struct Procedure {
     void *(*serve)(void *arguments, svc_req *request);
     bool changes;
 
-    // Of one that changes something, for the log: its name, those of its arguments, the
-    // arguments with their names, and the result in its reply.
+    // For a procedure that changes something, for the log: its name, its arguments'
+    // names, a function that prints them, and the result in its reply.
     const char *name = "";
     Labels labels{};
     void (*describe)(const void *arguments, const Labels &labels, Subject &subject) = nullptr;
@@ -42,8 +42,8 @@ inline bool_t xdr_no_arguments(XDR *, NoArguments *) {
     return TRUE;
 }
 
-// Far longer than any text that is kept. The RPC library takes memory for the
-// length announced before it has read a byte of it.
+// Far longer than any stored text. The RPC library allocates the announced length
+// before it has read a byte.
 inline constexpr u_int text_max = 65535;
 
 inline bool_t xdr_text(XDR *stream, char **text) {
@@ -157,7 +157,7 @@ constexpr Procedure asking(u_long number) {
     return procedure<Server, Arguments, Reply>(number, false);
 }
 
-// Arguments of any procedure fit.
+// Holds the arguments of any procedure.
 inline constexpr std::size_t max_arguments = 64;
 
 // A table in the order of its numbers, from 1 on.

@@ -1,7 +1,7 @@
-// The server functions that only ask.
+// Server functions that only read.
 //
-// A reply lasts until the next call of its procedure; what its strings and
-// arrays point to is kept beside it. A failed call sets the result alone.
+// A reply is valid until the next call of its procedure; its strings and arrays are
+// stored beside it. A failed call sets only the result.
 #include "entity/pppoeia.h"
 #include "rpc/server.h"
 
@@ -23,7 +23,7 @@ void copy_format(char (&field)[RPC_PPPOEIA_FORMAT_SIZE], const std::string &form
     field[length] = '\0';
 }
 
-// `info` keeps the texts that the record points to.
+// `info` stores the texts that the record points to.
 rpcPppoeiaIntfInfo record_of(const pppoeia::interfaceInfo_t &info) {
     rpcPppoeiaIntfInfo record{};
     record.name = text_of(info.name);
@@ -50,7 +50,7 @@ rpcPppoeiaVlanInfo record_of(const pppoeia::vlanInfo_t &info) {
     return {info.vlanId, info.state};
 }
 
-// A list reply and all that it points to.
+// A list reply and the memory it points to.
 template <class Reply, class Record, class Info>
 struct ListReply {
     Reply reply{};
@@ -99,7 +99,7 @@ rpcResultPppoeiaSuboptionResult *generate(rpcResultPppoeiaSuboptionResult &reply
     return &reply;
 }
 
-// All the settings of the bridge, as one reply shows them.
+// All settings of the bridge in one reply.
 struct Settings {
     bool state, debug, circuit_id, remote_id, cvlan;
     std::string shelf, cid_format, rid_format;

@@ -1,4 +1,4 @@
-// What the server functions share.
+// Helpers of the server functions.
 #pragma once
 
 #include "rpc/pppoeia.h"
@@ -7,7 +7,7 @@
 
 namespace ia {
 
-// XDR writes through pointers to char that are not const. The text stays the caller's.
+// XDR takes pointers to non-const char. The text stays the caller's.
 inline char *text_of(const std::string &text) {
     return const_cast<char *>(text.c_str());
 }

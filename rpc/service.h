@@ -1,9 +1,8 @@
 // The ONC RPC services (RFC 5531) of the management process: the agent's program
 // 0x20000011, version 1, and the node's own beside it, 0x20000012, version 1.
 //
-// Requests are served one at a time on the process's RPC loop; every server
-// function answers with a reply object of its own that lasts until its next
-// call.
+// Requests are served one at a time on the process's RPC loop. Every server
+// function returns its own reply object, valid until its next call.
 #pragma once
 
 #include <rpc/rpc.h>
@@ -15,12 +14,12 @@ inline constexpr unsigned long rpc_version = 1;
 inline constexpr unsigned long node_rpc_program = 0x20000012;
 inline constexpr unsigned long node_rpc_version = 1;
 
-// Decodes a request, calls its server function and sends the reply. A call that
-// changes anything passes the node's gate first.
+// Decodes a request, calls its server function and sends the reply. A changing call
+// passes the node's gate first.
 void dispatch(svc_req *request, SVCXPRT *transport);
 void dispatch_node(svc_req *request, SVCXPRT *transport);
 
 }  // namespace ia
 
-// The services' start, on the thread of the entity's host: makes both reachable.
+// Registers both services, on the thread of the entity's host.
 void *rpcPppoeiaStart(void *interrupt_check);

@@ -1,5 +1,4 @@
-// What a call that changes something is about, in words: for the log, and to say why it
-// was refused.
+// Describes a changing call in words, for the log, and explains its refusal.
 #pragma once
 
 #include <array>
@@ -11,7 +10,7 @@
 
 namespace ia {
 
-// The names of a procedure's arguments; null where there is none.
+// The names of a procedure's arguments; null for an argument without a name.
 using Labels = std::array<const char *, 3>;
 
 class Subject {
@@ -27,8 +26,8 @@ public:
     // "port 3, format \"$SHELF\"".
     const std::string &words() const { return words_; }
 
-    // Why the agent refused it with this result, naming the value and its limit; empty
-    // when no cause is seen.
+    // The reason of a refusal with this result: the value and its limit; empty when
+    // no cause is found.
     std::string explain(int result) const;
 
 private:

@@ -1,5 +1,4 @@
-// A log line that a frame can cause, and with it any subscriber as often as he
-// likes.
+// A log line that a frame, and so any subscriber, can cause at any rate.
 #pragma once
 
 #include "fe/base/trace.h"
@@ -11,9 +10,8 @@
 
 namespace ia {
 
-// Written at most once a minute, and always while frames are traced. How often it
-// was left out meanwhile is told with the next one. One for each place that logs;
-// any thread.
+// Writes at most once a minute, and always while frames are traced. The next line
+// tells how many were left out. One object for each logging place. Any thread.
 class Notice {
 public:
     using Clock = std::chrono::steady_clock;
@@ -28,7 +26,7 @@ public:
         pppoeia_log(level, format, args...);
     }
 
-    // Whether it is time, and if so how often it was not since the last time.
+    // Whether it is time to write, and if so the number of lines left out.
     std::optional<std::uint32_t> due(Clock::time_point now) {
         const Clock::rep ticks = now.time_since_epoch().count();
         Clock::rep next = next_.load(std::memory_order_relaxed);

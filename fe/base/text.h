@@ -33,7 +33,7 @@ public:
 
     TextWriter &operator<<(std::string_view text) {
         const std::size_t length = std::min(text.size(), room_.size() - size_);
-        if (length == 1)  // most of what stands between macros
+        if (length == 1)  // common: a single character between macros
             room_[size_] = text.front();
         else
             std::memcpy(room_.data() + size_, text.data(), length);

@@ -39,7 +39,7 @@ bool AddressEvents::any() {
     return std::exchange(asked_, heard) != heard;
 }
 
-// A failure other than of waiting means that notices were lost: that counts too.
+// Any error but a time-out means lost notices, which count as a change.
 void AddressEvents::listen() {
     pollfd sources[] = {{notices_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}};
     std::array<char, 1> ignored;

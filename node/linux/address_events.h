@@ -1,4 +1,4 @@
-// Whether the kernel's devices or addresses have changed (rtnetlink(7)).
+// Detects changes of the kernel's devices and addresses (rtnetlink(7)).
 #pragma once
 
 #include "node/descriptor.h"
@@ -9,7 +9,7 @@
 
 namespace ia::node {
 
-// Of the network namespace it was made in. A thread of its own listens, so that
+// For the network namespace it was created in. A thread of its own listens, so that
 // asking costs no system call.
 class AddressEvents {
 public:
@@ -18,8 +18,8 @@ public:
     AddressEvents(const AddressEvents &) = delete;
     AddressEvents &operator=(const AddressEvents &) = delete;
 
-    // Whether there was any change since the last call, or since this was made.
-    // Always true when the kernel does not tell. One caller at a time.
+    // Whether there was a change since the last call, or since construction. Always
+    // true if the kernel sends no notices. One caller at a time.
     bool any();
 
 private:

@@ -30,10 +30,9 @@ using Mac = std::array<std::uint8_t, 6>;
 
 constexpr std::string_view management_name = "mng0";  // as the agent calls it
 
-// What the node is, and its addresses as far as they were asked for. Addresses
-// are asked for with each frame of some formats, and reading them all takes
-// milliseconds on a node of thousands of devices: so they are kept until the
-// kernel says that some device or address is another.
+// The description's data, and a cache of addresses. Some formats need addresses for
+// each frame, and reading them takes milliseconds on a node of thousands of
+// devices: they are cached until the kernel reports a change.
 struct Node {
     std::uint8_t board = 0;
     std::string management_device;

@@ -1,4 +1,4 @@
-// What the platform's information calls answer with.
+// Data for the platform's information calls.
 #pragma once
 
 #include "node/description/description.h"
@@ -8,11 +8,11 @@
 
 namespace ia::node {
 
-// Until this is called, the calls that need the description fail. Any thread.
+// Sets the description; calls that need it fail before. Any thread.
 void describe_node(const Description &description);
 
-// A device's MAC address, six bytes, of the described management device for
-// "mng0". Returns 0 or errno. Any thread; no system call while nothing changes.
+// A device's MAC address, six bytes; "mng0" means the described management device.
+// Returns 0 or errno. Any thread; no system call while nothing changes.
 int device_address(std::string_view device, std::uint8_t *mac);
 
 }  // namespace ia::node

@@ -1,5 +1,5 @@
-// The folder of the node's processes below /run, and the claim of one of them
-// to be the only one.
+// The folder of the node's processes below /run, and the lock that makes a process
+// the only one of its kind.
 #pragma once
 
 #include "node/descriptor.h"
@@ -10,12 +10,12 @@ namespace ia {
 
 inline constexpr char run_folder[] = "/run/pppoeia";
 
-// Makes the folder when it is not there. Throws std::runtime_error when it is
-// not a folder of root's or of this process's user, or others may write in it.
+// Creates a missing folder. Throws std::runtime_error when the folder belongs
+// neither to root nor to this process's user, or others may write to it.
 void make_run_folder(const std::string &folder = run_folder);
 
-// Holds a lock file in the folder, which goes with this object; the kernel frees
-// it however the process ends. A link or anything but a file in its place is refused.
+// Holds a lock file in the folder during its lifetime; the kernel frees the lock
+// however the process ends. Anything but a regular file in its place is refused.
 class OnlyProcess {
 public:
     // Throws std::runtime_error naming the process that holds it.

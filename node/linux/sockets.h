@@ -1,4 +1,4 @@
-// The local sockets of the node's processes, and what else they keep in /run.
+// Paths of the node's sockets and other files in /run.
 #pragma once
 
 #include <string>
@@ -12,12 +12,13 @@ inline constexpr char rpc_socket[] = "/run/pppoeia/mgmt.sock";  // the RPC progr
 
 inline constexpr char port_mapper_socket[] = "/run/rpcbind.sock";
 
-// A copy of the operator's settings in force, for the process after a killed one.
+// A copy of the operator's settings in force, read by the successor of a killed
+// process.
 inline constexpr char settings_copy_file[] = "/run/pppoeia_mgmt.settings";
 
-// Where to serve such a path. Only root can make files in /run; for a process of
-// another user the path is a symbolic link into a folder of that user, and the
-// socket is made where the link leads.
+// The path at which to create such a socket. Only root can create files in /run;
+// for another user's process the path is a symbolic link into that user's folder,
+// and the socket is created at its target.
 std::string served_path(const char *path);
 
 }  // namespace ia

@@ -1,4 +1,4 @@
-// The control requests on a node that has the kernel modules: the system calls.
+// The control requests on a node with the kernel modules: system calls.
 #include "platform/frame_hold.h"
 #include "platform/kernel_modules.h"
 
@@ -20,8 +20,7 @@ void control_close(int handle) {
     close(handle);
 }
 
-// kvbridge has no request for it: it passes frames as soon as the filter is
-// attached.
+// kvbridge has no such request: frames pass as soon as the filter is attached.
 int hold_frames(const char *, std::uint32_t) {
     return 0;
 }

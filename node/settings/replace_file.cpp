@@ -50,7 +50,7 @@ public:
         if (fchmod(number_, 0644) != 0) fail(errno, path_ + ": cannot be shown to all");
     }
 
-    // On the disk, not only on its way there.
+    // Waits until the data is on the disk.
     void sync() {
         if (disk_calls.sync(number_) != 0) fail(errno, path_ + ": cannot be stored");
     }
@@ -104,7 +104,8 @@ void expect_regular(int folder, const Place &place, const std::string &file) {
 void replace_file(const std::string &file, std::string_view text, Purpose purpose) {
     const bool keep = purpose == Purpose::keep;
     const Place place = place_of(file);
-    // All is done within this folder, whatever its path comes to mean.
+    // Works relative to this folder's descriptor, even if its path changes its
+    // meaning.
     File folder(AT_FDCWD, place.folder, O_RDONLY | O_DIRECTORY, file);
     expect_regular(folder.number(), place, file);
     const std::string fresh = fresh_name(place);

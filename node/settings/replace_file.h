@@ -1,4 +1,4 @@
-// A file that is replaced whole.
+// Replaces a file as a whole.
 #pragma once
 
 #include <sys/types.h>
@@ -14,18 +14,18 @@ enum class Purpose {
     publish,  // for every user to read, and soon to be replaced again
 };
 
-// Puts the text in the file's place whole, so that a reader, and the machine
-// after a loss of power (unless it only publishes), has either the old file or the
-// new one. It is written beside it first, under a name that nobody can guess; no
-// link is followed. Throws std::system_error, naming the file, also when there is
-// anything but a regular file in its place; the old file is then as it was.
+// Replaces the file's content: a reader, and the machine after a loss of power
+// (unless it only publishes), has either the old file or the new one. The text goes
+// to a temporary file under an unpredictable name first; no link is followed.
+// Throws std::system_error naming the file, also when something other than a
+// regular file is in its place; the old file has then not changed.
 void replace_file(const std::string &file, std::string_view text, Purpose purpose = Purpose::keep);
 
-// Removes what a process that was killed left half written beside the file.
+// Removes temporary files that a killed process left beside the file.
 void remove_unfinished(const std::string &file);
 
-// The calls that bring data onto the disk; a test watches them. Set before there
-// is a second thread.
+// The calls that write data to the disk; a test replaces them. Set before a second
+// thread exists.
 struct DiskCalls {
     int (*sync)(int file);
     int (*rename)(int folder, const char *from, int to_folder, const char *to);

@@ -1,4 +1,4 @@
-// All that an operator can set, by what it is set for.
+// All settings of operators, by their object.
 #pragma once
 
 #include "node/description/settings_records.h"
@@ -22,24 +22,24 @@ struct Settings {
 
 // --- settings over settings -----------------------------------------------------------
 
-// What `above` says over `below`; the rest stays.
+// The fields of `above`, completed by those of `below`.
 AgentSettings overlay(AgentSettings below, const AgentSettings &above);
 PortSettings overlay(PortSettings below, const PortSettings &above);
 VlanSettings overlay(VlanSettings below, const VlanSettings &above);
 Settings overlay(Settings below, const Settings &above);
 
-// What `now` says and `base` does not say, or says otherwise. A field that is
-// absent in `now` is absent here.
+// The fields of `now` that `base` lacks or has with another value. A field absent
+// in `now` is absent in the result.
 Settings difference(const Settings &now, const Settings &base);
 
-// A port and VLAN as it is: what is not said of it is not set.
+// The complete settings of a port and VLAN: absent fields become "not set".
 LineSettings whole(LineSettings line);
 
-// What `wanted` says of ports and VLANs that `running` does not have: it waits
-// for them.
+// The settings in `wanted` of ports and VLANs that `running` does not have; they
+// wait for them.
 Settings waiting(const Settings &wanted, const Settings &running);
 
-// How many settings these are.
+// The number of settings.
 unsigned count(const Settings &settings);
 
 }  // namespace ia::node

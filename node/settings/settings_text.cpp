@@ -24,7 +24,7 @@ std::string lines_of(const Record &record) {
     return text;
 }
 
-// Each section: name, keys that say what it is about, record.
+// Each section: name, keys that identify its object, record.
 template <class Visit>
 void each_section(const Settings &settings, Visit visit) {
     using Keys = std::vector<std::pair<const char *, unsigned>>;
@@ -85,7 +85,7 @@ private:
         if (kind_ || number_of_header_ == 0) setting(line);
     }
 
-    // The lines of a section that is not known are passed over.
+    // The lines of an unknown section are skipped.
     void begin(std::string_view header) {
         finish();
         header = trimmed(header.substr(0, header.find('#')));
@@ -151,7 +151,7 @@ private:
                                   ", expected " + (near.empty() ? any_of(names) : quoted(near)));
     }
 
-    // Each of the keys that say what the section is about, unless it was refused.
+    // Each key that identifies the section's object, unless it was refused.
     bool is_about(std::string_view key, const std::optional<std::uint32_t> &number) {
         if (key.empty() || number) return true;
         if (!entry_.keys.contains(std::string(key)))
@@ -184,7 +184,7 @@ private:
             problems.add(number_of_header_, std::string(kind_->header) + " is here a second time");
     }
 
-    // The section that is being read.
+    // The current section.
     struct Entry {
         std::set<std::string> keys;
         std::optional<std::uint32_t> port, vlan;
@@ -195,7 +195,7 @@ private:
     };
 
     Settings &settings_;
-    const Kind *kind_ = nullptr;  // null: none, or one that is not known
+    const Kind *kind_ = nullptr;  // null: none, or an unknown one
     Entry entry_;
     unsigned number_ = 0;
     unsigned number_of_header_ = 0;

@@ -1,5 +1,5 @@
-// Settings as text: TOML with one setting a line, so that a line that is wrong
-// costs no other.
+// Settings as text: TOML with one setting a line, so that a faulty line costs only
+// its own setting.
 #pragma once
 
 #include "node/settings/settings.h"
@@ -11,14 +11,14 @@
 
 namespace ia::node {
 
-// The settings that are there, one a line; the same settings give the same text.
+// The present settings, one a line; equal settings give equal texts.
 std::string write_settings(const Settings &settings);
 
-// The settings of a text of any size. A line that is wrong costs its setting, or its
-// section when it says what that is about.
+// The settings of a text of any size. A faulty line costs its setting, or its
+// section when it identifies the section's object.
 struct ReadSettings {
     Settings settings;
-    std::string problems;  // "FILE:LINE: text" for each line that is wrong
+    std::string problems;  // "FILE:LINE: text" for each faulty line
 };
 ReadSettings read_settings(std::string_view text, const std::string &file);
 
@@ -26,16 +26,16 @@ ReadSettings read_settings(std::string_view text, const std::string &file);
 // when it cannot be read at all.
 ReadSettings read_settings_file(const std::string &file);
 
-// Of some settings, those that a file can hold, as it will be read.
+// The settings that a file can hold, as it will be read.
 struct Keepable {
     Settings settings;
     std::string text;
-    std::string left_out;  // why the others are not among them; empty: there are none
+    std::string left_out;  // the reasons for the others; empty: none left out
 };
 Keepable keepable(const Settings &settings);
 
-// The settings in which two differ, "- " before those of the first, "+ " before
-// those of the second, below the name of their section.
+// The differences of two sets of settings: "- " lines of the first, "+ " lines of
+// the second, below their section's name.
 std::string difference_text(const Settings &from, const Settings &to);
 
 }  // namespace ia::node
