@@ -31,7 +31,7 @@ using State = EngineLink::State;
 using Fault = EngineGate::Fault;
 
 template <auto Client>
-constexpr std::uint32_t id_of = operation_of<Client>::id;
+constexpr std::uint32_t id_of = OperationOf<Client>::id;
 
 constexpr char port_1[] =
     "[[interface]]\nid = 1\nname = \"1/1\"\ntype = \"access\"\ndevice = \"sub1\"\n"
