@@ -1,5 +1,5 @@
-// What the commands answer and how it is shown; see command.h. The shapes are
-// written down in packaging/pppoeiactl.schema.json.
+// The functions that answer a command, and those that print an answer; see
+// command.h. packaging/pppoeiactl.schema.json has the shapes of the answers.
 #pragma once
 
 #include "ctl/command.h"

@@ -1,4 +1,4 @@
-// From a command line to its row of the table, and from there to an answer.
+// Finds the row of the table for a command line, and runs it.
 #include "ctl/arguments.h"
 
 #include "ctl/batch.h"
@@ -25,13 +25,13 @@ namespace {
 
 using Line = std::vector<std::string>;
 
-// What the options of one command wrote.
+// The options of one command as parsed.
 struct Values {
     std::map<std::string, std::string> texts;
     std::map<std::string, bool> flags;
 };
 
-// Usage lines with the arguments as an operator types them.
+// Usage lines with the arguments in the form that operators type.
 class Usage : public CLI::Formatter {
 public:
     std::string make_usage(const CLI::App *app, std::string) const override {
@@ -76,7 +76,7 @@ CLI::App *subcommand(CLI::App &app, const std::string &path) {
     return at;
 }
 
-// One command line or a batch of them, each parsed and run.
+// Parses and runs a command line, or a batch of them.
 class Tool {
 public:
     Tool();
@@ -94,8 +94,8 @@ private:
     std::vector<Values> values_{commands().size()};
     const Command *chosen_ = nullptr;
     Session session_;
-    bool json_ = false;      // the parser's: it may give up before it sets it
-    bool all_json_ = false;  // the whole batch
+    bool json_ = false;      // set by the parser, which may fail before
+    bool all_json_ = false;  // for the whole batch
     std::string file_;       // of a batch
     bool keep_going_ = false;
 };
@@ -163,7 +163,7 @@ void Tool::answer() {
     if (chosen_->verdict) session_.verdict = chosen_->verdict(said);
 }
 
-// Sets what is chosen; `done` when there is something to run.
+// Sets the chosen command; `done` when there is one to run.
 Status Tool::parse(const Line &words, const std::string &place) {
     for (Values &values : values_) {
         for (auto &[name, text] : values.texts) text.clear();
@@ -230,7 +230,7 @@ Status Tool::run_file() {
                      {file == "-" ? "standard input" : file, keep_going, run, complain_at});
 }
 
-// Without a command there may be a file of them, which the parser tells.
+// Without a command there may be a file of commands; the parser knows.
 int Tool::run(const Line &words) {
     try {
         if (const Status status = parse(words, ""); status != done) return status;

@@ -1,4 +1,4 @@
-// The operator's tool: its commands.
+// The commands of the operator's tool.
 #pragma once
 
 namespace ia::ctl {

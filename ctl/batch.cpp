@@ -10,7 +10,7 @@ namespace {
 
 constexpr char blanks[] = " \t\r";
 
-// Up to the quote that ends it; `at` is then behind that quote.
+// Reads up to the closing quote; `at` is then behind it.
 std::string quoted_part(const std::string &line, std::size_t &at) {
     const char quote = line[at++];
     std::string text;

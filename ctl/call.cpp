@@ -52,7 +52,7 @@ std::uint32_t Call::number(const Argument &argument) {
 std::vector<PortName> Call::ports() {
     const std::string given = text("port");
     if (const auto number = parse_number(given)) {
-        // Several are refused one by one, by the agent.
+        // With several ports, the agent refuses each by itself.
         const bool one = argument("port").kind == Kind::port;
         if (one && std::ranges::find(session_.ports(), *number, &PortName::number) ==
                        session_.ports().end())

@@ -16,7 +16,7 @@ std::string subject_of(Call &call) {
 
 namespace {
 
-// What an operator would not expect of a format that is now in force.
+// Warnings about a format that is now in force.
 void warn_of_format(Call &call) {
     const FormatReport report =
         explain_format(call.text("format"), [](customIdFormat) { return std::nullopt; });

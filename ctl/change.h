@@ -1,4 +1,4 @@
-// Commands whose arguments are those of a procedure that changes something.
+// Commands that take the arguments of a changing procedure.
 #pragma once
 
 #include "ctl/command.h"
@@ -9,15 +9,15 @@
 
 namespace ia::ctl {
 
-// What a change is about, for its error: "port 1/1, VLAN 100".
+// The object of a change, for its error: "port 1/1, VLAN 100".
 std::string subject_of(Call &call);
 
-// Makes a change once, or once for each port that a pattern means. Goes on after
-// a port that is refused; throws Refused with all of those at the end. The answer
-// names the ports of a pattern.
+// Makes a change once, or for each port that a pattern matches. A refused port does
+// not stop it; at the end it throws Refused with all refusals. The answer names the
+// ports of a pattern.
 Json for_each_port(Call &call, const std::function<void()> &change);
 
-// An argument as a procedure takes it; a text that the command has none for is
+// Converts an argument for a procedure; a text that the command does not have is
 // empty.
 template <class Value>
 Value value_at(Call &call, std::size_t index, std::string &text) {
@@ -40,7 +40,7 @@ void change_with(Call &call, Reply *(*)(Parameters...), std::index_sequence<Inde
 
 template <class Reply, class... Parameters>
 constexpr std::size_t values_of(Reply *(*)(Parameters...)) {
-    return sizeof...(Parameters) - 1;  // the last is the connection
+    return sizeof...(Parameters) - 1;  // without the connection, which is last
 }
 
 template <auto Function>

@@ -1,8 +1,8 @@
-// The commands of the operator's tool: one row each. Parser, help, completion
-// and the manual's list all come from the table.
+// The commands of the operator's tool, one row each. Parser, help, completion and
+// the manual's list use the table.
 //
-// A command answers with a JSON object and prints nothing; the object is shown
-// as it is with --json and as text for people without. It throws Refused or
+// A command returns a JSON object and prints nothing. The object is printed as JSON
+// with --json, otherwise as text for people. A command throws Refused or
 // Unreachable.
 #pragma once
 
@@ -42,7 +42,7 @@ struct Argument {
     const char *help = nullptr;
     Kind kind = Kind::none;
     bool required = false;
-    bool positional = false;     // also without its "--name"
+    bool positional = false;     // may be given without "--name"
     Words words = {};            // of a word
     int low = 0;                 // of a VLAN or number
     int high = 0;                // of a VLAN or number; bytes of a text, 0: any
@@ -52,7 +52,7 @@ struct Argument {
 inline constexpr std::size_t max_arguments = 6;
 using Arguments = std::array<Argument, max_arguments>;
 
-// The arguments that a command line gave.
+// The arguments given on a command line.
 class Call {
 public:
     Call(Session &session, const Arguments &arguments) : session_(session), arguments_(arguments) {}
@@ -66,9 +66,9 @@ public:
     const Argument &at(std::size_t index) const { return arguments_[index]; }
     std::uint32_t number(const Argument &argument);
 
-    // The ports that the argument "port" means.
+    // The ports that the argument "port" matches.
     std::vector<PortName> ports();
-    // From here on "port" is this one.
+    // From now on, "port" means this one.
     void choose(const PortName &port) { chosen_ = port; }
     std::string port_name() const;
 
@@ -91,7 +91,7 @@ struct Command {
     Arguments arguments;
     Json (*run)(Call &call);
     void (*print)(const Json &answer);
-    Status (*verdict)(const Json &answer) = nullptr;  // the exit status, where not 0
+    Status (*verdict)(const Json &answer) = nullptr;  // exit status; null: always 0
 };
 
 std::span<const Command> commands();

@@ -28,8 +28,8 @@ constexpr char zsh_script[] =
     "}\n"
     "compdef _pppoeiactl pppoeiactl\n";
 
-// Port names and numbers, when the agent can be asked. A shell breaks words at a
-// colon, so names with one are left out.
+// Port names and numbers, if the agent answers. Names with a colon are left out:
+// shells split words there.
 void add_ports(std::set<std::string> &candidates) try {
     Remote agent;
     const rpcNodePortList &ports = agent.node(rpc_node_ports_1);
@@ -50,7 +50,7 @@ void add_values(const Argument &argument, std::set<std::string> &candidates) {
 
 void add_arguments(const Command &command, const std::vector<std::string> &given,
                    std::set<std::string> &candidates) {
-    std::size_t positional = 0;  // how many are behind us
+    std::size_t positional = 0;  // number of positional arguments so far
     std::set<std::string> named;
     for (std::size_t i = 0; i < given.size(); ++i) {
         if (!given[i].starts_with("--")) {
@@ -105,7 +105,7 @@ int print_candidates(const std::vector<std::string> &words) {
     const std::vector<std::string> given(before.begin() + static_cast<std::ptrdiff_t>(found.words),
                                          before.end());
     if (found.command && candidates.empty()) add_arguments(*found.command, given, candidates);
-    // Options are offered when they are asked for, or nothing else is there.
+    // Options are offered if the word begins with "-", or if nothing else fits.
     const bool options = current.starts_with('-') ||
                          std::ranges::all_of(candidates, [](const std::string &candidate) {
                              return candidate.starts_with('-');

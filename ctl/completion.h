@@ -1,4 +1,4 @@
-// What the command table says to shells and to the manual.
+// Shell completion and the manual's list, made from the command table.
 #pragma once
 
 #include <string>
@@ -7,14 +7,14 @@
 
 namespace ia::ctl {
 
-// First words that operators do not type.
+// First words for scripts, hidden from operators.
 inline constexpr std::string_view complete_word = "__complete";
 inline constexpr std::string_view manual_word = "__manual";
 
-// Prints what may stand for the last of the words, one a line. Returns 0.
+// Prints the candidates for the last of the words, one a line. Returns 0.
 int print_candidates(const std::vector<std::string> &words);
 
-// Prints the commands as a manual page lists them. Returns 0.
+// Prints the commands in the manual page's format. Returns 0.
 int print_manual();
 
 }  // namespace ia::ctl

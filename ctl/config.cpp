@@ -1,4 +1,4 @@
-// The operator's settings as they are kept.
+// Commands for the operator's saved settings.
 #include "ctl/answers.h"
 #include "ctl/screen.h"
 
@@ -62,7 +62,7 @@ Json config_save(Call &call) {
 
 namespace {
 
-// Whether the operator, at a terminal, says yes.
+// Asks the operator at the terminal; whether the answer is yes.
 bool confirmed(const char *question) {
     std::fprintf(stderr, "%s [y/N] ", question);
     std::string answer;

@@ -11,7 +11,7 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-// Reads forward, checked: past the end it reads zeros and stays failed.
+// A checked cursor: past the end it reads zeros and stays failed.
 class Reader {
 public:
     explicit Reader(Bytes bytes) : rest_(bytes) {}

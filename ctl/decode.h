@@ -1,4 +1,4 @@
-// A watched Discovery frame in words.
+// Decodes a watched Discovery frame to JSON.
 #pragma once
 
 #include "ctl/command.h"
@@ -8,8 +8,8 @@
 
 namespace ia::ctl {
 
-// Code, addresses, VLANs and tags of an Ethernet frame; what is cut off or not
-// PPPoE is null or missing.
+// Code, addresses, VLANs and tags of an Ethernet frame. Fields that are cut off or
+// not PPPoE are null or missing.
 Json decode_frame(std::span<const std::uint8_t> ethernet);
 
 }  // namespace ia::ctl

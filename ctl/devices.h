@@ -9,7 +9,7 @@
 
 namespace ia::ctl {
 
-// By port number. A port without a device is not there.
+// By port number; ports without a device are missing.
 std::map<std::uint32_t, std::string> devices_of_ports(Remote &agent);
 
 // "up", "no carrier", "down", or "absent" where this machine has no such device.

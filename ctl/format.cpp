@@ -1,4 +1,5 @@
-// A format explained, with a line's values when one is named, and the vocabulary.
+// Explains a format, with a line's values if one is named, and lists the
+// vocabulary.
 #include "ctl/answers.h"
 #include "ctl/screen.h"
 #include "idgen/explain.h"
@@ -14,7 +15,7 @@ namespace {
 
 constexpr std::size_t id_max = 63;
 
-// Whose values a format is tried with.
+// The line whose values are used.
 struct Line {
     std::string bridge;
     std::uint32_t port;
@@ -25,7 +26,7 @@ struct Line {
 
 pppoeia_mac parse_mac(const std::string &text) {
     pppoeia_mac mac{};
-    // None was given, or the command line's own check let it through.
+    // None given, or already checked by the command line.
     if (const auto bytes = mac_for(text)) std::ranges::copy(*bytes, mac.bytes);
     return mac;
 }
@@ -61,7 +62,8 @@ Json id_of(const FormatReport &report) {
             {"length", sent.size()}};
 }
 
-// The format with carets under a place. Long formats are shown around it.
+// Prints the format with carets under a position; of a long format, the
+// surroundings.
 std::string with_caret(const std::string &format, std::size_t at, std::size_t length) {
     constexpr std::size_t before = 30;
     constexpr std::size_t width = 72;

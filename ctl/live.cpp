@@ -23,7 +23,7 @@ winsize terminal_size() {
     return size;
 }
 
-// Lines end at the screen's edge instead of going on below it.
+// Switches off line wrapping.
 constexpr char no_wrap[] = "\033[?7l";
 constexpr char wrap[] = "\033[?7h";
 
@@ -57,7 +57,7 @@ void Live::show(const std::string &text) {
     }
     size_ = size;
     if (redraws_) out += no_wrap;
-    // What does not fit the screen cannot be drawn over.
+    // Lines beyond the screen cannot be overwritten.
     const std::size_t most = redraws_ ? size.ws_row - 1U : text.size();
     lines_ = 0;
     for (std::size_t at = 0; at < text.size() && lines_ < most; ++lines_) {

@@ -1,4 +1,4 @@
-// A screen that goes on until the operator leaves: q or Ctrl-C.
+// A screen that is refreshed until the operator presses q or Ctrl-C.
 #pragma once
 
 #include <sys/ioctl.h>
@@ -8,9 +8,9 @@
 
 namespace ia::ctl {
 
-// On a terminal, what is shown replaces what was shown before, and keys are read
-// as they come; the terminal is as it was at the end. Elsewhere, or `plain`,
-// everything is written one after the other.
+// On a terminal, each screen replaces the previous one and keys are read at once;
+// the destructor restores the terminal. Elsewhere, or with `plain`, screens are
+// written one after the other.
 class Live {
 public:
     explicit Live(bool plain);
@@ -20,13 +20,13 @@ public:
 
     void show(const std::string &text);
 
-    // Waits; true as soon as the operator wants to leave.
+    // Waits; returns true as soon as the operator wants to leave.
     bool left_within(int milliseconds) const;
 
 private:
     const bool redraws_;
-    std::size_t lines_ = 0;  // shown last
-    winsize size_{};         // of the screen then
+    std::size_t lines_ = 0;  // of the last screen
+    winsize size_{};         // of the terminal at that time
     std::optional<termios> before_;
 };
 

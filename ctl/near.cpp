@@ -6,8 +6,8 @@ namespace ia::ctl {
 
 namespace {
 
-// How many changes lead from one word to the other, row by row of the usual
-// table; the row before the last one is kept for swapped letters.
+// The edit distance of two words with transpositions, computed row by row; the row
+// before the last is kept for transpositions.
 std::size_t distance(const std::string &from, const std::string &to) {
     std::vector<std::size_t> earlier;
     std::vector<std::size_t> above(to.size() + 1);

@@ -1,4 +1,4 @@
-// Names that somebody may have meant.
+// Suggestions for misspelt names.
 #pragma once
 
 #include <string>
@@ -6,8 +6,9 @@
 
 namespace ia::ctl {
 
-// The candidate that takes the fewest changes, at most a third of the word's
-// length: a letter more, less, other, or two swapped. Empty: none is that near.
+// The candidate with the smallest edit distance (a letter added, removed or
+// changed, or two swapped), at most a third of the word's length. Empty: none is
+// that similar.
 std::string nearest(const std::string &word, const std::vector<std::string> &candidates);
 
 // "; did you mean 'cid-mode'?", or nothing.

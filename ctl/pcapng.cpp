@@ -8,7 +8,7 @@ namespace ia::ctl {
 
 namespace {
 
-// Numbers are in this machine's order, as the section header says.
+// Numbers are in this machine's byte order, which the section header declares.
 template <class Number>
 std::string number(Number value) {
     std::string bytes(sizeof value, '\0');

@@ -1,4 +1,4 @@
-// A capture file with two interfaces: frames as they came, and as they left.
+// Writes a capture file with two interfaces: frames as received, and as sent.
 #pragma once
 
 #include <cstdint>
@@ -16,8 +16,8 @@ public:
 
     enum Side : std::uint32_t { came = 0, left = 1 };
 
-    // One frame of `length` bytes, of which `bytes` are kept; the comment says
-    // what became of it. It is in the file when this returns.
+    // Writes one frame of `length` bytes, of which `bytes` were kept, with a
+    // comment on its outcome. It is in the file when this returns.
     void write(Side side, std::uint64_t time_ns, std::span<const std::uint8_t> bytes,
                std::size_t length, const std::string &comment);
 

@@ -1,6 +1,6 @@
-// Ports as operators name them: by number, by name, or several by a pattern.
+// The ports that an operator names: by number, by name, or several by a pattern.
 //
-// A number means that port, whatever the names are, and is not looked for here.
+// A number always means the port of that number, even if a port has it as its name.
 #pragma once
 
 #include <cstdint>
@@ -18,12 +18,11 @@ struct PortName {
 // A whole text that is a decimal number.
 std::optional<std::uint32_t> parse_number(const std::string &text);
 
-// Those that a name or a pattern of the shell's kind means; a "/" is a character
-// like any other. Throws Refused, with the name that comes nearest, when there is
-// none.
+// The ports that match a name or a shell pattern, in which "/" has no special
+// meaning. Throws Refused, with the most similar name, when there is none.
 std::vector<PortName> find_ports(const std::vector<PortName> &ports, const std::string &given);
 
-// Whether `given` may mean several.
+// Whether `given` is a pattern.
 bool is_pattern(const std::string &given);
 
 }  // namespace ia::ctl

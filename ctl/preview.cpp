@@ -1,4 +1,4 @@
-// Both IDs of a line as they are now, and which setting made them.
+// Shows both IDs of a line as they are now, and which setting made them.
 #include "ctl/answers.h"
 #include "ctl/screen.h"
 #include "pppoeia/records.h"
@@ -10,7 +10,7 @@ namespace ia::ctl {
 
 namespace {
 
-// A setting and where it was made.
+// A setting, and where it was set.
 struct Winner {
     Json value;
     std::string from;
@@ -64,7 +64,7 @@ namespace {
 
 constexpr char placeholder[] = "<cvid>";  // of the default form
 
-// What else there is to know about these IDs.
+// Notes on these IDs.
 Json notes_of(Call &call, const rpcResultPppoeiaInfo &info, const rpcPppoeiaIntfInfo &port,
               std::optional<std::uint32_t> vlan, const std::string &circuit_id) {
     Json notes = Json::array();

@@ -17,7 +17,7 @@ namespace ia::ctl {
 
 namespace {
 
-// The group that may enter the folder of a socket.
+// The group that has access to a socket's folder.
 std::string group_of(const std::filesystem::path &path) {
     struct stat folder {};
     const bool known = stat(path.parent_path().c_str(), &folder) == 0;
@@ -36,7 +36,7 @@ std::string group_of(const std::filesystem::path &path) {
     throw Unreachable("the agent cannot be reached at " + path + ": " + std::strerror(error));
 }
 
-// Only the agent can serve the socket: root, or the owner of the folder it is in.
+// Only root or the owner of the socket's folder may be the agent.
 bool is_served_by_agent(int socket) {
     ucred server{};
     socklen_t size = sizeof server;
@@ -72,8 +72,8 @@ int connect_to_agent() {
 
 }  // namespace
 
-// The library writes without MSG_NOSIGNAL: an agent that has gone is an error here, and
-// no signal that ends the program. A closed standard output still is one.
+// The RPC library writes without MSG_NOSIGNAL: SIGPIPE is blocked there, so that a
+// closed connection is an error. A closed standard output still ends the program.
 Remote::NoPipeSignal::NoPipeSignal() {
     sigset_t pipe;
     sigemptyset(&pipe);
@@ -125,7 +125,8 @@ void Remote::accept(rpcPppoeiaResult result, const std::string &what) {
     if (result == RPC_PPPOEIA_SUCCESS) return;
     const rpcNodeText &why = node(rpc_node_why_1);
     if (why.result != 0) return expect(result, what);
-    // Any other result may be for want of an engine, which has a status of its own.
+    // Any other result may mean that the engine is missing, which has its own
+    // status.
     if (result != RPC_PPPOEIA_NOT_FOUND && result != RPC_PPPOEIA_PROFILE_MODE)
         throw Failed(why.text);
     throw Refused(why.text);

@@ -1,5 +1,5 @@
-// Calls of the node's RPC services, over the local socket of the management process: no
-// port mapper is asked, and nobody else can answer.
+// Calls of the node's RPC services over the management process's local socket:
+// without the port mapper, and no other user's process can answer.
 #pragma once
 
 #include "rpc/pppoeia.h"
@@ -20,12 +20,12 @@ struct Unreachable : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The agent was reached and said no.
+// The agent refused the request.
 struct Refused : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The same, and it may be that the engine does not answer.
+// The same, perhaps because the engine does not answer.
 struct Failed : Refused {
     using Refused::Refused;
 };
@@ -67,8 +67,8 @@ class Remote {
 public:
     Remote();
 
-    // A call by the function that rpcgen made for it, of the agent's program or of the node's own.
-    // Its reply lasts until the next call of the same function.
+    // Makes a call through rpcgen's stub, of the agent's program or of the node's
+    // own. The reply is valid until the next call of the same stub.
     template <class Reply, class... Parameters, class... Arguments>
     const Reply &call(Reply *(*function)(Parameters...), Arguments... arguments) {
         return answer(agent_, function, arguments...);
@@ -78,8 +78,8 @@ public:
         return answer(node_, function, arguments...);
     }
 
-    // A call that changes something, of either program; `what` is named when it
-    // is refused and the agent does not say why.
+    // Makes a changing call of either program. `what` names the change if it is
+    // refused and the agent gives no reason.
     template <class Reply, class... Parameters, class... Arguments>
     void change(const std::string &what, Reply *(*function)(Parameters...),
                 Arguments... arguments) {
@@ -127,7 +127,8 @@ private:
             return keep(function, *reply);
     }
 
-    // The function forgets the memory of its earlier reply: it is freed here.
+    // The stub overwrites its earlier reply without freeing it, so it is freed
+    // here.
     template <class Reply, class... Parameters>
     static const Reply &keep(Reply *(*function)(Parameters...), const Reply &reply) {
         static std::map<Reply *(*)(Parameters...), Reply> last;

@@ -11,10 +11,10 @@ namespace ia::ctl {
 namespace {
 
 constexpr std::size_t name_width = 22;
-constexpr std::size_t least_width = 8;  // of a column that gives way
+constexpr std::size_t least_width = 8;  // of a column that is narrowed
 constexpr char gap[] = "  ";
 
-// Characters, not bytes: those of UTF-8 that begin one.
+// Counts UTF-8 characters, not bytes.
 std::size_t width_of(const std::string &text) {
     return static_cast<std::size_t>(
         std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; }));
@@ -42,8 +42,8 @@ std::size_t used(const std::vector<std::size_t> &widths) {
     return sum - std::min(sum, sizeof gap - 1);
 }
 
-// Takes from the least useful columns until the row fits. A column of width 0 is
-// left out.
+// Narrows the least useful columns until the row fits. A column of width 0 is left
+// out.
 void fit(const std::vector<Column> &columns, std::vector<std::size_t> &widths,
          std::size_t available) {
     std::vector<std::size_t> order;
@@ -52,7 +52,7 @@ void fit(const std::vector<Column> &columns, std::vector<std::size_t> &widths,
     std::ranges::stable_sort(order, {}, [&](std::size_t i) { return columns[i].useful; });
     const auto over = [&] { return used(widths) - std::min(used(widths), available); };
     for (const std::size_t i : order) {
-        if (columns[i].right) continue;  // a number that is cut is another one
+        if (columns[i].right) continue;  // a truncated number would be wrong
         const std::size_t least = std::min(widths[i], least_width);
         widths[i] -= std::min(widths[i] - least, over());
     }
@@ -62,7 +62,7 @@ void fit(const std::vector<Column> &columns, std::vector<std::size_t> &widths,
 
 struct Character {
     std::uint32_t code;
-    std::size_t size;  // bytes; 0: no character of UTF-8 begins here
+    std::size_t size;  // bytes; 0: not a UTF-8 character
 };
 
 Character character_at(std::string_view text) {
@@ -83,7 +83,7 @@ Character character_at(std::string_view text) {
     return {code, code < least[size] ? 0 : size};
 }
 
-// Control characters, and those that turn the direction of writing.
+// Control characters, and characters that change the direction of writing.
 bool acts_on_terminals(std::uint32_t code) {
     return code < 0x20 || (code >= 0x7F && code < 0xA0) || (code >= 0x202A && code <= 0x202E) ||
            (code >= 0x2066 && code <= 0x2069);

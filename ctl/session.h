@@ -1,4 +1,4 @@
-// What the commands of one run share.
+// State shared by the commands of one run.
 #pragma once
 
 #include "ctl/arguments.h"
@@ -14,19 +14,18 @@ class Session {
 public:
     bool json = false;
     Status verdict = done;  // of the last command
-    bool batch = false;     // commands come from a file: nobody is there to answer questions
+    bool batch = false;     // commands come from a file: no questions to the operator
 
-    // Connects when first asked for.
+    // Connects at the first use.
     Remote &agent() {
         if (!agent_) agent_.emplace();
         return *agent_;
     }
 
-    // All ports of the bridge that frames come from, as they were when first
-    // asked for.
+    // The ports of the bridge on which frames arrive, as of the first use.
     const std::vector<PortName> &ports();
 
-    // Whether the agent was reached and says that its engine does not answer.
+    // Whether the agent is reachable and reports that its engine does not answer.
     bool engine_is_away();
 
 private:

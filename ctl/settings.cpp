@@ -54,7 +54,7 @@ const node::VlanSettings &record_for(Call &call, const node::Settings &all,
     return found(call, all.vlans, static_cast<std::uint16_t>(call.number("vlan")));
 }
 
-// What is not described of a line is not set.
+// Settings of a line that the description lacks count as not set.
 node::LineSettings record_for(Call &call, const node::Settings &all, const node::LineSettings *) {
     const auto line =
         all.lines.find({call.number("port"), static_cast<std::uint16_t>(call.number("vlan"))});

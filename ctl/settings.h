@@ -1,4 +1,4 @@
-// Settings by their table: as JSON, and back to what the description says.
+// Settings by their table: as JSON, and back to the description's values.
 #pragma once
 
 #include "ctl/change.h"
@@ -11,11 +11,11 @@
 
 namespace ia::ctl {
 
-// All settings, in force or as the description has them.
+// All settings: those in force, or the description's.
 node::Settings settings_in_force(Call &call);
 node::Settings described_settings(Call &call);
 
-// A value as JSON has it: a word where there is one.
+// A value in JSON: its word if it has one.
 template <class Record, class Field>
 Json json_of(const node::Setting<Record, Field> &setting, const Field &value) {
     for (const auto &[word, number] : setting.words)
@@ -24,7 +24,7 @@ Json json_of(const node::Setting<Record, Field> &setting, const Field &value) {
     return value;
 }
 
-// What is set, by the names of the answers.
+// The settings present, by their names in the answers.
 template <class Record>
 Json json_of_record(const Record &record) {
     Json all = Json::object();
@@ -35,7 +35,7 @@ Json json_of_record(const Record &record) {
     return all;
 }
 
-// What the description says of the settings that are not as it says.
+// The description's values of the settings that differ from it.
 template <class Record>
 Json described_otherwise(const Record &now, const Record &described) {
     Record differing;
@@ -48,7 +48,8 @@ Json described_otherwise(const Record &now, const Record &described) {
 
 std::string setting_line(const char *label, const char *key, const Json &settings);
 
-// A line for each; behind one that is not as described, what the description says.
+// One line a setting; if it differs from the description, with the description's
+// value.
 template <class Record>
 std::string fields_of(const Json &settings) {
     std::string text;
@@ -68,7 +69,7 @@ const node::VlanSettings &record_for(Call &call, const node::Settings &all,
                                      const node::VlanSettings *);
 node::LineSettings record_for(Call &call, const node::Settings &all, const node::LineSettings *);
 
-// The procedure's arguments: those of the command, then the value.
+// The procedure's arguments: the command's, then the value.
 template <auto Function, class Reply, class... Parameters, class Value, std::size_t... Keys>
 void set_to(Call &call, Reply *(*)(Parameters...), const Value &value,
             std::index_sequence<Keys...>) {

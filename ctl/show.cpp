@@ -1,4 +1,4 @@
-// What the agent is set to.
+// Shows the agent's settings.
 #include "ctl/answers.h"
 #include "ctl/devices.h"
 #include "ctl/screen.h"
@@ -11,8 +11,8 @@ namespace ia::ctl {
 
 namespace {
 
-// The Circuit ID of the record is the store's own, without the system's texts: no
-// frame carries it. Those that frames carry depend on the VLAN.
+// The record's Circuit ID is the store's own, without the system's texts; no frame
+// carries it. The IDs in frames depend on the VLAN.
 Json json_of(const rpcPppoeiaIntfInfo &port, std::uint32_t number,
              const std::map<std::uint32_t, std::string> &devices) {
     const auto device = devices.find(number);
@@ -32,7 +32,7 @@ Json json_of(const rpcPppoeiaIntfInfo &port, std::uint32_t number,
     };
 }
 
-// What the engine puts into the frames of this VLAN; nothing where it is not said.
+// The IDs that the engine puts into frames of this VLAN; null when it does not say.
 void add_ids(Json &port, Call &call, std::uint16_t vlan) {
     const auto number = port.at("number").get<std::uint32_t>();
     const std::string what = "port " + port.at("name").get<std::string>();
@@ -85,7 +85,7 @@ void print_bridge(const Json &answer) {
           field("ports", bridge.at("ports")) + field("VLANs", bridge.at("vlans")));
 }
 
-// The records carry no number; both lists have the same ports.
+// The records have no number; both lists have the same ports in the same order.
 Json show_ports(Call &call) {
     const rpcResultPppoeiaIntfInfoList &ports =
         call.agent().call(rpc_pppoeia_get_interface_info_all_1);
@@ -156,7 +156,7 @@ Json show_port(Call &call) {
     }
     const node::PortSettings now = settings_in_force(call).ports[number];
     port["described"] = described_otherwise(now, described_settings(call).ports[number]);
-    // Null where the agent cannot tell: an entry without a mode hides the others.
+    // Null when the agent cannot tell: an entry without a mode hides the others.
     port["vlans"] = entries.result == RPC_PPPOEIA_SUCCESS ? lines : Json();
     return {{"port", port}};
 }

@@ -1,4 +1,4 @@
-// What the agent counted.
+// Shows the agent's counters.
 #include "ctl/answers.h"
 #include "ctl/live.h"
 #include "ctl/screen.h"
@@ -52,7 +52,7 @@ Json read(Call &call) {
     return {{"counters", rows}};
 }
 
-// What became of the frames of one port, and which left by it.
+// The outcomes of one port's frames, and the frames sent by it.
 void add_frames(Call &call, Json &answer) {
     const auto port = call.maybe("port");
     if (!port) return;
@@ -110,7 +110,8 @@ std::string table_of(const Json &rows) {
                  rows);
 }
 
-// Adds "<counter>_rate" a second, since the row before; counters wrap at 2^32.
+// Adds "<counter>_rate", the change per second since the previous row; counters
+// wrap at 2^32.
 void add_rates(Json &now, const Json &before, double seconds) {
     std::map<Json, const Json *> old;  // by port
     if (!before.is_null() && seconds > 0)
@@ -181,7 +182,7 @@ Json show_stats(Call &call) {
 }
 
 void print_stats(const Json &answer) {
-    if (answer.is_null()) return;  // watched
+    if (answer.is_null()) return;  // --watch has printed it
     const Json &rows = answer.at("counters");
     std::fputs((rows.size() == 1 ? list_of(rows[0]) : table_of(rows)).c_str(), stdout);
     std::fputs(frames_text(answer).c_str(), stdout);

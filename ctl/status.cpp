@@ -1,4 +1,4 @@
-// How the node's processes are.
+// Shows the health of the node's processes.
 #include "ctl/answers.h"
 #include "ctl/screen.h"
 #include "node/settings/replace_file.h"
@@ -23,7 +23,7 @@ std::string time_text(std::time_t seconds) {
 
 namespace {
 
-// Of a finding; a node without any is healthy.
+// The status of a finding; a node without findings is healthy.
 constexpr Word severities[] = {
     {"note", RPC_NODE_NOTE}, {"warning", RPC_NODE_WARNING}, {"critical", RPC_NODE_CRITICAL}};
 constexpr Word healths[] = {

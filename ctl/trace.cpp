@@ -1,4 +1,4 @@
-// Discovery frames as the engine saw and left them, line by line.
+// Prints Discovery frames as received and as sent, one line each.
 #include "ctl/answers.h"
 #include "ctl/decode.h"
 #include "ctl/devices.h"
@@ -15,7 +15,7 @@ namespace ia::ctl {
 
 namespace {
 
-constexpr int poll_ms = 50;  // between two looks when nothing came
+constexpr int poll_ms = 50;  // pause when no frame came
 constexpr int none_yet = 1;
 
 [[noreturn]] void throw_unreachable() {
@@ -26,11 +26,11 @@ constexpr int none_yet = 1;
 struct Port {
     std::string name;
     std::string device;
-    const char *direction;  // of frames that come from it
+    const char *direction;  // of frames received on it
 };
 using Ports = std::map<std::uint32_t, Port>;
 
-// Frames of a port that faces the network go down to a subscriber.
+// Frames received on a network port go down to a subscriber.
 Ports read_ports(Remote &agent) {
     const rpcNodePortList &list = agent.node(rpc_node_ports_1);
     const auto devices = devices_of_ports(agent);
@@ -45,8 +45,8 @@ Ports read_ports(Remote &agent) {
     return ports;
 }
 
-// Whether a frame came from the port or was to go there. The output device of one
-// that goes to several ports is the bridge.
+// Whether a frame came from the port or was meant for it. A frame to several ports
+// has the bridge as its output device.
 bool concerns(const WatchedFrame &frame, const Ports &ports, std::uint32_t number) {
     if (frame.port == number) return true;
     const auto port = ports.find(number);
@@ -57,7 +57,7 @@ bool concerns(const WatchedFrame &frame, const Ports &ports, std::uint32_t numbe
     return output == port->second.device || (output == frame.bridge && across);
 }
 
-// The port that a device is; null for none of them, as for a bridge.
+// The port of a device; null when it is no port, for example a bridge.
 Json port_named(const Ports &ports, const std::string &device) {
     for (const auto &[number, port] : ports)
         if (!device.empty() && port.device == device) return port.name;
@@ -109,7 +109,7 @@ std::string joined(const Json &list) {
     return text.empty() ? "-" : text;
 }
 
-// What was done to a frame that went on.
+// The change made to a forwarded frame.
 std::string change_of(const Json &frame) {
     const Json &came = frame.at("came");
     const Json &left = frame.at("left");
@@ -123,7 +123,7 @@ std::string change_of(const Json &frame) {
     return has_ids(came) && !has_ids(left) ? " tag removed" : "";
 }
 
-// The tags by name, texts behind those that have one.
+// The tags by name, with the text of those that have one.
 std::string tags_of(const Json &side) {
     std::string text = joined(side.at("tags"));
     for (const Json &tag : side.at("texts"))
@@ -131,13 +131,13 @@ std::string tags_of(const Json &side) {
     return text;
 }
 
-// The session id where there is one: in PADS and PADT.
+// The session id, in PADS and PADT only.
 std::string session_of(const Json &side) {
     const Json &session = side.at("session");
     return session.is_null() || session == 0 ? "" : " session " + session.dump();
 }
 
-// Where a frame that went on went to.
+// The destination of a forwarded frame.
 std::string output_of(const Json &frame) {
     if (frame.at("left").is_null()) return "";
     const bool several = frame.at("output_device") == frame.at("bridge");

@@ -14,8 +14,7 @@ bool begins_with(const std::vector<std::string> &words, const std::vector<std::s
     return words.size() >= start.size() && std::equal(start.begin(), start.end(), words.begin());
 }
 
-// What a command line gives to a command: its positional values, and its options
-// by their names.
+// The arguments given to a command: positional values, and options by name.
 struct Given {
     std::vector<std::string> values;
     std::vector<std::string> options;
@@ -79,7 +78,7 @@ std::string hint_of(const Argument &argument) {
     return std::string(" (") + argument.help + ')';
 }
 
-// An option given, a value too much or too few; empty: none of these.
+// An option that was given, a value too many or too few; empty: none of these.
 std::string misfit(const Command &command, const Given &given) {
     for (const std::string &option : given.options)
         if (const std::string unknown = unknown_option(command, option); !unknown.empty())

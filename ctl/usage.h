@@ -1,4 +1,4 @@
-// Command lines as they should be, and why one is not.
+// Usage lines, and explanations of wrong command lines.
 #pragma once
 
 #include "ctl/command.h"
@@ -17,23 +17,22 @@ std::string usage_of(const Command &command);
 // "default, atm or custom".
 std::string words_of(Words words);
 
-// Why a value cannot be this argument's; empty when it can.
+// The reason why a value does not fit this argument; empty if it fits.
 std::string fault_of(const Argument &argument, const std::string &value);
 
-// A command line without its "--" options, judged: the words that no command
-// begins with, what is missing, what is too much. `fallback` is the parser's own
-// complaint.
+// Explains a wrong command line (without "--" options): unknown command, missing or
+// surplus arguments. `fallback` is the parser's own message.
 std::string complaint(const std::vector<std::string> &words, const std::string &fallback);
 
-// The command that the words begin with, the longest one, and how many of the
-// words are its path.
+// The longest command that the words begin with, and the number of words in its
+// path.
 struct Found {
     const Command *command = nullptr;
     std::size_t words = 0;
 };
 Found find_command(const std::vector<std::string> &words);
 
-// The words of a path, and those that may follow such a beginning.
+// The words of a path, and the words that may follow them.
 std::vector<std::string> split_path(const std::string &path);
 std::vector<std::string> next_words(const std::vector<std::string> &beginning);
 

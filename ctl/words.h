@@ -20,7 +20,7 @@ struct Word {
 using Words = std::span<const Word>;
 
 inline constexpr Word on_off[] = {{"off", 0}, {"on", 1}};
-// Those of the node description.
+// The words of the node description.
 template <const auto &Table>
 inline constexpr auto words_in = [] {
     std::array<Word, Table.size()> words{};
@@ -40,14 +40,14 @@ inline std::string word_for(Words words, int number) {
     return std::to_string(number);
 }
 
-// -1 for no such word.
+// -1 for an unknown word.
 inline int number_for(Words words, const std::string &text) {
     for (const auto &[word, meaning] : words)
         if (text == word) return meaning;
     return -1;
 }
 
-// Six numbers of one or two hexadecimal digits, with colons between; nothing for
+// Parses six numbers of one or two hexadecimal digits with colons between; none for
 // any other text.
 inline std::optional<std::array<std::uint8_t, 6>> mac_for(std::string_view text) {
     std::array<std::uint8_t, 6> mac{};

@@ -11,13 +11,13 @@ namespace ia::node {
 
 namespace {
 
-// Finds values used twice, in one pass.
+// Finds duplicate values in one pass.
 template <class Value>
 class Once {
 public:
     Once(const char *what, Problems &problems) : what_(what), problems_(problems) {}
 
-    // `line` 0: the value is absent or was refused, and claims nothing.
+    // `line` 0: the value is absent or was refused, and is not recorded.
     void claim(const Value &value, unsigned line, const std::string &shown) {
         if (line == 0) return;
         const auto [first, is_new] = lines_.try_emplace(value, line);
@@ -32,7 +32,7 @@ private:
     std::unordered_map<Value, unsigned> lines_;
 };
 
-// Keys that only some types of interface have.
+// Keys that only some interface types have.
 struct OwnedKey {
     std::string_view key;
     std::initializer_list<InterfaceType> owners;
@@ -108,7 +108,8 @@ private:
         }
     }
 
-    // Puts an interface or a VLAN on its bridge. Null when that is not known.
+    // Assigns an interface or a VLAN to its bridge. Null when the bridge is
+    // unknown.
     template <class Record>
     const Bridge *place(Record &record, const KeyLines &lines) {
         if (record.bridge.empty() && !description_.bridges.empty())
@@ -170,7 +171,7 @@ private:
             problems_.add(line, "circuit_id_mode \"atm\" on " +
                                     quoted(facts_of(interface.type).word) +
                                     ", expected only on \"atm\"");
-        // The agent hears of an ONU's equipment by its serial.
+        // The agent learns an ONU's equipment through its serial.
         if (interface.type == InterfaceType::onu && lines.of("mac") && interface.serial.empty())
             problems_.add(lines.of("mac"), "mac without serial, expected a serial beside it");
     }
@@ -209,7 +210,7 @@ private:
         }
     }
 
-    // Those that others name as their parent may be there without a device.
+    // Interfaces that others name as their parent may lack a device.
     void bridge_ports() {
         constexpr std::size_t most = 1023;
         std::set<std::uint32_t> parents;
@@ -223,7 +224,7 @@ private:
                               "bridge takes no more");
     }
 
-    // A priority-tagged frame counts as untagged, whatever tag comes behind.
+    // A priority-tagged frame counts as untagged, whatever tag follows.
     void untagged_frames() {
         for (const Bridge &bridge : description_.bridges)
             if (bridge.settings.enabled.value_or(true) &&

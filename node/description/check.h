@@ -1,4 +1,4 @@
-// What must hold between the sections of a description.
+// Checks between the sections of a description.
 #pragma once
 
 #include "node/description/problems.h"
@@ -6,7 +6,7 @@
 
 namespace ia::node {
 
-// Also puts interfaces and VLANs that name no bridge on the first one.
+// Also assigns interfaces and VLANs that name no bridge to the first one.
 void check_description(Sections &sections, Problems &problems);
 
 }  // namespace ia::node

@@ -1,5 +1,5 @@
-// The node description: what a plain Linux machine is to the agent, as one
-// TOML file says it. Plain values; read once, then only read.
+// The node description: a plain Linux machine as the agent sees it, read from one
+// TOML file. Plain values; read-only after reading.
 #pragma once
 
 #include "node/description/limits.h"
@@ -29,7 +29,7 @@ enum class InterfaceType : std::uint32_t {
     access = 8,  // "access": Ethernet towards a subscriber
 };
 
-// All that follows from an interface's type.
+// Properties of an interface type.
 struct TypeFacts {
     InterfaceType type;
     std::string_view word;                // in a description

@@ -11,7 +11,7 @@ class Scan {
 public:
     explicit Scan(std::string_view text) : rest_(text) {}
 
-    // 0: nothing is too deep.
+    // 0: nothing is nested too deeply.
     unsigned line_too_deep() {
         while (!rest_.empty()) {
             const char c = rest_.front();

@@ -1,4 +1,4 @@
-// What is wrong with a description, collected while it is read.
+// Collects the errors of a description while it is read.
 #pragma once
 
 #include <string>
@@ -11,18 +11,18 @@ class Problems {
 public:
     void add(unsigned line, std::string text) { list_.push_back({line, std::move(text)}); }
 
-    // What is allowed, and seldom meant.
+    // For text that is allowed but rarely intended.
     void warn(unsigned line, std::string text) { warnings_.push_back({line, std::move(text)}); }
 
-    // Those of one line, which was read by itself.
+    // Adds the problems of a line that was read by itself.
     void add_all(const Problems &of_line, unsigned line) {
         for (const Problem &problem : of_line.list_) add(line, problem.text);
     }
 
     bool any() const { return !list_.empty(); }
 
-    // "FILE:LINE: text" for each of the first hundred, by line, separated by line
-    // ends; then how many more there are.
+    // "FILE:LINE: text" for each of the first hundred problems, sorted by line, one
+    // a line; then the number of the others.
     std::string report(const std::string &file) const { return lines(list_, file); }
     std::string warnings(const std::string &file) const { return lines(warnings_, file); }
 
@@ -40,12 +40,12 @@ private:
 // Control characters escaped, as \x1B.
 std::string printable(std::string_view text);
 
-// Text of the file within quotes, fit for a terminal: what cannot be printed is
-// escaped, and a long text is cut.
+// Text of the file in quotes, safe for a terminal: unprintable characters are
+// escaped, long text is cut.
 std::string quoted(std::string_view text);
 
-// The candidate with the fewest letters to change, or an empty view when none
-// is near.
+// The candidate with the smallest edit distance, or an empty view when none is
+// similar.
 [[gnu::visibility("default")]] std::string_view nearest(
     std::string_view word, const std::vector<std::string_view> &candidates);
 

@@ -1,4 +1,4 @@
-// Reads the node description. What the file may hold: docs/node-description.md.
+// Reads the node description. docs/node-description.md describes the file.
 #pragma once
 
 #include "node/description/description.h"
@@ -10,14 +10,14 @@
 
 namespace ia::node {
 
-// Everything that is wrong with a description, one line a problem, in the
-// file's order: "FILE:LINE: what is wrong, expected what".
+// All errors of a description, one a line, in the file's order: "FILE:LINE: error,
+// expected ...".
 class DescriptionError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Reads and checks the whole file (at most 16 MiB). Interfaces and VLANs that
-// name no bridge come back on the first one. Throws DescriptionError.
+// Reads and checks the whole file (at most 16 MiB). Interfaces and VLANs that name
+// no bridge get the first one. Throws DescriptionError.
 Description read_description(const std::string &file);
 
 }  // namespace ia::node

@@ -1,5 +1,5 @@
-// The description's sections: one table each says which keys there are and how
-// each value is taken.
+// The description's sections: a table each, with the keys and how their values are
+// read.
 #include "node/description/sections.h"
 
 #include "node/description/setting_values.h"
@@ -19,7 +19,7 @@ constexpr std::int64_t most_port_records = 65536;
 
 constexpr std::size_t device_name_max = IFNAMSIZ - 1;
 
-// A name that the kernel accepts for a network device.
+// A valid name of a network device.
 template <auto Member, std::size_t Most>
 bool device(const Value &value, RecordOf<Member> &record) {
     if (!text<Member, 1, Most>(value, record)) return false;
@@ -39,7 +39,7 @@ bool path(const Value &value, RecordOf<Member> &record) {
     return true;
 }
 
-// An ONU's serial: the vendor's four letters in hexadecimal, eight characters more.
+// An ONU's serial: the vendor's four letters in hexadecimal, then eight characters.
 template <auto Member>
 bool onu_serial(const Value &value, RecordOf<Member> &record) {
     constexpr std::size_t vendor_digits = 8;
@@ -131,7 +131,7 @@ constexpr Key<Description> settings_keys[] = {
     {"auto", optional, flag<&Description::settings_auto>},
 };
 
-// Collectors pass over files of other names.
+// Collectors ignore files with other names.
 template <auto Member>
 bool prom_file(const Value &value, RecordOf<Member> &record) {
     if (!path<Member, path_max>(value, record)) return false;
@@ -236,7 +236,7 @@ constexpr auto keys_of_port_vlan = with(port_vlan_keys, keys_of_settings<&PortVl
 
 // --- sections ------------------------------------------------------------------
 
-// A section that stands once.
+// A section that may occur once.
 struct Single {
     std::string_view section;
     std::span<const Key<Description>> keys;
@@ -257,7 +257,7 @@ void read_single(const toml::node &node, Sections &sections, Problems &problems)
     read_record<Description>(*table, Which.section, Which.keys, sections.description, problems);
 }
 
-// A section that may stand many times.
+// A section that may occur many times.
 template <class Record>
 struct List {
     std::string_view section;

@@ -1,4 +1,4 @@
-// From TOML text to records: each section by itself.
+// Converts TOML text to records, section by section.
 #pragma once
 
 #include "node/description/description.h"
@@ -11,8 +11,8 @@
 
 namespace ia::node {
 
-// Where a section's keys stand. Only keys whose value was accepted are here, so
-// the checks between sections never build on a refused value.
+// The lines of a section's keys. Only keys with an accepted value are listed, so
+// that the checks between sections never use a refused value.
 struct KeyLines {
     std::vector<std::pair<std::string_view, unsigned>> keys;
 
@@ -24,7 +24,7 @@ struct KeyLines {
     }
 };
 
-// The lists of lines run along the description's lists of records.
+// These lists of lines are parallel to the description's lists of records.
 struct Sections {
     Description description;
     std::vector<KeyLines> bridge_lines;
@@ -33,7 +33,7 @@ struct Sections {
     std::vector<KeyLines> port_vlan_lines;
 };
 
-// Empty when the text is not TOML; that is then the only problem.
+// Empty for invalid TOML; that is then the only problem.
 std::optional<Sections> read_sections(std::string_view text, Problems &problems);
 
 }  // namespace ia::node

@@ -1,4 +1,5 @@
-// A setting's value as TOML, both ways. Included only by the sources that know TOML.
+// A setting's value from TOML and to TOML. Only for sources that use the TOML
+// library.
 #pragma once
 
 #include "node/description/settings_records.h"
@@ -12,8 +13,8 @@
 
 namespace ia::node {
 
-// TOML is UTF-8 and an operator's text any bytes: one that is not plain travels
-// as { hex = "..." }.
+// TOML is UTF-8, an operator's text any bytes: a text that is not printable ASCII
+// is written as { hex = "..." }.
 std::string put_text(const std::string &text);
 
 // Nothing unless the digits are those of at most `longest` bytes, none of them 00.

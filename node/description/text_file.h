@@ -1,4 +1,4 @@
-// A whole text file.
+// Reads a whole text file.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@ enum class Links { followed, refused };
 
 inline constexpr std::size_t largest_description = 16U << 20;  // bytes
 
-// A regular file of at most `largest` bytes. Throws DescriptionError, naming the
-// file and why.
+// Reads a regular file of at most `largest` bytes. Throws DescriptionError with the
+// file and the reason.
 std::string read_text_file(const std::string &file, Links links = Links::followed,
                            std::size_t largest = largest_description);
 

@@ -1,6 +1,6 @@
-// Taking TOML apart into records: a table of keys says which a section has and
-// how each value is taken; a taker reports what it refuses. Included only by the
-// sources that know TOML.
+// Converts TOML to records: a table of keys says which keys a section has and how
+// each value is read; a reader reports the values that it refuses. Only for sources
+// that use the TOML library.
 #pragma once
 
 #include "node/description/nesting.h"

@@ -1,5 +1,4 @@
-// The words a description may use where only some are allowed, in the order in
-// which they are listed to the reader.
+// The words that a description accepts, in the order in which errors list them.
 #pragma once
 
 #include "node/description/description.h"

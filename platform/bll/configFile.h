@@ -39,9 +39,9 @@ public:
     // on failure, 2 when the description names no file.
     boost::function<int(std::string &text)> save;
     boost::function<int(std::string &text)> clear;
-    boost::function<int(std::string &text)> show;  // all settings in force, as TOML
+    boost::function<int(std::string &text)> show;       // all settings in force, as TOML
     boost::function<int(std::string &text)> described;  // what they would be without operators
-    boost::function<int(std::string &text)> diff;  // lines with "-" saved, "+" in force
+    boost::function<int(std::string &text)> diff;       // lines with "-" saved, "+" in force
     boost::function<int(status_t &status)> status;
 
     // Reads the node description again and applies the differences; a dry run only
