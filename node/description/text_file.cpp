@@ -16,7 +16,7 @@ std::string read_text_file(const std::string &file, Links links, std::size_t lar
     const auto refuse = [&file](const std::string &why) {
         throw DescriptionError(file + ": " + why);
     };
-    // Without this flag, opening a FIFO would wait for its writer.
+    // O_NONBLOCK: opening a FIFO would otherwise wait for its writer.
     const int number = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK |
                                               (links == Links::refused ? O_NOFOLLOW : 0));
     if (number < 0 && errno == ELOOP) refuse("is a symbolic link, expected a regular file");

@@ -70,7 +70,7 @@ void rpcProxyServeLocally(unsigned long program, unsigned long version,
     local_programs().push_back({program, version, dispatch});
 }
 
-RPCLocalSocket::RPCLocalSocket(std::string socketPath) : path_(std::move(socketPath)) {
+RPCLocalSocket::RPCLocalSocket(std::string socket_path) : path_(std::move(socket_path)) {
     Socket made;
     if (made.descriptor < 0) fail(errno, path_);
     listen_at(made.descriptor, path_);
