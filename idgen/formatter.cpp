@@ -87,7 +87,7 @@ void each_ipv6_group(std::string_view text, Take take) {
     each_field([&](std::size_t number, std::string_view field) {
         if (!field.empty()) return take(field);
         if (number == 0) return take("0");
-        for (std::size_t left = fields; left <= ipv6_groups; ++left) take("0");
+        for (std::size_t group = fields; group <= ipv6_groups; ++group) take("0");
     });
 }
 

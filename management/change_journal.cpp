@@ -54,14 +54,14 @@ std::vector<std::string> ChangeJournal::read() const {
     for (ssize_t size; opened && (size = ::read(opened.get(), part.data(), part.size())) > 0;)
         bytes.append(part.data(), static_cast<std::size_t>(size));
     std::vector<std::string> records;
-    std::string_view left = bytes;
-    while (left.size() >= head_size) {
-        const std::size_t length = take(left);
-        const std::uint32_t wanted = take(left.substr(4));
-        left.remove_prefix(head_size);
-        if (left.size() < length || checksum(left.substr(0, length)) != wanted) break;
-        records.emplace_back(left.substr(0, length));
-        left.remove_prefix(length);
+    std::string_view rest = bytes;
+    while (rest.size() >= head_size) {
+        const std::size_t length = take(rest);
+        const std::uint32_t wanted = take(rest.substr(4));
+        rest.remove_prefix(head_size);
+        if (rest.size() < length || checksum(rest.substr(0, length)) != wanted) break;
+        records.emplace_back(rest.substr(0, length));
+        rest.remove_prefix(length);
     }
     return records;
 }

@@ -56,7 +56,7 @@ bool Management::announce() {
     const BLLManager::exclusiveLock_t alone;
     if (!alone.owns_lock()) return false;
     if (!started_) return true;  // the start announces everything
-    const bool made = make_all([this] {
+    const bool made = run_changes([this] {
         const bool bound = bindings_.tell(description_, false);
         refused_ = !framework_.apply(present());  // until the next announcement
         return bindings_.end_others(description_) && bound;

@@ -65,7 +65,7 @@ void Management::configure_if_wanted() {
 void Management::configure() {
     configure_task_.at(loop_.now() + between_attempts);  // stays in force if this throws
     devices_ = seams_.devices();
-    const bool made = make_all([this] { return announce_all(); });
+    const bool made = run_changes([this] { return announce_all(); });
     look_task_.ask();
     configure_task_.at(loop_.now() + between_attempts);
     if (!made || !bridges_are_served()) return;

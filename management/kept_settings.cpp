@@ -28,9 +28,9 @@ void drop_changed(Map &wanted, const Map &was, const Map &now) {
     for (auto &[key, record] : wanted) {
         const auto before = was.find(key), after = now.find(key);
         if (before == was.end() || after == now.end()) continue;
-        node::each_setting<Record>([&, &left = record](const auto &setting) {
+        node::each_setting<Record>([&, &target = record](const auto &setting) {
             const auto field = setting.field;
-            if (before->second.*field != after->second.*field) (left.*field).reset();
+            if (before->second.*field != after->second.*field) (target.*field).reset();
         });
     }
     std::erase_if(wanted, [](const auto &entry) { return entry.second == Record(); });

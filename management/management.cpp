@@ -119,7 +119,7 @@ void Management::unanswered(const EngineCall &call) {
 
 // Runs the changes. If one fails, or the engine leaves a call unanswered, the whole
 // configuration is made again.
-bool Management::make_all(const std::function<bool()> &changes) {
+bool Management::run_changes(const std::function<bool()> &changes) {
     const OwnChanges own;
     if (changes() && !own.failed()) return true;
     link_.on(EngineLink::Event::failed);

@@ -84,7 +84,7 @@ private:
     void report(const std::string &trouble);
     int made(const EngineCall &call);
     void unanswered(const EngineCall &call);
-    bool make_all(const std::function<bool()> &changes);
+    bool run_changes(const std::function<bool()> &changes);
     void make_anew();
     void look();
     void tell_reread();

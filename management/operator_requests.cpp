@@ -63,7 +63,7 @@ int Management::status(configFile::status_t &status) {
 // If this fails halfway it is undone: everything is configured again as before, and
 // frames are held until then.
 int Management::clear(std::string &text) {
-    const bool cleared = make_all([this] {
+    const bool cleared = run_changes([this] {
         for (const node::Bridge &bridge : description_.bridges)
             if (hold_frames(bridge.name.c_str(), 0) != 0) return false;
         return framework_.clear_configuration();
@@ -73,7 +73,7 @@ int Management::clear(std::string &text) {
         text = "the agent did not take all of its settings back: nothing is cleared\n";
         return 1;
     }
-    const bool made = make_all([this] {
+    const bool made = run_changes([this] {
         settings_.forget();
         bool released = true;
         for (const node::Bridge &bridge : description_.bridges)

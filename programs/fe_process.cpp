@@ -45,10 +45,9 @@ void reload(const std::string &file, node::Kernel &kernel) {
 // Checks the engine as a caller would: the request thread must answer, and no
 // worker may keep its bridge locked. "No such bridge" counts as an answer.
 bool answers(const node::Description &description) {
-    constexpr int no_answer = 4;
     const bool all = std::ranges::all_of(description.bridges, [](const node::Bridge &bridge) {
         pppoeia_stats unused{};
-        return pppoeia_bridge_stats_get(bridge.name.c_str(), &unused) != no_answer;
+        return pppoeia_bridge_stats_get(bridge.name.c_str(), &unused) != client_no_answer;
     });
     if (!all) syslog(LOG_ERR, "the engine does not answer itself: the watchdog is not told");
     return all;

@@ -19,7 +19,7 @@ std::atomic<unsigned> process_generation{0};
 [[maybe_unused]] const int fork_handler =
     pthread_atfork(nullptr, nullptr, [] { ++process_generation; });
 
-milliseconds left_until(Deadline deadline) {
+milliseconds time_until(Deadline deadline) {
     return std::chrono::duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now());
 }
 
@@ -44,8 +44,9 @@ std::optional<Connection> Connection::open(const char *path, Deadline deadline) 
     if (!address || !fd) return std::nullopt;
     for (;;) {
         // With a full backlog, connect() blocks up to the send time-out.
-        const milliseconds left = left_until(deadline);
-        if (left.count() <= 0 || !set_limit(fd.get(), SO_SNDTIMEO, left)) return std::nullopt;
+        const milliseconds remaining = time_until(deadline);
+        if (remaining.count() <= 0 || !set_limit(fd.get(), SO_SNDTIMEO, remaining))
+            return std::nullopt;
         if (connect(fd.get(), reinterpret_cast<const sockaddr *>(&*address), sizeof *address) == 0)
             return Connection(std::move(fd));
         if (errno != EINTR) return std::nullopt;
@@ -56,11 +57,11 @@ std::optional<Connection> Connection::open(const char *path, Deadline deadline) 
 // it stays, which saves a system call.
 bool Connection::limit_wait(Deadline deadline) {
     constexpr milliseconds tolerance{50};
-    const milliseconds left = left_until(deadline);
-    if (left.count() <= 0) return false;
-    if (limit_ >= left - tolerance && limit_ <= left + tolerance) return true;
-    limit_ = left;
-    return set_limit(fd_.get(), SO_RCVTIMEO, left);
+    const milliseconds remaining = time_until(deadline);
+    if (remaining.count() <= 0) return false;
+    if (limit_ >= remaining - tolerance && limit_ <= remaining + tolerance) return true;
+    limit_ = remaining;
+    return set_limit(fd_.get(), SO_RCVTIMEO, remaining);
 }
 
 Exchange Connection::exchange(std::span<const std::uint8_t> request, std::span<std::uint8_t> &reply,

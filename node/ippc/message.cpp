@@ -34,7 +34,7 @@ public:
     }
 
     bool ok() const { return ok_; }
-    std::size_t left() const { return rest_.size(); }
+    std::size_t remaining() const { return rest_.size(); }
 
 private:
     std::span<const std::uint8_t> rest_;
@@ -79,7 +79,8 @@ std::optional<std::string> read_message(std::span<const std::uint8_t> bytes, Mes
         param.bytes = reader.bytes(reader.number<std::uint32_t>());
         if (!reader.ok()) return "it is cut off in parameter " + std::to_string(i);
     }
-    if (reader.left() != 0) return std::to_string(reader.left()) + " bytes follow its parameters";
+    if (reader.remaining() != 0)
+        return std::to_string(reader.remaining()) + " bytes follow its parameters";
     return std::nullopt;
 }
 

@@ -11,9 +11,9 @@ namespace {
 
 constexpr std::uint32_t heading_max = ETHER_HDR_LEN + 3 * 4;  // with the tags that the engine reads
 
-template <std::size_t size>
-void copy_name(const std::string &name, char (&to)[size]) {
-    name.copy(to, size - 1);
+template <std::size_t Size>
+void copy_name(const std::string &name, char (&to)[Size]) {
+    name.copy(to, Size - 1);
 }
 
 bool same(const filter_port &a, const filter_port &b) {

@@ -25,7 +25,8 @@ bool RecordReader::step(int socket) {
     static thread_local std::array<char, 64 * 1024> buffer;
     const bool marking = mark_read_ < sizeof mark_;
     void *const into = marking ? static_cast<void *>(mark_ + mark_read_) : buffer.data();
-    const std::size_t wanted = marking ? sizeof mark_ - mark_read_ : std::min(left_, buffer.size());
+    const std::size_t wanted =
+        marking ? sizeof mark_ - mark_read_ : std::min(remaining_, buffer.size());
     const ssize_t got = recv(socket, into, wanted, MSG_DONTWAIT);
     if (got < 0 && (errno == EAGAIN || errno == EINTR)) return false;
     if (got <= 0) {
@@ -38,9 +39,9 @@ bool RecordReader::step(int socket) {
         if (mark_read_ == sizeof mark_) read_mark();
     } else {
         call_.insert(call_.end(), buffer.data(), buffer.data() + size);
-        left_ -= size;
+        remaining_ -= size;
     }
-    if (state_ == part && mark_read_ == sizeof mark_ && left_ == 0) {
+    if (state_ == part && mark_read_ == sizeof mark_ && remaining_ == 0) {
         mark_read_ = 0;
         if (last_) state_ = whole;
     }
@@ -50,9 +51,9 @@ bool RecordReader::step(int socket) {
 void RecordReader::read_mark() {
     constexpr unsigned last_fragment = 0x80;
     last_ = (mark_[0] & last_fragment) != 0;
-    left_ = std::size_t(mark_[0] & ~last_fragment) << 24 | std::size_t(mark_[1]) << 16 |
-            std::size_t(mark_[2]) << 8 | std::size_t(mark_[3]);
-    if (left_ > longest_call - call_.size()) state_ = ended;
+    remaining_ = std::size_t(mark_[0] & ~last_fragment) << 24 | std::size_t(mark_[1]) << 16 |
+                 std::size_t(mark_[2]) << 8 | std::size_t(mark_[3]);
+    if (remaining_ > longest_call - call_.size()) state_ = ended;
 }
 
 void RecordReader::clear() {

@@ -35,7 +35,7 @@ private:
     std::vector<char> call_;
     unsigned char mark_[4] = {};
     std::size_t mark_read_ = 0;
-    std::size_t left_ = 0;  // bytes remaining of this fragment
+    std::size_t remaining_ = 0;  // bytes remaining of this fragment
     bool last_ = false;
 };
 
