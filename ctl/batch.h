@@ -10,9 +10,9 @@
 
 namespace ia::ctl {
 
-// Splits a line into words, quoted as for a shell: 'literal', "with \" and \\", \
-// before one character; # begins a comment. Throws std::runtime_error for an
-// unclosed quote.
+// Splits a line into words, quoted as for a shell: 'literal', "with \" and \\", and \ in
+// front of one character. # begins a comment. Throws std::runtime_error for an unclosed
+// quote.
 std::vector<std::string> split_line(const std::string &line);
 
 struct Batch {
