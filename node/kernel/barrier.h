@@ -1,9 +1,9 @@
-// The second line: netfilter rules that let no Discovery frame into a described
-// bridge past the filter, whatever hangs at its ports.
+// The second barrier: netfilter rules that drop every Discovery frame that would
+// enter a described bridge past the filter, whatever its ports are.
 //
-// Nothing of Discovery crosses a described bridge itself: the filter takes every
-// frame off a port before the bridge sees it, and sends the engine's straight to
-// the output port. The rules stay when the process ends, however it ends.
+// No Discovery frame crosses a described bridge itself: the filter takes it off the
+// port before the bridge sees it, and sends the engine's frame directly to the
+// output port. The rules stay however the process ends.
 #pragma once
 
 #include "node/kernel/netlink.h"
@@ -20,26 +20,25 @@ class Barrier {
 public:
     struct Rules {
         std::set<std::string> bridges;       // Linux bridges that are closed to Discovery
-        std::set<std::uint16_t> tag_types;   // EtherTypes looked behind
+        std::set<std::uint16_t> tag_types;   // EtherTypes of VLAN tags, which the rules look behind
         std::set<std::uint32_t> open_ports;  // of the machine's other bridges
         bool operator==(const Rules &) const = default;
     };
 
     Barrier();
 
-    // Whether the kernel tells bridges apart here (its module nft_meta_bridge).
-    // Where it does not, every bridge port that is not among the open ones is
-    // closed, and only there the open ports count.
+    // Whether this kernel can match a bridge by name (module nft_meta_bridge). If
+    // not, the rules close every bridge port except the open ones; only then the
+    // open ports matter.
     bool knows_bridges() const { return knows_bridges_; }
 
-    // Replaces all rules in one step; nothing is open meanwhile. Without bridges
-    // there are none.
+    // Replaces all rules in one transaction, without a gap. No bridges: no rules.
     void put(const Rules &rules);
 
-    // Whether the table is there: others may have taken it away.
+    // Whether the table exists: others may have deleted it.
     bool stands();
 
-    // Takes the rules away. Whether there were any.
+    // Removes the rules. Returns whether there were any.
     bool remove();
 
 private:

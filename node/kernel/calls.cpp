@@ -1,4 +1,4 @@
-// The calls of the platform, which find the process's Kernel.
+// The platform's calls, answered by the process's Kernel.
 #include "node/kernel/kernel.h"
 #include "platform/frame_hold.h"
 #include "platform/kernel_modules.h"
@@ -10,8 +10,7 @@
 namespace ia::node {
 namespace {
 
-// Held for the whole of each request: a request never meets a Kernel that is
-// going.
+// Held during each request, so that none uses a Kernel that is being destroyed.
 std::mutex instance_lock;
 Kernel *instance = nullptr;
 
@@ -70,10 +69,10 @@ int Kernel::change(Change change) {
     return on_instance(-ENXIO, [&](Kernel &kernel) {
         const std::lock_guard guard(kernel.lock_);
         try {
-            kernel.catch_up();
+            kernel.process_notices();
             change(kernel);
         } catch (const std::system_error &error) {
-            kernel.tell({error.what()});  // so that all is looked at again soon
+            kernel.tell({error.what()});  // makes the watcher check everything soon
             throw;
         }
         return 0;
@@ -106,7 +105,7 @@ int Kernel::describe(const char *name, const char *device, std::uint16_t stag_et
         else
             kernel.ports_.forget(bridge.name);
         kernel.raise_barrier();
-        const auto errors = kernel.ports_.follow_all(false);
+        const auto errors = kernel.ports_.update_all(false);
         if (!errors.empty()) throw std::system_error(EIO, std::system_category(), errors.front());
     });
 }
@@ -135,7 +134,7 @@ int Kernel::clear_counts(const char *bridge, std::uint32_t port) {
 int Kernel::check(const char *name) {
     return on_instance(-ENXIO, [&](Kernel &kernel) {
         const std::lock_guard guard(kernel.lock_);
-        kernel.catch_up();
+        kernel.process_notices();
         const BridgeState *bridge = kernel.ports_.find(name);
         if (!bridge) return -ENOENT;
         if (bridge->device == 0) return 0;

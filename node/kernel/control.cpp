@@ -1,4 +1,4 @@
-// The control files: what is asked of the node's kernel modules.
+// Requests on the control files of the node's kernel modules.
 #include "node/kernel/kernel.h"
 #include "node/kernel/pseudo_device.h"
 #include "platform/kernel_modules.h"
@@ -11,7 +11,7 @@
 namespace ia::node {
 namespace {
 
-// A name field of a request; empty when it is not terminated.
+// A name field of a request; empty without a terminator.
 template <std::size_t Size>
 std::string field(const char (&text)[Size]) {
     const std::size_t length = strnlen(text, Size);
@@ -40,7 +40,7 @@ int Kernel::open_file(const std::string &path) {
     if (path == KVBRIDGE_CONFIG_PATH) {
         file.file = File::bridging;
     } else if (path != KVMNG_CONFIG_PATH) {
-        catch_up();  // the bridge may have come a moment ago
+        process_notices();  // the bridge may have been created just now
         file = {File::bridge, bridge_of(path)};
         const BridgeState *bridge = ports_.find(file.bridge);
         if (!bridge || bridge->device == 0) return -ENOENT;
@@ -91,7 +91,7 @@ void Kernel::close_file(int handle) {
     if (file == handles_.end()) return;
     BridgeState *bridge = ports_.find(file->second.bridge);
     if (bridge && bridge->holder == handle) {
-        ports_.direct(*bridge, 0);
+        ports_.set_pseudo(*bridge, 0);
         bridge->holder = -1;
     }
     handles_.erase(file);
@@ -102,7 +102,7 @@ int Kernel::add_pseudo(const std::string &name) {
     if (error != 0 && error != EEXIST) return -error;
     const int prepared = prepare_pseudo_device(name, BridgeState{}.pseudo_mtu());
     if (prepared != 0) return -prepared;
-    catch_up();
+    process_notices();
     const Link *link = links_.find(name);
     if (!link) return -ENODEV;
     pseudo_devices_[link->index] = name;
@@ -118,7 +118,7 @@ int Kernel::delete_pseudo(const std::string &name) {
     return -error;
 }
 
-// Over an attachment of the same bridge the new one wins; another bridge's
+// A new attachment of the same bridge replaces the earlier one; another bridge's
 // pseudo device is refused.
 int Kernel::attach(int handle, BridgeState &bridge, const std::string &device) {
     const auto known = find_pseudo(device);
@@ -129,7 +129,7 @@ int Kernel::attach(int handle, BridgeState &bridge, const std::string &device) {
     if (const int error = prepare_pseudo_device(device, bridge.pseudo_mtu())) return -error;
     bridge.attached_mtu = bridge.pseudo_mtu();
     filter_.attach(Hook::pseudo_out, pseudo, device);
-    ports_.direct(bridge, pseudo);
+    ports_.set_pseudo(bridge, pseudo);
     bridge.holder = handle;
     return 0;
 }

@@ -1,4 +1,4 @@
-// The loaded "pppoe" filter: its programs, their maps, and where they hang.
+// The loaded "pppoe" filter: its programs, their maps, and where they are attached.
 #pragma once
 
 #include "node/kernel/filter_maps.h"
@@ -14,19 +14,18 @@ struct filter_bpf;
 
 namespace ia::node {
 
-// Owns the programs and maps. What is attached stays attached when this object
-// goes: frames are then held. Calls may come from any thread, one at a time;
-// errors are std::system_error and name the device.
+// Owns the programs and maps. Attached programs stay attached after this object's
+// end, and hold their frames. Calls may come from any thread, one at a time; errors
+// are std::system_error and name the device.
 class Filter {
 public:
     Filter();
     ~Filter();
 
-    // Puts the program in place, over one of an earlier run without a moment
-    // between them.
+    // Attaches the program, replacing one of an earlier run without a gap.
     Attachment attach(Hook hook, int device, const std::string &name);
 
-    // Whether the program is in place and the first to run.
+    // Whether the program is attached and runs first.
     bool attached(Hook hook, int device);
 
     Places &places() { return places_; }
@@ -42,16 +41,18 @@ public:
     void clear_output(const std::string &name);
     void set_slot(const filter_port &port, int device);  // 0 frees it
 
-    // How many learnt addresses each port of a role has room for. By place, the
-    // shares of all ports fit into the role's part of FILTER_STATIONS.
+    // Sets the number of addresses that each port of a role may learn. Places are
+    // numbered so that the shares of all ports fit into the role's part of
+    // FILTER_STATIONS.
     void set_station_share(std::uint32_t role, std::uint32_t cells);
 
-    // A device's counts begin at zero; without this there are none of it.
+    // Starts a device's counts at zero; before that, nothing is counted.
     void begin_counts(int device);
     void end_counts(int device);
     frame_counts counts(int device) const;  // zeros when there are none
 
-    // The servers that may answer on a bridge; those that were the first are forgotten.
+    // Sets the servers that may answer on a bridge; forgets those that were allowed
+    // as the first.
     void set_servers(std::uint32_t bridge, const std::vector<std::array<std::uint8_t, 6>> &listed);
 
     int descriptor(Hook hook) const;  // of the program; this object's

@@ -1,4 +1,4 @@
-// Brings the filter into line with the devices there are and what is wanted of them.
+// Updates the filter to the present devices and their wanted state.
 #include "node/kernel/ports.h"
 
 #include <net/ethernet.h>
@@ -38,9 +38,9 @@ bool Ports::is_agent_bridge(const Link &link) const {
     });
 }
 
-std::optional<Ports::Wish> Ports::wish(const Link &link) {
+std::optional<Ports::WantedPort> Ports::wanted_port(const Link &link) {
     if (link.master == 0) {
-        if (awaited_.contains(link.name) && !is_agent_bridge(link)) return Wish{};
+        if (awaited_.contains(link.name) && !is_agent_bridge(link)) return WantedPort{};
         return std::nullopt;
     }
     const auto found = bindings_.find(link.name);
@@ -49,19 +49,19 @@ std::optional<Ports::Wish> Ports::wish(const Link &link) {
         if (bridge.device != link.master) continue;
         if (!binding || binding->bridge != bridge.description.name || !link.forwarding ||
             is_held(binding->bridge, binding->port))
-            return Wish{};
-        return Wish{&bridge, binding};
+            return WantedPort{};
+        return WantedPort{&bridge, binding};
     }
     return std::nullopt;
 }
 
-std::vector<std::string> Ports::follow_all(bool verify) {
+std::vector<std::string> Ports::update_all(bool verify) {
     locate_bridges();
     drop_unwanted();
     std::vector<std::string> errors;
     for (const auto &[index, link] : links_.all()) {
         try {
-            secure(link, verify);
+            install_filter(link, verify);
         } catch (const std::system_error &error) {
             if (error.code().value() != ENODEV) errors.emplace_back(error.what());
         }
@@ -70,30 +70,30 @@ std::vector<std::string> Ports::follow_all(bool verify) {
     return errors;
 }
 
-void Ports::follow(const std::string &device) {
-    if (const Link *link = links_.find(device)) follow(link->index);
+void Ports::update(const std::string &device) {
+    if (const Link *link = links_.find(device)) update(link->index);
 }
 
-void Ports::follow(int device) {
+void Ports::update(int device) {
     const Link *link = links_.find(device);
     const bool was_bridge =
         std::any_of(bridges_.begin(), bridges_.end(),
                     [&](const BridgeState &state) { return state.device == device; });
     if (was_bridge || (link && is_agent_bridge(*link))) {
-        const auto errors = follow_all(false);
+        const auto errors = update_all(false);
         if (!errors.empty()) throw std::system_error(EIO, std::system_category(), errors.front());
         return;
     }
     const auto known = ports_.find(device);
     const std::optional<filter_port> before =
         known == ports_.end() ? std::nullopt : known->second.known;
-    if (!link || !wish(*link)) {
+    if (!link || !wanted_port(*link)) {
         drop(device);
     } else {
-        // Its old name may by now be another port's.
+        // Another port may have its old name by now.
         if (known != ports_.end() && link->name != known->second.name)
             withdraw(device, known->second);
-        secure(*link, false);
+        install_filter(*link, false);
     }
     const auto now = ports_.find(device);
     if (before) store_bridge(before->bridge);
@@ -103,7 +103,7 @@ void Ports::follow(int device) {
 }
 
 void Ports::verify(int device) {
-    if (const Link *link = links_.find(device)) secure(*link, true);
+    if (const Link *link = links_.find(device)) install_filter(*link, true);
 }
 
 void Ports::store_bridge(std::uint32_t number) {
@@ -141,17 +141,18 @@ void Ports::drop_unwanted() {
     std::vector<int> unwanted;
     for (auto &[device, port] : ports_) {
         const Link *link = links_.find(device);
-        if (!link || !wish(*link))
+        if (!link || !wanted_port(*link))
             unwanted.push_back(device);
-        else if (link->name != port.name)  // by now perhaps another port's name
+        else if (link->name != port.name)  // another port may have that name by now
             withdraw(device, port);
     }
     for (const int device : unwanted) drop(device);
 }
 
-// The programs come first: until the filter knows the port, it holds.
-void Ports::secure(const Link &link, bool verify) {
-    const auto wanted = wish(link);
+// The programs are attached first: they hold frames until the filter knows the
+// port.
+void Ports::install_filter(const Link &link, bool verify) {
+    const auto wanted = wanted_port(link);
     if (!wanted) return;
     if (!ports_.contains(link.index)) filter_.begin_counts(link.index);
     Port &port = ports_[link.index];
@@ -166,7 +167,7 @@ void Ports::secure(const Link &link, bool verify) {
     publish(link.index, port, *wanted);
 }
 
-void Ports::publish(int device, Port &port, const Wish &wanted) {
+void Ports::publish(int device, Port &port, const WantedPort &wanted) {
     if (!wanted.bridge) return withdraw(device, port);
     filter_port record{};
     record.bridge = wanted.bridge->number;
@@ -193,8 +194,8 @@ void Ports::publish(int device, Port &port, const Wish &wanted) {
     port.told = true;
 }
 
-// Shares become smaller as ports come, and do not grow again as they go. An address
-// whose cell has become another port's is forgotten when that port needs it.
+// Shares shrink as ports come, and do not grow again as they go. An address in a
+// cell that now belongs to another port is forgotten when that port needs the cell.
 std::uint32_t Ports::take_place(std::uint32_t role) {
     const std::uint32_t place = lowest_free(places_[role]);
     places_[role].insert(place);
@@ -216,7 +217,7 @@ void Ports::withdraw(int device, Port &port) {
 }
 
 void Ports::withdraw_bridge(BridgeState &bridge) {
-    direct(bridge, 0);
+    set_pseudo(bridge, 0);
     for (auto &[device, port] : ports_)
         if (port.known && port.known->bridge == bridge.number) withdraw(device, port);
     filter_.clear_output(bridge.description.name);
@@ -229,7 +230,7 @@ void Ports::store_bridge(BridgeState &bridge) {
     if (record.pseudo == 0) bridge.epoch = ++epochs_;
     record.epoch = bridge.epoch;
     record.stag_ethertype = bridge.description.stag_ethertype;
-    // Until the engine has made room for larger ones, those of before pass.
+    // Frames of the old size pass until the engine has room for larger ones.
     const int room = bridge.attached_mtu + ETHER_HDR_LEN - RECORD_SIZE;
     record.frame_max = bridge.pseudo == 0
                            ? bridge.frame_max()

@@ -37,14 +37,14 @@ Kernel::Kernel(const Description &description) : barrier_(make_barrier()) {
     ports_.describe(description);
     links_.replace(list_links());
     raise_barrier();
-    if (const auto errors = ports_.follow_all(false); !errors.empty())
+    if (const auto errors = ports_.update_all(false); !errors.empty())
         throw std::runtime_error(joined(errors));
     take_over();
     watcher_ = std::thread(&Kernel::watch, this);
     enlist();
 }
 
-// The hold stays.
+// The hold outlives this object.
 Kernel::~Kernel() {
     delist();
     events_.stop();
@@ -65,8 +65,8 @@ std::array<std::uint64_t, OUTCOME_COUNT> Kernel::outcomes() const {
     return filter_.outcomes();
 }
 
-// What an earlier engine left: pseudo devices wait for their bridge, programs on
-// devices that are no ports any more go.
+// Cleans up after an earlier engine: its pseudo devices wait for their bridge;
+// programs on devices that are no ports any more are removed.
 void Kernel::take_over() {
     for (const int device : filter_.places().devices()) {
         const Link *link = links_.find(device);
@@ -82,10 +82,10 @@ void Kernel::take_over() {
 
 void Kernel::hold_pseudo(int device) {
     for (BridgeState &bridge : ports_.bridges())
-        if (bridge.pseudo == device) ports_.direct(bridge, 0);
+        if (bridge.pseudo == device) ports_.set_pseudo(bridge, 0);
 }
 
-// Closes the described bridges, wherever that differs from before.
+// Closes the described bridges if the rules differ from the present ones.
 void Kernel::raise_barrier() {
     if (!barrier_) return;
     Barrier::Rules rules;
@@ -122,18 +122,18 @@ void Kernel::raise_barrier() {
     raise_barrier();
 }
 
-// Says what is wrong, once, until something else is.
+// Logs a problem once, until it changes.
 void Kernel::tell(const std::vector<std::string> &errors) {
     const std::string trouble = joined(errors);
     if (trouble != trouble_ && !trouble.empty()) syslog(LOG_ERR, "%s", trouble.c_str());
     trouble_ = trouble;
-    if (in_order_ && !trouble.empty()) events_.wake();  // the watcher waits for longer
+    if (in_order_ && !trouble.empty()) events_.wake();  // ends the watcher's long wait
     in_order_ = trouble.empty();
 }
 
-// A pseudo device that somebody deletes takes the engine's socket with it; its
-// bridge holds until the engine adds the bridge anew. One that is set down
-// swallows every frame; it is set up again while it serves a bridge.
+// If a pseudo device is deleted, the engine's socket goes with it: its bridge is
+// held until the engine adds the bridge again. If it is set down, it drops every
+// frame: it is set up again while it serves a bridge.
 void Kernel::follow_pseudo(int device) {
     const auto known = pseudo_devices_.find(device);
     if (known == pseudo_devices_.end()) return;
@@ -166,13 +166,13 @@ void Kernel::check_pseudo_devices(bool verify) {
 
 void Kernel::look_at_all() {
     links_.replace(list_links());
-    auto errors = ports_.follow_all(true);
+    auto errors = ports_.update_all(true);
     check_pseudo_devices(true);
     raise_barrier();
     tell(errors);
 }
 
-void Kernel::follow(const LinkEvents::Change &change, std::vector<std::string> &errors) {
+void Kernel::apply_notices(const LinkEvents::Change &change, std::vector<std::string> &errors) {
     const auto attempt = [&](auto act) {
         try {
             act();
@@ -182,7 +182,7 @@ void Kernel::follow(const LinkEvents::Change &change, std::vector<std::string> &
     };
     for (const LinkNotice &notice : change.links) {
         links_.apply(notice);
-        attempt([&] { ports_.follow(notice.link.index); });
+        attempt([&] { ports_.update(notice.link.index); });
         attempt([&] { follow_pseudo(notice.link.index); });
     }
     for (const int device : std::set(change.filters.begin(), change.filters.end())) {
@@ -198,18 +198,18 @@ void Kernel::follow(const LinkEvents::Change &change, std::vector<std::string> &
         attempt([&] { raise_barrier(); });
 }
 
-// Takes the notices there are, with the lock held.
-void Kernel::catch_up() {
+// Reads and applies the waiting notices. The caller holds the lock.
+void Kernel::process_notices() {
     const LinkEvents::Change change = events_.take();
     if (change.lost) return look_at_all();
     if (change.links.empty() && change.filters.empty()) return;
     std::vector<std::string> errors;
-    follow(change, errors);
-    if (in_order_ || !errors.empty()) tell(errors);  // it is the look at all that clears
+    apply_notices(change, errors);
+    if (in_order_ || !errors.empty()) tell(errors);  // only the check of everything clears an error
 }
 
-// What could not be done, for want of memory say, is tried again: there may be no
-// other notice of it.
+// A failure, for example without memory, is tried again: there may be no other
+// notice.
 void Kernel::watch() {
     using namespace std::chrono_literals;
     bool in_order = true;
@@ -217,7 +217,7 @@ void Kernel::watch() {
         const std::lock_guard guard(lock_);
         try {
             if (in_order_)
-                catch_up();
+                process_notices();
             else
                 look_at_all();
         } catch (const std::exception &error) {

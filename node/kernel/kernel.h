@@ -1,13 +1,11 @@
-// The node's kernel side on a plain Linux machine: pseudo devices and the
-// "pppoe" filter of the Linux bridges, behind the control requests of
-// platform/kernel_modules.h.
+// The kernel side of a plain Linux node: pseudo devices and the "pppoe" filter of
+// the Linux bridges, controlled by the requests of platform/kernel_modules.h.
 //
-// From construction on no Discovery frame passes a described bridge but through
-// the engine: frames are held, which is to say dropped, until the filter is
-// attached, and again when the bridge's control file is closed. The hold outlives
-// the process: one that ends, however it ends, leaves its programs and netfilter
-// rules in place, and the next one takes all of it over. Only release_node() makes
-// plain bridges again.
+// From construction on, a Discovery frame crosses a described bridge only through
+// the engine. Frames are held, that is dropped, until the filter is attached, and
+// again when the bridge's control file is closed. The hold outlives the process:
+// however it ends, its programs and netfilter rules stay, and the next process
+// takes them over. Only release_node() removes them.
 #pragma once
 
 #include "node/description/description.h"
@@ -27,22 +25,22 @@
 
 namespace ia::node {
 
-// One in a process, and one in a network namespace. The control requests find
-// it; without it they fail with ENOENT. Any thread may call.
+// One per process and per network namespace. The control requests use it; without
+// it they fail with ENOENT. Any thread may call.
 class Kernel {
 public:
-    // Takes from the description which bridges there are and which devices wait to
-    // join one, and holds them all: which device is which port comes by bind().
-    // Throws std::system_error or std::runtime_error, naming the device or the
-    // place in the description, when the filter cannot be put in place. Then too,
-    // what is in place holds.
+    // Takes the bridges and the devices that will join them from the description,
+    // and holds them all; bind() says which device is which port. Throws
+    // std::system_error or std::runtime_error naming the device or the place in the
+    // description, when the filter cannot be installed. The parts already installed
+    // then hold their frames.
     explicit Kernel(const Description &description);
     ~Kernel();
     Kernel(const Kernel &) = delete;
     Kernel &operator=(const Kernel &) = delete;
 
-    // Puts the limits of another description in force, and nothing else of it. Throws
-    // std::system_error when the filter could not be told.
+    // Applies only the limits of another description. Throws std::system_error when
+    // the filter could not be set.
     void limit(const Description &description);
 
     // The devices that carry the filter.
@@ -67,11 +65,11 @@ public:
     static int describe(const char *bridge, const char *device, std::uint16_t stag_ethertype,
                         std::uint32_t max_pdu);
 
-    // What became of a port's frames (platform/frame_hold.h).
+    // The counts of a port's frames (platform/frame_hold.h).
     static int count(const char *bridge, std::uint32_t port, frame_counts &counts);
     static int clear_counts(const char *bridge, std::uint32_t port);
 
-    // Whether a bridge's frames come to the engine (platform/frame_hold.h).
+    // Checks that a bridge's frames reach the engine (platform/frame_hold.h).
     static int check(const char *name);
 
 private:
@@ -89,7 +87,7 @@ private:
     int delete_pseudo(const std::string &name);
     int attach(int handle, BridgeState &bridge, const std::string &device);
 
-    // Changes the bridges or their ports, and tells the caller of a failure.
+    // Changes the bridges or their ports, and reports a failure to the caller.
     template <class Change>
     static int change(Change change);
 
@@ -97,9 +95,9 @@ private:
     void delist();
     std::map<int, std::string>::iterator find_pseudo(const std::string &name);
 
-    void catch_up();
+    void process_notices();
     void look_at_all();
-    void follow(const LinkEvents::Change &change, std::vector<std::string> &errors);
+    void apply_notices(const LinkEvents::Change &change, std::vector<std::string> &errors);
     void follow_pseudo(int device);
     void check_pseudo_devices(bool verify);
     void raise_barrier();
@@ -114,18 +112,18 @@ private:
     Links links_;
     Filter filter_;
     Ports ports_{filter_, links_};
-    std::optional<Barrier> barrier_;             // none where the kernel has no netfilter
+    std::optional<Barrier> barrier_;             // none if the kernel has no netfilter
     Barrier::Rules rules_;                       // in force
     std::map<int, std::string> pseudo_devices_;  // by interface index
     std::map<int, Handle> handles_;
-    std::string trouble_;   // with the ports or devices, as last told
-    bool in_order_ = true;  // otherwise all is looked at again soon
+    std::string trouble_;   // last logged trouble with ports or devices
+    bool in_order_ = true;  // false: the watcher soon checks everything again
     std::thread watcher_;
 };
 
-// Takes away all that engines have left on this machine: programs, their clsact
-// qdiscs where nothing else hangs there, pseudo devices, netfilter rules. Returns
-// a line for each. Throws std::runtime_error while an engine runs.
+// Removes everything that engines have installed on this machine: programs, their
+// clsact qdiscs unless others use them, pseudo devices, netfilter rules. Returns a
+// line for each. Throws std::runtime_error while an engine runs.
 std::vector<std::string> release_node();
 
 }  // namespace ia::node

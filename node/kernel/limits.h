@@ -1,4 +1,4 @@
-// What the description says of limits, as the filter reads it.
+// The description's limits in the filter's form.
 #pragma once
 
 #include "node/description/description.h"
@@ -12,11 +12,11 @@
 
 namespace ia::node {
 
-// So many frames a second, so many at once.
+// A rate in frames a second, and a burst.
 filter_rate rate_of(std::uint32_t rate, std::uint32_t burst);
 
-// Those of a description, by name of bridge and port. What it does not name has the usual
-// ones.
+// The limits of a description, by bridge and port. Bridges and ports that it does
+// not name have the defaults.
 class Policies {
 public:
     Policies() = default;

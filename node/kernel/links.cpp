@@ -56,7 +56,7 @@ Link read_link(const nlmsghdr &message) {
             case IFLA_MTU: link.mtu = static_cast<int>(mnl_attr_get_u32(&attribute)); break;
             case IFLA_MASTER: link.master = static_cast<int>(mnl_attr_get_u32(&attribute)); break;
             case IFLA_LINKINFO: read_info(attribute, link); break;
-            // Of a port, where its bridge tells of it; else of another kind.
+            // Sent by the device's bridge if it is a port; else by another source.
             case IFLA_PROTINFO:
                 if (info.ifi_family == AF_BRIDGE) read_port_state(attribute, link);
                 break;
@@ -66,8 +66,8 @@ Link read_link(const nlmsghdr &message) {
     return link;
 }
 
-// Notices of a bridge about its port bear the port's state alone; others bear
-// parts of a device, and no name.
+// A bridge's notice about a port has only the port's state; other notices have
+// parts of a device and no name.
 std::optional<LinkNotice> read_notice(const nlmsghdr &message) {
     const auto &info = payload<ifinfomsg>(message);
     const Link link = read_link(message);
@@ -85,7 +85,7 @@ std::optional<LinkNotice> read_notice(const nlmsghdr &message) {
         link};
 }
 
-// Filters that this engine has put in place itself need no look.
+// Filters that this engine installed itself need no check.
 bool is_own_filter(const nlmsghdr &message) {
     bool own = false;
     each_attribute(message, sizeof(tcmsg), [&](const nlattr &attribute) {
@@ -183,7 +183,7 @@ LinkEvents::LinkEvents()
       wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       stop_(eventfd(0, EFD_CLOEXEC)) {
     if (!notices_ || !wake_ || !stop_) fail("netlink notices");
-    // Without the right to it, as many as the machine's limit allows.
+    // Without the privilege, the machine's limit applies.
     if (setsockopt(notices_.get(), SOL_SOCKET, SO_RCVBUFFORCE, &notices_kept,
                    sizeof notices_kept) != 0)
         setsockopt(notices_.get(), SOL_SOCKET, SO_RCVBUF, &notices_kept, sizeof notices_kept);

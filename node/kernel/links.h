@@ -1,4 +1,4 @@
-// The machine's network devices, as the kernel tells of them over netlink.
+// The machine's network devices, as reported by netlink.
 #pragma once
 
 #include "node/descriptor.h"
@@ -18,7 +18,7 @@ struct Link {
     std::string name;
     std::string kind;  // "bridge", "tun", "veth"; empty for hardware
     bool ethernet = false;
-    bool up = false;          // as its user wants it
+    bool up = false;          // administratively up
     bool forwarding = false;  // as a bridge port: not blocked, not without carrier
 
     bool is_bridge() const { return kind == "bridge"; }
@@ -28,9 +28,9 @@ struct Link {
 // A change of one device.
 struct LinkNotice {
     enum class What {
-        changed,       // or new: `link` is whole
-        gone,          // only the index counts
-        port_changed,  // only the index and `forwarding` count
+        changed,       // or new: `link` is complete
+        gone,          // only the index is valid
+        port_changed,  // only the index and `forwarding` are valid
     };
     What what = What::changed;
     Link link;
@@ -39,15 +39,15 @@ struct LinkNotice {
 // All devices of the network namespace. Throws std::system_error.
 std::vector<Link> list_links();
 
-// Null when there is none of that name.
+// Null when no device has that name.
 const Link *find_link(const std::vector<Link> &links, const std::string &name);
 
-// The devices as the notices leave them. One thread at a time.
+// The device list, kept up to date by notices. One thread at a time.
 class Links {
 public:
     void replace(const std::vector<Link> &links);
 
-    // Null when the notice is of a device that is not known.
+    // Null for a notice of an unknown device.
     const Link *apply(const LinkNotice &notice);
 
     const Link *find(const std::string &name) const;  // null when there is none
@@ -62,8 +62,8 @@ private:
     std::map<std::string, int> names_;  // to interface index
 };
 
-// Notices of changed devices and of filters. Subscribed from construction on, so
-// that a list made afterwards misses nothing.
+// Notices of changed devices and filters. Subscribes at construction, so that a
+// list made afterwards misses no change.
 class LinkEvents {
 public:
     LinkEvents();
@@ -72,18 +72,17 @@ public:
     LinkEvents &operator=(const LinkEvents &) = delete;
 
     struct Change {
-        bool lost = false;              // more than the kernel could keep: list anew
+        bool lost = false;              // the kernel dropped notices: list again
         std::vector<LinkNotice> links;  // in their order
-        std::vector<int> filters;       // devices whose filters others have changed
+        std::vector<int> filters;       // devices whose filters another process has changed
     };
-    // Waits until there are notices or wake() was called, at most so long. False
-    // after stop().
+    // Waits for notices or wake(), up to the limit. False after stop().
     bool wait(std::optional<std::chrono::milliseconds> limit = std::nullopt);
 
-    // Takes the notices there are.
+    // Reads the waiting notices.
     Change take();
 
-    int descriptor() const { return notices_.get(); }  // readable when there are notices
+    int descriptor() const { return notices_.get(); }  // readable when notices wait
 
     void wake();  // from any thread
     void stop();  // from any thread

@@ -1,5 +1,5 @@
-// A netlink socket: requests, dumps and notices of the kernel's tables. It is
-// opened once and kept, so that a process without free descriptors still works.
+// A netlink socket for requests, dumps and notices. It is opened once and kept, so
+// that it works even when the process runs out of descriptors.
 #pragma once
 
 #include <libmnl/libmnl.h>
@@ -11,13 +11,13 @@
 
 namespace ia::node {
 
-// One thread at a time. Failures of the socket are std::system_error.
+// One thread at a time. Socket failures throw std::system_error.
 class Netlink {
 public:
     explicit Netlink(int protocol = NETLINK_ROUTE);
 
-    // Room for a request, and its netlink header with the family's header after
-    // it, filled with zeros but for the values of `family`.
+    // A buffer for a request: the netlink header, then the family's header with the
+    // values of `family`, the rest zeros.
     static constexpr std::size_t request_size = 4096;
     struct Request {
         alignas(nlmsghdr) char bytes[request_size];
@@ -36,12 +36,12 @@ public:
     int ask(Request &request);
 
     using OnMessage = std::function<void(const nlmsghdr &)>;
-    // Sends a dump request and hands every answer on. False when what is listed
-    // changed under the dump: it is to be repeated.
+    // Sends a dump request and passes on every answer. False when the table changed
+    // during the dump, which must then be repeated.
     bool dump(Request &request, const OnMessage &on_message);
 
-    // Sends a batch of messages, which the kernel takes whole or not at all: 0 or
-    // the errno value of the first refusal.
+    // Sends a batch of messages, which the kernel applies completely or not at all.
+    // Returns 0 or the errno value of the first refusal.
     int send_batch(std::span<const char> batch);
 
 private:
@@ -63,7 +63,7 @@ int take_attribute(const nlattr *attribute, void *take) {
     return MNL_CB_OK;
 }
 
-// Hands every attribute after the family's header on.
+// Passes on every attribute after the family's header.
 template <class Take>
 void each_attribute(const nlmsghdr &message, std::size_t family_size, Take take) {
     mnl_attr_parse(&message, static_cast<unsigned>(family_size), take_attribute<Take>, &take);

@@ -15,8 +15,8 @@
 namespace ia::node {
 namespace {
 
-// At one priority the kernel runs the filter first that came last, so a second
-// handle brings ours to the front again.
+// Among filters of one priority the kernel runs the latest first: attaching under a
+// second handle moves ours to the front.
 constexpr std::uint32_t handles[] = {0x8863, 0x8864};
 constexpr std::uint32_t first_priority = 1, next_priority = 2;
 constexpr std::string_view every_program_of_ours = "pppoeia_";

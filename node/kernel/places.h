@@ -1,5 +1,5 @@
-// Where the filter's programs hang: the clsact qdiscs of devices, read and
-// changed over netlink alone, which needs CAP_NET_ADMIN and nothing else.
+// Attaches the filter's programs to the clsact qdiscs of devices, over netlink
+// alone, which needs only CAP_NET_ADMIN.
 #pragma once
 
 #include "node/kernel/netlink.h"
@@ -24,25 +24,25 @@ struct Program {
 };
 
 struct Attachment {
-    bool qdisc = false;       // the device's clsact qdisc was made for it
-    bool taken_over = false;  // it took the place of an earlier run's
+    bool qdisc = false;       // the device's clsact qdisc was created for it
+    bool taken_over = false;  // it replaced an earlier run's program
 };
 
 // One thread at a time. Errors are std::system_error and name the device.
 class Places {
 public:
-    // Puts the program in front of all others there, over one of an earlier run
-    // without a moment between them.
+    // Attaches the program in front of all others, replacing one of an earlier run
+    // without a gap.
     Attachment attach(Hook hook, int device, const std::string &name, const Program &program);
 
-    // Whether the program is in place and the first to run.
+    // Whether the program is attached and runs first.
     bool attached(Hook hook, int device, const Program &program);
 
-    // Whether a program of ours, of this run or an earlier one, is in place.
+    // Whether a program of ours, of this or an earlier run, is attached.
     bool attached_by_anyone(Hook hook, int device);
 
-    // Takes our programs off; the qdisc too when `with_qdisc` and nobody else
-    // uses it. Whether there were any. Silent when the device is gone.
+    // Detaches our programs, and deletes the qdisc if `with_qdisc` and nobody else
+    // uses it. Returns whether there were any. A missing device is no error.
     bool detach(int device, bool with_qdisc);
 
     // The devices with a clsact qdisc.
@@ -53,9 +53,9 @@ private:
         std::uint32_t priority = 0;
         std::uint32_t handle = 0;
         std::uint32_t program = 0;  // its id; 0: another kind of filter
-        std::string name;           // of the program, as it was given
+        std::string name;           // the program's name
     };
-    std::vector<Entry> entries(std::uint32_t parent, int device);  // as they run
+    std::vector<Entry> entries(std::uint32_t parent, int device);  // in the order of running
     int add_qdisc(int device);
     int put(Hook hook, int device, std::uint32_t priority, std::uint32_t handle,
             const Program &program);

@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint16_t lowest_ethertype = 0x0600;
 constexpr std::uint16_t ethertype_discovery = 0x8863;
 
-// Null for a bridge that the filter can serve.
+// The bridge's value that the filter cannot serve; null when there is none.
 const char *fault_of(const Bridge &bridge) {
     if (bridge.max_pdu > FILTER_FRAME_MAX) return "max_pdu is above 9728";
     if (bridge.stag_ethertype < lowest_ethertype || bridge.stag_ethertype == ethertype_discovery)
@@ -54,7 +54,7 @@ void Ports::limit(const Description &description) {
     }
 }
 
-// Other limits do not end what is on its way.
+// Changed limits do not affect frames under way.
 void Ports::limit(int device, Port &port, const BridgeState &bridge) {
     const filter_policy &wanted = policies_.of(bridge.description.name, port.known->input);
     if (std::memcmp(&port.known->policy, &wanted, sizeof wanted) == 0) return;
@@ -100,7 +100,7 @@ void Ports::bind(const std::string &bridge, std::uint32_t port, const std::strin
     bindings_[device] = {bridge, port, role};
     awaited_.insert(device);
     count_from_zero(device);
-    follow(device);
+    update(device);
 }
 
 void Ports::unbind(const std::string &bridge, std::uint32_t port) {
@@ -111,7 +111,7 @@ void Ports::unbind(const std::string &bridge, std::uint32_t port) {
     const std::string device = found->first;
     awaited_.erase(device);
     bindings_.erase(found);
-    follow(device);
+    update(device);
 }
 
 BridgeState *Ports::find(const std::string &name) {
@@ -121,7 +121,7 @@ BridgeState *Ports::find(const std::string &name) {
     return found == bridges_.end() ? nullptr : &*found;
 }
 
-void Ports::direct(BridgeState &bridge, int pseudo) {
+void Ports::set_pseudo(BridgeState &bridge, int pseudo) {
     const int old = bridge.pseudo;
     if (pseudo != 0) filter_.set_pseudo(pseudo, bridge.number);
     bridge.pseudo = pseudo;
@@ -141,7 +141,7 @@ void Ports::hold(const std::string &bridge, std::uint32_t port, bool on) {
         held.erase(port);
     try {
         for (const std::uint32_t each : touched)
-            for (const std::string &device : devices_of(bridge, each)) follow(device);
+            for (const std::string &device : devices_of(bridge, each)) update(device);
         if (BridgeState *state = port == 0 ? find(bridge) : nullptr) store_bridge(*state);
     } catch (const std::system_error &) {
         held.insert(before.begin(), before.end());
@@ -177,7 +177,7 @@ void Ports::clear_counts(const std::string &bridge, std::uint32_t port) {
     if (link && carries(link->index)) filter_.begin_counts(link->index);
 }
 
-// What was counted for another port says nothing of this one.
+// Counts of another port must not count for this one.
 void Ports::count_from_zero(const std::string &device) {
     const Link *link = links_.find(device);
     if (link && carries(link->index)) filter_.begin_counts(link->index);

@@ -1,5 +1,5 @@
-// The ports of the described bridges: which devices carry the filter, and what
-// the filter knows of each.
+// The ports of the described bridges: the devices that carry the filter, and the
+// filter's data about each.
 #pragma once
 
 #include "node/description/description.h"
@@ -18,30 +18,30 @@
 
 namespace ia::node {
 
-// One described bridge. Its number stays the same while the description names
-// it, so frames on their way keep their meaning.
+// One described bridge. Its number does not change while the description names it,
+// so the number in frames under way stays valid.
 struct BridgeState {
     Bridge description;
     std::uint32_t number = 0;
     int device = 0;           // of the Linux bridge, 0 while there is none
     int mtu = 0;              // the device's
-    int pseudo = 0;           // where its frames go, 0 while they are held
+    int pseudo = 0;           // destination of its frames, 0: held
     int holder = -1;          // the control handle that attached it
-    int attached_mtu = 0;     // the pseudo device's, since then
-    std::uint32_t epoch = 0;  // of the frames that pass, from the last hold on
-    // Of its ports by role: slots in use, with the device's interface index.
+    int attached_mtu = 0;     // the pseudo device's MTU at that time
+    std::uint32_t epoch = 0;  // of frames that may pass, since the last hold
+    // Its ports by role: used slots, with the device's interface index.
     std::array<std::map<std::uint32_t, int>, FILTER_ROLES> slots;
 
-    // Largest frame that passes: a full one of the bridge device behind three tags,
-    // or what the description allows.
+    // The largest frame that passes: a full frame of the bridge device with three
+    // tags, or the description's limit.
     std::uint32_t frame_max() const;
 
-    // A packet socket sends as much as the MTU and an Ethernet header.
+    // A packet socket sends up to the MTU plus an Ethernet header.
     int pseudo_mtu() const;
 };
 
-// How many learnt addresses a port of a role has room for where there are so many
-// of them. In steps, as each change moves cells from one port to another.
+// The number of addresses that each port of a role may learn, for this many ports.
+// It changes in steps, since every change moves cells between ports.
 constexpr std::uint32_t station_share(std::uint32_t role, std::uint32_t ports) {
     constexpr std::uint32_t step = 8, share_max = 1024;
     const std::uint32_t cells = role == FILTER_NETWORK ? FILTER_NETWORK_STATIONS
@@ -49,7 +49,7 @@ constexpr std::uint32_t station_share(std::uint32_t role, std::uint32_t ports) {
     return std::min(cells / ((std::max(ports, 1U) + step - 1) / step * step), share_max);
 }
 
-// Of a set of numbers, or a map from them.
+// The lowest number not in a set, or not a key of a map.
 template <class Used>
 std::uint32_t lowest_free(const Used &used) {
     std::uint32_t free = 0;
@@ -71,38 +71,38 @@ struct PortStatus {
 // Not locked: the owner calls from one thread at a time.
 class Ports {
 public:
-    // The devices are the owner's, who tells of every change.
+    // `links` belongs to the owner, who reports every change of it.
     Ports(Filter &filter, const Links &links) : filter_(filter), links_(links) {}
 
-    // The bridges, and the devices that carry the filter before they join one, of
-    // which none is a port yet. Throws std::runtime_error, with nothing changed,
-    // when the filter cannot serve it.
+    // Takes over the bridges, and the devices that carry the filter before they
+    // join one; none is a port yet. Throws std::runtime_error, with nothing
+    // changed, when the filter cannot serve the description.
     void describe(const Description &description);
 
-    // The limits of a description, for the bridges and ports that there are and those that
-    // come. Servers that were allowed for being the first are forgotten. Throws
-    // std::system_error when the filter could not be told.
+    // Sets the limits of a description for present and future bridges and ports.
+    // Forgets the servers that were allowed because they were the first. Throws
+    // std::system_error when the filter could not be set.
     void limit(const Description &description);
 
-    // Brings the filter into line with the devices there are: every member of a
-    // described bridge carries it, and every described device that waits to
-    // join one. `verify` also looks whether it is still in place. Returns what
-    // went wrong, a line for each device.
-    std::vector<std::string> follow_all(bool verify);
+    // Updates the filter to the present devices: every member of a described bridge
+    // carries it, and so does every described device that is to join one. `verify`
+    // also checks that it is still installed. Returns the errors, a line for each
+    // device.
+    std::vector<std::string> update_all(bool verify);
 
-    // The same for one device that came, changed or went, and for what hangs on
-    // it; for all of them when it is a bridge. Throws std::system_error.
-    void follow(int device);
+    // The same for one device that came, changed or went, and for the devices that
+    // depend on it; for a bridge, all of them. Throws std::system_error.
+    void update(int device);
     void verify(int device);
 
-    // A bridge, added or with other values. Throws std::system_error: EINVAL for
-    // values that the filter cannot serve, ENOSPC for one too many.
+    // Adds a bridge or changes its values. Throws std::system_error: EINVAL for
+    // values that the filter cannot serve, ENOSPC for one bridge too many.
     void describe(const Bridge &bridge);
     void forget(const std::string &bridge);
 
-    // The device that is a bridge's port, and the port that has none any more.
-    // What either was bound to before ends, and is held. Throws std::system_error
-    // when the filter could not be told: what it was not told is held.
+    // Binds a device to a bridge's port, or ends the binding. Earlier bindings of
+    // either end, and their frames are held. Throws std::system_error when the
+    // filter could not be set; the affected frames are then held.
     void bind(const std::string &bridge, std::uint32_t port, const std::string &device,
               std::uint32_t role);
     void unbind(const std::string &bridge, std::uint32_t port);
@@ -112,36 +112,36 @@ public:
     BridgeState *find(const std::string &name);
     std::vector<BridgeState> &bridges() { return bridges_; }
 
-    // Where a bridge's frames go from now on; 0 holds them.
-    void direct(BridgeState &bridge, int pseudo);
+    // Sets the pseudo device that receives a bridge's frames; 0 holds them.
+    void set_pseudo(BridgeState &bridge, int pseudo);
 
-    // Holds the frames of a bridge's port, of the whole bridge for port 0, until
-    // they are released; releasing port 0 releases all. Neither need be there.
-    // Throws std::system_error when the filter could not be told: a hold is then
-    // wanted all the same, and a release is not.
+    // Holds the frames of a port, or of the whole bridge for port 0, until they are
+    // released; releasing port 0 releases all. Neither need exist. Throws
+    // std::system_error when the filter could not be set: a hold then stays wanted,
+    // a release does not take place.
     void hold(const std::string &bridge, std::uint32_t port, bool on);
 
     std::vector<PortStatus> status() const;
 
-    // What became of a port's frames since it was bound; zeros when it is not.
+    // The counts of a port's frames since it was bound; zeros if it is not bound.
     frame_counts counts(const std::string &bridge, std::uint32_t port) const;
     void clear_counts(const std::string &bridge, std::uint32_t port);
 
 private:
     struct Port {
         std::string name;
-        bool in_place = false;             // both programs hang there
-        bool with_qdisc = false;           // which goes with them
-        bool taken_over = false;           // an earlier run had hung there
-        std::optional<filter_port> known;  // what the filter was told
-        bool told = false;                 // all of it
+        bool in_place = false;             // both programs are installed
+        bool with_qdisc = false;           // the qdisc is removed with them
+        bool taken_over = false;           // the programs replaced those of an earlier run
+        std::optional<filter_port> known;  // the filter's record of it
+        bool told = false;                 // the filter has all of it
     };
     struct Binding {
         std::string bridge;
         std::uint32_t port = 0;
         std::uint32_t role = FILTER_SUBSCRIBER;
     };
-    struct Wish {
+    struct WantedPort {
         BridgeState *bridge = nullptr;  // null: the frames are held
         const Binding *binding = nullptr;
     };
@@ -149,17 +149,17 @@ private:
     void count_from_zero(const std::string &device);
     const Link *link_of(const std::string &bridge, std::uint32_t port) const;
     std::vector<std::string> devices_of(const std::string &bridge, std::uint32_t port) const;
-    void follow(const std::string &device);
+    void update(const std::string &device);
     bool is_held(const std::string &bridge, std::uint32_t port) const;
-    std::optional<Wish> wish(const Link &link);
+    std::optional<WantedPort> wanted_port(const Link &link);
     void add_bridge(const Bridge &bridge);
     bool is_agent_bridge(const Link &link) const;
     void locate_bridges();
     void drop(int device);
     void drop_unwanted();
     void store_bridge(std::uint32_t number);
-    void secure(const Link &link, bool verify);
-    void publish(int device, Port &port, const Wish &wanted);
+    void install_filter(const Link &link, bool verify);
+    void publish(int device, Port &port, const WantedPort &wanted);
     void limit(int device, Port &port, const BridgeState &bridge);
     void withdraw(int device, Port &port);
     void withdraw_bridge(BridgeState &bridge);
@@ -171,12 +171,12 @@ private:
     std::vector<BridgeState> bridges_;
     Policies policies_;
     std::map<std::string, Binding> bindings_;  // by device
-    std::set<std::string> awaited_;            // devices that carry it before they join
+    std::set<std::string> awaited_;            // devices that carry the filter before they join
     std::map<int, Port> ports_;                // by interface index
     std::map<std::string, std::set<std::uint32_t>> holds_;      // by bridge; port 0: all of it
-    std::array<std::set<std::uint32_t>, FILTER_ROLES> places_;  // in use, over all bridges
-    std::array<std::uint32_t, FILTER_ROLES> most_{};            // there have been of each
-    std::uint32_t epochs_ = 0;                                  // given out so far
+    std::array<std::set<std::uint32_t>, FILTER_ROLES> places_;  // used places, over all bridges
+    std::array<std::uint32_t, FILTER_ROLES> most_{};  // the highest number of ports so far, by role
+    std::uint32_t epochs_ = 0;                        // used so far
 };
 
 }  // namespace ia::node
