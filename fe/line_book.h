@@ -13,7 +13,7 @@ namespace ia {
 
 // A line is found by its port and its VLANs as they lie in the frame's record.
 inline constexpr std::size_t vlans_at = offsetof(kvbridge_frame_hdr, vlan);
-static_assert(offsetof(kvbridge_frame_hdr, cvlan) == vlans_at + sizeof(be16));
+static_assert(offsetof(kvbridge_frame_hdr, cvlan) == vlans_at + sizeof(Be16));
 
 inline std::uint32_t vlans_of(const std::uint8_t *record) {
     constexpr std::uint8_t no_priorities[] = {0x0F, 0xFF, 0x0F, 0xFF};

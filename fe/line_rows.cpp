@@ -24,8 +24,8 @@ struct TimeOfDay {
     std::uint64_t now, offset;
 };
 
-be16 vlan_of(const Line &line, std::size_t at) {
-    be16 vlan;
+Be16 vlan_of(const Line &line, std::size_t at) {
+    Be16 vlan;
     const auto vlans = static_cast<std::uint32_t>(line.key);
     std::memcpy(&vlan, reinterpret_cast<const char *>(&vlans) + at, sizeof vlan);
     return vlan;
@@ -47,7 +47,7 @@ line_row row_of(const Line &line, const TimeOfDay &day) {
     const bool open = told.session != 0;
     return {static_cast<std::uint32_t>(line.key >> 32),
             vlan_of(line, 0),
-            vlan_of(line, sizeof(be16)),
+            vlan_of(line, sizeof(Be16)),
             state_of(line, day.now),
             line.open,
             unanswered(line),
