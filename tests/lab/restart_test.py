@@ -71,11 +71,12 @@ class Holds(testing.LabTest):
         client, other, server = map(self.lab.wire, ("sub1", "sub2", "bng"))
         traffic = Traffic(client)
         for stopped in (False, True) * 5:
-            if stopped:
-                self.lab.engine.send(signal.SIGSTOP)
             for device in PORTS:
                 wait_until(lambda device=device: "clsact" in netns.run(
                     "tc", "qdisc", "show", "dev", device), f"the filters of {device}")
+            if stopped:
+                self.lab.engine.send(signal.SIGSTOP)
+            for device in PORTS:
                 netns.run("tc", "qdisc", "del", "dev", device, "clsact")
             sent = traffic.sent
             wait_until(lambda: traffic.sent > sent + 100, "traffic to go on")
