@@ -41,6 +41,8 @@ constexpr Argument option(const char *name, const char *help, Kind kind, int low
     return {name, help, kind, !required, false, {}, low, high};
 }
 constexpr Argument format = text("format", "Format, quoted for the shell", PPPOEIA_FORMAT_SIZE);
+constexpr Argument line_format =
+    text("format", "Format, quoted for the shell", PPPOEIA_FORMAT_SIZE - 1);
 constexpr Argument any_format = text("format", "Format, quoted for the shell");
 constexpr Argument mac = option("mac", "Address of the client", Kind::mac);
 constexpr Argument cvid = option("cvid", "Customer VLAN", Kind::vlan, 0, 4095);
@@ -106,8 +108,8 @@ constexpr Command rows[] = {
     {"set remote-id", "Remote ID of a port", {{ports(), text("remote-id", "New text", PPPOEIA_REMOTE_ID_SIZE)}}, change<rpc_pppoeia_set_remoteid_1>, print_changed},
     {"set cid-mode", "Circuit-ID mode of a port", {{ports(), word("MODE", id_modes)}}, change<rpc_pppoeia_set_interface_circuit_id_mode_1>, print_changed},
     {"set vlan-cid-mode", "Circuit-ID mode of a port and VLAN", {{ports(), vlan(), word("MODE", id_modes)}}, change<rpc_pppoeia_set_intf_vlan_circuit_id_mode_1>, print_changed},
-    {"set vlan-cid-format", "Circuit-ID format of a port and VLAN", {{ports(), vlan(), format}}, change<rpc_node_set_line_cid_format_1>, print_changed},
-    {"set vlan-rid-format", "Remote-ID format of a port and VLAN", {{ports(), vlan(), format}}, change<rpc_node_set_line_rid_format_1>, print_changed},
+    {"set vlan-cid-format", "Circuit-ID format of a port and VLAN", {{ports(), vlan(), line_format}}, change<rpc_node_set_line_cid_format_1>, print_changed},
+    {"set vlan-rid-format", "Remote-ID format of a port and VLAN", {{ports(), vlan(), line_format}}, change<rpc_node_set_line_rid_format_1>, print_changed},
 
     {"unset state", "Whether the agent works, as described", {}, unset<rpc_pppoeia_set_state_1, &node::AgentSettings::enabled>, print_unset},
     {"unset vsa-mode", "Tags that come from servers, as described", {}, unset<rpc_pppoeia_set_vsa_mode_1, &node::AgentSettings::vsa_mode>, print_unset},

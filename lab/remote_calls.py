@@ -6,6 +6,7 @@ import struct
 
 from lab.topology import PROGRAM
 
+NODE_PROGRAM = 0x20000012  # what this node has beyond the agent's own
 LOCAL = "/run/pppoeia/mgmt.sock"
 LAST_FRAGMENT = 0x80000000
 PORT_MAPPER, GET_PORT = 100000, 3
@@ -130,9 +131,9 @@ class Caller:
             got += more
         return got
 
-    def call(self, procedure, arguments=b""):
+    def call(self, procedure, arguments=b"", program=PROGRAM):
         """The outcome, and the bytes of the answer."""
-        call = request(PROGRAM, procedure, arguments)
+        call = request(program, procedure, arguments)
         self.socket.send(marked(call) if self.stream else call)
         reply = self._reply()
         if struct.unpack_from(">I", reply, 8) != (0,):

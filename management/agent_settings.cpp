@@ -7,62 +7,159 @@
 #include "platform/bll/Log.h"
 #include "pppoeia/client.h"
 
+#include <concepts>
+#include <cstdint>
 #include <string>
+#include <tuple>
+#include <type_traits>
 
 namespace ia {
 
 namespace {
 
+// --- one row a setting -----------------------------------------------------------------
+
+// How a setting is read and how it is made. A reader says whether there is a value.
+template <class Record, class Field, class Get, class Set>
+struct Operation {
+    std::optional<Field> Record::*field;
+    Get get;
+    Set set;
+};
+template <class Record, class Field, class Get, class Set>
+Operation(std::optional<Field> Record::*, Get, Set) -> Operation<Record, Field, Get, Set>;
+
+// By a reader of the client API, which takes the bridge first and the value last.
+template <auto Get>
+struct Stored {
+    template <class Field, class... Key>
+    bool operator()(Field &field, Key... key) const {
+        std::uint32_t number = 0;
+        if (Get(default_bridge, key..., &number) != 0) return false;
+        field = static_cast<Field>(number);
+        return true;
+    }
+    template <class... Key>
+    bool operator()(std::string &field, Key... key) const {
+        char text[PPPOEIA_FORMAT_SIZE] = {};  // the longest of all texts
+        static_assert(sizeof text >= PPPOEIA_SHELF_ID_SIZE &&
+                      sizeof text >= PPPOEIA_REMOTE_ID_SIZE);
+        if (Get(default_bridge, key..., text) != 0) return false;
+        field = text;
+        return true;
+    }
+};
+
+// In the order in which they are made: an agent is set up before it works, a line has
+// its formats before the mode that uses them.
+template <class Record>
+const std::tuple<> operations_of{};
+
+template <>
+const auto operations_of<node::AgentSettings> = [] {
+    using S = node::AgentSettings;
+    return std::tuple{
+        Operation{
+            &S::log_level, [](auto &level) { return pppoeia_log_level_get(&level) == 0; },
+            [](auto level) { return agent().setLogLevel(pppoeia::pppoeiaLoggingLevel(level)); }},
+        Operation{&S::vsa_mode, Stored<pppoeia_bridge_vsa_mode_get>(),
+                  [](auto mode) { return agent().setVsaMode(pppoeia::vsaMode_t(mode)); }},
+        Operation{&S::insert_circuit_id, Stored<pppoeia_bridge_vsa_insert_circuit_id_get>(),
+                  [](bool on) { return agent().setVsaCircuitIdState(on); }},
+        Operation{&S::insert_remote_id, Stored<pppoeia_bridge_vsa_insert_remote_id_get>(),
+                  [](bool on) { return agent().setVsaRemoteIdState(on); }},
+        Operation{&S::circuit_id_cvlan, Stored<pppoeia_bridge_vsa_circuit_id_cvlan_get>(),
+                  [](bool on) { return agent().setVsaCircuitIdCVlanState(on); }},
+        Operation{&S::shelf, Stored<pppoeia_bridge_shelf_id_get>(),
+                  [](auto &shelf) { return agent().setShelfId(shelf); }},
+        Operation{&S::circuit_id_format, Stored<pppoeia_circuit_id_format_get>(),
+                  [](auto &format) { return agent().setVsaCircuitIdFormat(format); }},
+        Operation{&S::remote_id_format, Stored<pppoeia_remote_id_format_get>(),
+                  [](auto &format) { return agent().setVsaRemoteIdFormat(format); }},
+        Operation{&S::enabled, Stored<pppoeia_bridge_state_get>(),
+                  [](bool on) { return agent().setState(on); }},
+    };
+}();
+
+template <>
+const auto operations_of<node::PortSettings> = [] {
+    using S = node::PortSettings;
+    return std::tuple{
+        Operation{&S::trust, Stored<pppoeia_port_trust_get>(),
+                  [](auto trust, auto port) {
+                      return agent().setInterfaceMode(port, pppoeia::interfaceMode_t(trust));
+                  }},
+        Operation{&S::remote_id, Stored<pppoeia_port_remote_id_get>(),
+                  [](auto &text, auto port) { return agent().setInterfaceRemoteId(port, text); }},
+        Operation{&S::circuit_id_mode, Stored<pppoeia_port_vsa_circuit_id_mode_get>(),
+                  [](auto mode, auto port) {
+                      return agent().setVsaCircuitIdMode(port, pppoeia::vsaCircuitIdMode_t(mode));
+                  }},
+        Operation{&S::role, Stored<pppoeia_port_state_get>(),
+                  [](auto role, auto port) {
+                      return agent().setInterfaceState(port, pppoeia::interfaceState_t(role));
+                  }},
+    };
+}();
+
+template <>
+const auto operations_of<node::VlanSettings> = std::tuple{
+    Operation{&node::VlanSettings::enabled, Stored<pppoeia_bridge_vlan_get>(),
+              [](bool on, std::uint16_t vlan) { return agent().setVlanState(vlan, on); }}};
+
+// Read from the store's entry.
+template <>
+const auto operations_of<node::LineSettings> = [] {
+    using S = node::LineSettings;
+    using Entry = pppoeia_port_vlan_info;
+    const auto text_in = [](const char *stored, std::string &text) {
+        text = stored;
+        return !text.empty();
+    };
+    return std::tuple{
+        Operation{
+            &S::circuit_id_format,
+            [=](auto &format, const Entry *entry) { return text_in(entry->cid_format, format); },
+            [](auto &format, auto port, auto vlan) {
+                return agent().setVsaCircuitIdFormat(port, vlan, format);
+            }},
+        Operation{
+            &S::remote_id_format,
+            [=](auto &format, const Entry *entry) { return text_in(entry->rid_format, format); },
+            [](auto &format, auto port, auto vlan) {
+                return agent().setVsaRemoteIdFormat(port, vlan, format);
+            }},
+        Operation{&S::circuit_id_mode,
+                  [](auto &mode, const Entry *entry) {
+                      mode = entry->cid_mode;
+                      return mode != PPPOEIA_CID_NOT_SET;
+                  },
+                  [](auto mode, auto port, auto vlan) {
+                      return agent().setVsaCircuitIdMode(port, vlan,
+                                                         pppoeia::vsaCircuitIdMode_t(mode));
+                  }},
+    };
+}();
+
+template <class Record, class Visit>
+void each_operation(Visit visit) {
+    using Operations = std::remove_cvref_t<decltype(operations_of<Record>)>;
+    using Settings = std::remove_cvref_t<decltype(node::settings_of<Record>)>;
+    static_assert(std::tuple_size_v<Operations> == std::tuple_size_v<Settings>,
+                  "a setting is neither read nor made");
+    std::apply([&](const auto &...operation) { (visit(operation), ...); }, operations_of<Record>);
+}
+
 // --- reading ---------------------------------------------------------------------------
 
-template <class Stored, class Field, class Get, class... Key>
-void read(std::optional<Field> &field, Get get, Key... key) {
-    Stored stored{};
-    if (get(key..., &stored) == 0) field = static_cast<Field>(stored);
-}
-
-template <std::size_t Size, class Get, class... Key>
-void read_text(std::optional<std::string> &field, Get get, Key... key) {
-    char stored[Size] = {};
-    if (get(key..., stored) == 0) field = stored;
-}
-
-node::AgentSettings running_agent() {
-    node::AgentSettings agent;
-    read<std::uint32_t>(agent.enabled, pppoeia_bridge_state_get, default_bridge);
-    read<std::uint32_t>(agent.vsa_mode, pppoeia_bridge_vsa_mode_get, default_bridge);
-    read<std::uint32_t>(agent.insert_circuit_id, pppoeia_bridge_vsa_insert_circuit_id_get,
-                        default_bridge);
-    read<std::uint32_t>(agent.insert_remote_id, pppoeia_bridge_vsa_insert_remote_id_get,
-                        default_bridge);
-    read<std::uint32_t>(agent.circuit_id_cvlan, pppoeia_bridge_vsa_circuit_id_cvlan_get,
-                        default_bridge);
-    read_text<PPPOEIA_SHELF_ID_SIZE>(agent.shelf, pppoeia_bridge_shelf_id_get, default_bridge);
-    read_text<PPPOEIA_FORMAT_SIZE>(agent.circuit_id_format, pppoeia_circuit_id_format_get,
-                                   default_bridge);
-    read_text<PPPOEIA_FORMAT_SIZE>(agent.remote_id_format, pppoeia_remote_id_format_get,
-                                   default_bridge);
-    read<std::int32_t>(agent.log_level, pppoeia_log_level_get);
-    return agent;
-}
-
-node::PortSettings running_port(std::uint32_t id) {
-    node::PortSettings port;
-    read<std::uint32_t>(port.role, pppoeia_port_state_get, default_bridge, id);
-    read<std::uint32_t>(port.trust, pppoeia_port_trust_get, default_bridge, id);
-    read_text<PPPOEIA_REMOTE_ID_SIZE>(port.remote_id, pppoeia_port_remote_id_get, default_bridge,
-                                      id);
-    read<std::uint32_t>(port.circuit_id_mode, pppoeia_port_vsa_circuit_id_mode_get, default_bridge,
-                        id);
-    return port;
-}
-
-node::LineSettings line_of(const pppoeia_port_vlan_info &entry) {
-    node::LineSettings line;
-    if (entry.cid_mode != PPPOEIA_CID_NOT_SET) line.circuit_id_mode = entry.cid_mode;
-    if (entry.cid_format[0]) line.circuit_id_format = entry.cid_format;
-    if (entry.rid_format[0]) line.remote_id_format = entry.rid_format;
-    return line;
+template <class Record, class... Key>
+Record running(Key... key) {
+    Record record;
+    each_operation<Record>([&](const auto &operation) {
+        auto &field = record.*operation.field;
+        if (!operation.get(field.emplace(), key...)) field.reset();
+    });
+    return record;
 }
 
 void read_lines(std::uint32_t port, node::Settings &settings) {
@@ -70,7 +167,8 @@ void read_lines(std::uint32_t port, node::Settings &settings) {
     int result = pppoeia_port_vlan_get_first(default_bridge, port, &entry);
     for (; result == 0;
          result = pppoeia_port_vlan_get_next(default_bridge, port, entry.vlan_id, &entry))
-        if (const node::LineSettings line = line_of(entry); line != node::LineSettings())
+        if (const node::LineSettings line = running<node::LineSettings>(&entry);
+            line != node::LineSettings())
             settings.lines[{port, entry.vlan_id}] = line;
 }
 
@@ -80,44 +178,23 @@ void log_refused(const std::string &what) {
     Log::instance().setMsgLevel(0).write("pppoeia-mgmt: cannot set ").write(what).write("\n");
 }
 
-// Calls the operation if the setting is present.
-template <class Field, class Set>
-void make(const std::optional<Field> &field, const std::string &what, Set set) {
-    if (field && set(*field) != 0) log_refused(what);
+template <class Record, class Field>
+std::string setting_name(std::optional<Field> Record::*field) {
+    std::string name;
+    node::each_setting<Record>([&](const auto &setting) {
+        if constexpr (std::same_as<std::remove_cvref_t<decltype(setting.field)>, decltype(field)>)
+            if (setting.field == field) name = setting.name;
+    });
+    return name;
 }
 
-void apply_agent(const node::AgentSettings &settings) {
-    const std::string of = " of the agent";
-    make(settings.log_level, "log_level" + of,
-         [](auto level) { return agent().setLogLevel(pppoeia::pppoeiaLoggingLevel(level)); });
-    make(settings.vsa_mode, "vsa_mode" + of,
-         [](auto mode) { return agent().setVsaMode(pppoeia::vsaMode_t(mode)); });
-    make(settings.insert_circuit_id, "insert_circuit_id" + of,
-         [](bool on) { return agent().setVsaCircuitIdState(on); });
-    make(settings.insert_remote_id, "insert_remote_id" + of,
-         [](bool on) { return agent().setVsaRemoteIdState(on); });
-    make(settings.circuit_id_cvlan, "circuit_id_cvlan" + of,
-         [](bool on) { return agent().setVsaCircuitIdCVlanState(on); });
-    make(settings.shelf, "shelf" + of, [](auto &shelf) { return agent().setShelfId(shelf); });
-    make(settings.circuit_id_format, "circuit_id_format" + of,
-         [](auto &format) { return agent().setVsaCircuitIdFormat(format); });
-    make(settings.remote_id_format, "remote_id_format" + of,
-         [](auto &format) { return agent().setVsaRemoteIdFormat(format); });
-    make(settings.enabled, "enabled" + of, [](bool on) { return agent().setState(on); });
-}
-
-void apply_port(std::uint32_t id, const node::PortSettings &port) {
-    const std::string of = " of port " + std::to_string(id);
-    make(port.trust, "trust" + of, [id](auto trust) {
-        return agent().setInterfaceMode(id, pppoeia::interfaceMode_t(trust));
-    });
-    make(port.remote_id, "remote_id" + of,
-         [id](auto &text) { return agent().setInterfaceRemoteId(id, text); });
-    make(port.circuit_id_mode, "circuit_id_mode" + of, [id](auto mode) {
-        return agent().setVsaCircuitIdMode(id, pppoeia::vsaCircuitIdMode_t(mode));
-    });
-    make(port.role, "role" + of, [id](auto role) {
-        return agent().setInterfaceState(id, pppoeia::interfaceState_t(role));
+// Makes each setting that is there, with the keys of what has it.
+template <class Record, class... Key>
+void make(const Record &record, const std::string &owner, Key... key) {
+    each_operation<Record>([&](const auto &operation) {
+        const auto &field = record.*operation.field;
+        if (field && operation.set(*field, key...) != 0)
+            log_refused(setting_name(operation.field) + " of " + owner);
     });
 }
 
@@ -136,21 +213,6 @@ void describe_mode(node::LineKey key) {
         log_refused("the Circuit-ID mode of port " + std::to_string(key.first));
 }
 
-void apply_line(node::LineKey key, const node::LineSettings &line) {
-    const auto &[port, vlan] = key;
-    const std::string of = " of port " + std::to_string(port) + ", VLAN " + std::to_string(vlan);
-    make(line.circuit_id_format, "circuit_id_format" + of, [&](auto &format) {
-        return agent().setVsaCircuitIdFormat(key.first, key.second, format);
-    });
-    make(line.remote_id_format, "remote_id_format" + of,
-         [&](auto &format) { return agent().setVsaRemoteIdFormat(key.first, key.second, format); });
-    make(line.circuit_id_mode, "circuit_id_mode" + of, [&](auto mode) {
-        return agent().setVsaCircuitIdMode(key.first, key.second,
-                                           pppoeia::vsaCircuitIdMode_t(mode));
-    });
-    if (!line.circuit_id_mode) describe_mode(key);
-}
-
 }  // namespace
 
 std::optional<node::Settings> running_settings() {
@@ -159,36 +221,36 @@ std::optional<node::Settings> running_settings() {
     if (!lock.owns_lock() || pppoeia_bridge_state_get(default_bridge, &state) != 0)
         return std::nullopt;
     node::Settings settings;
-    settings.agent = running_agent();
+    settings.agent = running<node::AgentSettings>();
     const node::NodeState node =
         node::registry().read([](const node::NodeState &is) { return is; });
     for (const auto &[id, interface] : node.interfaces) {
-        const node::PortSettings port = running_port(id);
+        const node::PortSettings port = running<node::PortSettings>(id);
         if (interface.bridge != default_bridge || !port.role) continue;
         settings.ports[id] = port;
         read_lines(id, settings);
     }
     for (const auto &[key, vlan] : node.vlans)
         if (key.first == default_bridge)
-            read<std::uint32_t>(settings.vlans[key.second].enabled, pppoeia_bridge_vlan_get,
-                                default_bridge, key.second);
+            settings.vlans[key.second] = running<node::VlanSettings>(key.second);
     return settings;
 }
 
 node::Settings running_part(SettingKey key) {
     node::Settings part;
     switch (key.kind) {
-        case SettingKey::Kind::agent: part.agent = running_agent(); break;
-        case SettingKey::Kind::port: part.ports[key.port] = running_port(key.port); break;
+        case SettingKey::Kind::agent: part.agent = running<node::AgentSettings>(); break;
+        case SettingKey::Kind::port:
+            part.ports[key.port] = running<node::PortSettings>(key.port);
+            break;
         case SettingKey::Kind::vlan:
-            read<std::uint32_t>(part.vlans[key.vlan].enabled, pppoeia_bridge_vlan_get,
-                                default_bridge, key.vlan);
+            part.vlans[key.vlan] = running<node::VlanSettings>(key.vlan);
             break;
         case SettingKey::Kind::line: {
             pppoeia_port_vlan_info entry{};
             node::LineSettings &line = part.lines[{key.port, key.vlan}];
             if (pppoeia_port_vlan_info_get(default_bridge, key.port, key.vlan, &entry) == 0)
-                line = line_of(entry);
+                line = running<node::LineSettings>(&entry);
             line = node::whole(line);
             break;
         }
@@ -227,12 +289,15 @@ void repair_part(SettingKey key) {
 }
 
 void apply_settings(const node::Settings &settings) {
-    for (const auto &[id, vlan] : settings.vlans)
-        make(vlan.enabled, "enabled of VLAN " + std::to_string(id),
-             [vid = id](bool on) { return agent().setVlanState(vid, on); });
-    for (const auto &[id, port] : settings.ports) apply_port(id, port);
-    for (const auto &[key, line] : settings.lines) apply_line(key, line);
-    apply_agent(settings.agent);
+    const auto port_named = [](std::uint32_t port) { return "port " + std::to_string(port); };
+    for (const auto &[id, vlan] : settings.vlans) make(vlan, "VLAN " + std::to_string(id), id);
+    for (const auto &[id, port] : settings.ports) make(port, port_named(id), id);
+    for (const auto &[key, line] : settings.lines) {
+        const auto &[port, vlan] = key;
+        make(line, port_named(port) + ", VLAN " + std::to_string(vlan), port, vlan);
+        if (!line.circuit_id_mode) describe_mode(key);
+    }
+    make(settings.agent, "the agent");
 }
 
 }  // namespace ia

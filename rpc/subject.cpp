@@ -58,11 +58,13 @@ std::string vlan_problem(std::uint32_t vlan, bool of_bridge) {
     return {};
 }
 
-std::string text_problem(std::string_view label, std::string_view text) {
+// A line's format holds one byte less than the bridge's.
+std::string text_problem(std::string_view label, std::string_view text, bool of_line) {
     for (const Limit &limit : limits)
-        if (limit.label == label && text.size() > limit.longest)
+        if (const std::size_t longest = limit.longest - of_line;
+            limit.label == label && text.size() > longest)
             return std::string(label) + " has " + std::to_string(text.size()) + " bytes, at most " +
-                   std::to_string(limit.longest);
+                   std::to_string(longest);
     return {};
 }
 
@@ -86,7 +88,8 @@ void Subject::add_text(const char *label, const char *text) {
 
 std::string Subject::explain(int result) const {
     if (result == profile_mode) return "service profiles configure this node (profile_mode)";
-    if (std::string problem = text_problem(text_label_, text_); !problem.empty()) return problem;
+    if (std::string problem = text_problem(text_label_, text_, vlan_.has_value()); !problem.empty())
+        return problem;
     if (vlan_)
         if (std::string problem = vlan_problem(*vlan_, !port_); !problem.empty()) return problem;
     if (port_)

@@ -55,7 +55,8 @@ TEST(Usage, ValuesAndTheirLimits) {
     } rows[] = {
         {"set cid-format", 0, longest, ""},
         {"set cid-format", 0, longest + 'x', "FORMAT has 129 bytes, at most 128"},
-        {"set vlan-rid-format", 2, longest + 'x', "FORMAT has 129 bytes, at most 128"},
+        {"set vlan-cid-format", 2, longest, "FORMAT has 128 bytes, at most 127"},
+        {"set vlan-rid-format", 2, longest.substr(1), ""},
         {"set shelf", 0, std::string(40, 'x'), "SHELF has 40 bytes, at most 39"},
         {"set remote-id", 1, std::string(64, 'x'), "REMOTE-ID has 64 bytes, at most 63"},
         {"format check", 0, longest + 'x', ""},

@@ -4,8 +4,10 @@ not check."""
 import json
 from pathlib import Path
 
-from lab import confined, netns, node, testing
+from lab import confined, frames, netns, node, testing
 from lab.processes import wait_until
+from lab.remote_calls import NODE_PROGRAM, TAKEN, Caller, packed
+from lab.topology import mac_of
 
 FOLDER = confined.STATE
 FILE = FOLDER / "settings.toml"
@@ -80,10 +82,29 @@ class Settings(testing.LabTest):
         self.lab.start_engine(description())
         self.config("save")
         for what in ("vlan-cid-format", "vlan-rid-format"):
-            self.assertNotEqual(self.lab.control("set", what, "1", "100", "x" * 128)[0], 0)
+            self.assertIn("has 128 bytes, at most 127",
+                          self.lab.control("set", what, "1", "100", "x" * 128)[1])
         self.assertEqual(self.config("diff"), "")
         self.control("set", "vlan-cid-format", 1, 100, "x" * 127)
         self.assertIn(127 * "x", self.config("diff"))
+
+    def test_a_vlan_that_no_file_can_hold(self):
+        self.lab.start_engine(description())
+        line = packed(1, 5000)
+        with Caller() as caller:
+            for procedure in (6, 7):  # ours refuse it, the agent's own takes it
+                self.assertEqual(caller.call(procedure, line + packed("f"), NODE_PROGRAM),
+                                 (TAKEN, packed(2)))
+            self.assertEqual(caller.call(7, packed(1, 100, "x" * 128), NODE_PROGRAM),
+                             (TAKEN, packed(1)))
+            self.assertEqual(caller.call(32, line + packed(2)), (TAKEN, packed(0)))
+        self.control("set", "shelf", "kept")
+        self.config("save")
+        self.assertEqual(FILE.read_text(), '[agent]\nshelf = "kept"\n')
+        self.assertIn("1 setting in force cannot be kept in a file", self.status()["problem"])
+        self.restart_cleanly()
+        self.assertEqual(self.status()["problem"], "")
+        self.assertIn('shelf = "kept"', self.config("show"))
 
     def test_all_of_it_can_be_described(self):
         def described(line):
@@ -136,7 +157,8 @@ class Settings(testing.LabTest):
                       self.lab.control("reload")[1])
 
     def test_a_larger_mtu_is_followed(self):
-        self.lab.start_engine(description())
+        log = self.syslog()
+        self.lab.start_engine(description(bridge={"max_pdu": 1600}))
         self.control("set", "remote-id", 1, "large")
 
         def mtu():
@@ -145,8 +167,8 @@ class Settings(testing.LabTest):
             except OSError:  # the device goes, and comes anew
                 return None
 
-        # Three tags and the record are in it: 1500 + 3 * 4 + 107.
-        self.assertEqual(mtu(), 1619)
+        # max_pdu without the Ethernet header, and the record: 1600 - 14 + 107.
+        self.assertEqual(mtu(), 1693)
         for device, namespace in (("sub1", None), ("sub2", None), ("net0", None),
                                   ("wan", "sub1"), ("wan", "sub2"), ("net", "bng")):
             netns.run("ip", "link", "set", device, "mtu", 4000, namespace=namespace)
@@ -154,6 +176,20 @@ class Settings(testing.LabTest):
         wait_until(lambda: mtu() == 4119, "the engine to take larger frames")
         wait_until(lambda: self.status()["restores"] == "1", "the settings")
         self.assertEqual(self.ids()[1], b"large")
+        for restores in (1, 2):
+            wait_until(lambda: self.status()["restores"] == str(restores), "the settings")
+            self.pass_long_padi()
+            if restores == 1:
+                self.lab.kill_engine()
+                self.lab.restart_engine()
+        self.assertEqual([line for line in log.lines if "cannot set" in line], [])
+
+    def pass_long_padi(self):
+        """Longer than 1500 bytes, and with its tag not longer than 1600."""
+        tags = frames.tag(frames.SERVICE_NAME) + frames.tag(0x0110, bytes(1500))
+        with self.lab.wire("sub1") as client, self.lab.wire("bng") as server:
+            client.send(frames.discovery(frames.BROADCAST, mac_of("sub1"), frames.PADI, tags))
+            server.wait(lambda frame: frame.code == frames.PADI, "the long PADI")
 
 
 if __name__ == "__main__":
