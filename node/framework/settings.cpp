@@ -6,9 +6,6 @@ namespace ia::node {
 namespace {
 
 constexpr std::uint32_t created_max_pdu = 1500;
-constexpr char created_shelf[] = "NONE";
-constexpr char created_remote_id_format[] = "$PORT_REM_ID";
-constexpr std::int32_t created_log_level = 6;  // of a new process
 
 std::pair<std::uint32_t, std::uint32_t> pvc_of(const Interface &interface) {
     return {interface.vpi.value_or(0), interface.vci.value_or(0)};
@@ -16,25 +13,21 @@ std::pair<std::uint32_t, std::uint32_t> pvc_of(const Interface &interface) {
 
 // What is said, over what everything is created with.
 AgentSettings of_bridge(const Bridge &bridge) {
-    AgentSettings created;
-    created.enabled = true;
-    created.vsa_mode = PPPOEIA_VSA_REMOVE;
-    created.insert_circuit_id = created.insert_remote_id = true;
-    created.circuit_id_cvlan = false;
-    created.circuit_id_format = "";
-    created.remote_id_format = created_remote_id_format;
-    created.log_level = created_log_level;
-    return overlay(created, bridge.settings);
+    AgentSettings made = created<AgentSettings>();
+    made.shelf.reset();  // the node's, not the bridge's
+    return overlay(made, bridge.settings);
 }
 
 PortSettings of_port(const Interface &interface) {
     const TypeFacts &facts = facts_of(interface.type);
-    return overlay(PortSettings{facts.role, facts.trust, "", PPPOEIA_CID_DEFAULT},
-                   interface.settings);
+    PortSettings made = created<PortSettings>();
+    made.role = facts.role;
+    made.trust = facts.trust;
+    return overlay(made, interface.settings);
 }
 
 VlanSettings of_vlan(const Vlan &vlan) {
-    return overlay(VlanSettings{.enabled = true}, vlan.settings);
+    return overlay(created<VlanSettings>(), vlan.settings);
 }
 
 // A line without a mode of its own has no Circuit ID.
@@ -70,7 +63,8 @@ Settings described_settings(const NodeState &node) {
     Settings settings;
     const Bridge *const bridge = node.bridge(managed_bridge);
     settings.agent = of_bridge(bridge ? *bridge : Bridge());
-    settings.agent.shelf = node.facts.shelf.empty() ? created_shelf : node.facts.shelf;
+    settings.agent.shelf =
+        node.facts.shelf.empty() ? created<AgentSettings>().shelf : node.facts.shelf;
     for (const auto &[id, interface] : node.interfaces) {
         if (interface.bridge != managed_bridge) continue;
         settings.ports[id] = of_port(interface);

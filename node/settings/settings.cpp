@@ -58,7 +58,7 @@ VlanSettings overlay(VlanSettings below, const VlanSettings &above) {
 }
 
 LineSettings whole(LineSettings line) {
-    return overlay_record(LineSettings{PPPOEIA_CID_NOT_SET, "", ""}, line);
+    return overlay_record(created<LineSettings>(), line);
 }
 
 Settings overlay(Settings below, const Settings &above) {
