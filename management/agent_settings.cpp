@@ -21,13 +21,14 @@ namespace {
 
 // How a setting is read and how it is made. A reader says whether there is a value.
 template <class Record, class Field, class Get, class Set>
-struct Operation {
+struct SettingOperation {
     std::optional<Field> Record::*field;
     Get get;
     Set set;
 };
 template <class Record, class Field, class Get, class Set>
-Operation(std::optional<Field> Record::*, Get, Set) -> Operation<Record, Field, Get, Set>;
+SettingOperation(std::optional<Field> Record::*, Get, Set)
+    -> SettingOperation<Record, Field, Get, Set>;
 
 // By a reader of the client API, which takes the bridge first and the value last.
 template <auto Get>
@@ -59,25 +60,25 @@ template <>
 const auto operations_of<node::AgentSettings> = [] {
     using S = node::AgentSettings;
     return std::tuple{
-        Operation{
+        SettingOperation{
             &S::log_level, [](auto &level) { return pppoeia_log_level_get(&level) == 0; },
             [](auto level) { return agent().setLogLevel(pppoeia::pppoeiaLoggingLevel(level)); }},
-        Operation{&S::vsa_mode, Stored<pppoeia_bridge_vsa_mode_get>(),
-                  [](auto mode) { return agent().setVsaMode(pppoeia::vsaMode_t(mode)); }},
-        Operation{&S::insert_circuit_id, Stored<pppoeia_bridge_vsa_insert_circuit_id_get>(),
-                  [](bool on) { return agent().setVsaCircuitIdState(on); }},
-        Operation{&S::insert_remote_id, Stored<pppoeia_bridge_vsa_insert_remote_id_get>(),
-                  [](bool on) { return agent().setVsaRemoteIdState(on); }},
-        Operation{&S::circuit_id_cvlan, Stored<pppoeia_bridge_vsa_circuit_id_cvlan_get>(),
-                  [](bool on) { return agent().setVsaCircuitIdCVlanState(on); }},
-        Operation{&S::shelf, Stored<pppoeia_bridge_shelf_id_get>(),
-                  [](auto &shelf) { return agent().setShelfId(shelf); }},
-        Operation{&S::circuit_id_format, Stored<pppoeia_circuit_id_format_get>(),
-                  [](auto &format) { return agent().setVsaCircuitIdFormat(format); }},
-        Operation{&S::remote_id_format, Stored<pppoeia_remote_id_format_get>(),
-                  [](auto &format) { return agent().setVsaRemoteIdFormat(format); }},
-        Operation{&S::enabled, Stored<pppoeia_bridge_state_get>(),
-                  [](bool on) { return agent().setState(on); }},
+        SettingOperation{&S::vsa_mode, Stored<pppoeia_bridge_vsa_mode_get>(),
+                         [](auto mode) { return agent().setVsaMode(pppoeia::vsaMode_t(mode)); }},
+        SettingOperation{&S::insert_circuit_id, Stored<pppoeia_bridge_vsa_insert_circuit_id_get>(),
+                         [](bool on) { return agent().setVsaCircuitIdState(on); }},
+        SettingOperation{&S::insert_remote_id, Stored<pppoeia_bridge_vsa_insert_remote_id_get>(),
+                         [](bool on) { return agent().setVsaRemoteIdState(on); }},
+        SettingOperation{&S::circuit_id_cvlan, Stored<pppoeia_bridge_vsa_circuit_id_cvlan_get>(),
+                         [](bool on) { return agent().setVsaCircuitIdCVlanState(on); }},
+        SettingOperation{&S::shelf, Stored<pppoeia_bridge_shelf_id_get>(),
+                         [](auto &shelf) { return agent().setShelfId(shelf); }},
+        SettingOperation{&S::circuit_id_format, Stored<pppoeia_circuit_id_format_get>(),
+                         [](auto &format) { return agent().setVsaCircuitIdFormat(format); }},
+        SettingOperation{&S::remote_id_format, Stored<pppoeia_remote_id_format_get>(),
+                         [](auto &format) { return agent().setVsaRemoteIdFormat(format); }},
+        SettingOperation{&S::enabled, Stored<pppoeia_bridge_state_get>(),
+                         [](bool on) { return agent().setState(on); }},
     };
 }();
 
@@ -85,27 +86,30 @@ template <>
 const auto operations_of<node::PortSettings> = [] {
     using S = node::PortSettings;
     return std::tuple{
-        Operation{&S::trust, Stored<pppoeia_port_trust_get>(),
-                  [](auto trust, auto port) {
-                      return agent().setInterfaceMode(port, pppoeia::interfaceMode_t(trust));
-                  }},
-        Operation{&S::remote_id, Stored<pppoeia_port_remote_id_get>(),
-                  [](auto &text, auto port) { return agent().setInterfaceRemoteId(port, text); }},
-        Operation{&S::circuit_id_mode, Stored<pppoeia_port_vsa_circuit_id_mode_get>(),
-                  [](auto mode, auto port) {
-                      return agent().setVsaCircuitIdMode(port, pppoeia::vsaCircuitIdMode_t(mode));
-                  }},
-        Operation{&S::role, Stored<pppoeia_port_state_get>(),
-                  [](auto role, auto port) {
-                      return agent().setInterfaceState(port, pppoeia::interfaceState_t(role));
-                  }},
+        SettingOperation{&S::trust, Stored<pppoeia_port_trust_get>(),
+                         [](auto trust, auto port) {
+                             return agent().setInterfaceMode(port, pppoeia::interfaceMode_t(trust));
+                         }},
+        SettingOperation{
+            &S::remote_id, Stored<pppoeia_port_remote_id_get>(),
+            [](auto &text, auto port) { return agent().setInterfaceRemoteId(port, text); }},
+        SettingOperation{&S::circuit_id_mode, Stored<pppoeia_port_vsa_circuit_id_mode_get>(),
+                         [](auto mode, auto port) {
+                             return agent().setVsaCircuitIdMode(port,
+                                                                pppoeia::vsaCircuitIdMode_t(mode));
+                         }},
+        SettingOperation{&S::role, Stored<pppoeia_port_state_get>(),
+                         [](auto role, auto port) {
+                             return agent().setInterfaceState(port,
+                                                              pppoeia::interfaceState_t(role));
+                         }},
     };
 }();
 
 template <>
 const auto operations_of<node::VlanSettings> = std::tuple{
-    Operation{&node::VlanSettings::enabled, Stored<pppoeia_bridge_vlan_get>(),
-              [](bool on, std::uint16_t vlan) { return agent().setVlanState(vlan, on); }}};
+    SettingOperation{&node::VlanSettings::enabled, Stored<pppoeia_bridge_vlan_get>(),
+                     [](bool on, std::uint16_t vlan) { return agent().setVlanState(vlan, on); }}};
 
 // Read from the store's entry.
 template <>
@@ -117,27 +121,27 @@ const auto operations_of<node::LineSettings> = [] {
         return !text.empty();
     };
     return std::tuple{
-        Operation{
+        SettingOperation{
             &S::circuit_id_format,
             [=](auto &format, const Entry *entry) { return text_in(entry->cid_format, format); },
             [](auto &format, auto port, auto vlan) {
                 return agent().setVsaCircuitIdFormat(port, vlan, format);
             }},
-        Operation{
+        SettingOperation{
             &S::remote_id_format,
             [=](auto &format, const Entry *entry) { return text_in(entry->rid_format, format); },
             [](auto &format, auto port, auto vlan) {
                 return agent().setVsaRemoteIdFormat(port, vlan, format);
             }},
-        Operation{&S::circuit_id_mode,
-                  [](auto &mode, const Entry *entry) {
-                      mode = entry->cid_mode;
-                      return mode != PPPOEIA_CID_NOT_SET;
-                  },
-                  [](auto mode, auto port, auto vlan) {
-                      return agent().setVsaCircuitIdMode(port, vlan,
-                                                         pppoeia::vsaCircuitIdMode_t(mode));
-                  }},
+        SettingOperation{&S::circuit_id_mode,
+                         [](auto &mode, const Entry *entry) {
+                             mode = entry->cid_mode;
+                             return mode != PPPOEIA_CID_NOT_SET;
+                         },
+                         [](auto mode, auto port, auto vlan) {
+                             return agent().setVsaCircuitIdMode(port, vlan,
+                                                                pppoeia::vsaCircuitIdMode_t(mode));
+                         }},
     };
 }();
 
