@@ -11,35 +11,35 @@ namespace ia {
 
 namespace {
 
-using enum SettingKey::Kind;
+using Kind = SettingKey::Kind;
 
 // The client API's operations that change a setting, and the object of the setting.
 // The call's first number is the port or the VLAN.
 struct Row {
     std::uint32_t id;
-    SettingKey::Kind kind;
+    Kind kind;
 };
 
 constexpr Row rows[] = {
-    {2, agent},   // log level
-    {10, agent},  // state
-    {12, vlan},   // VLAN state
-    {19, agent},  // tag mode
-    {21, agent},  // insertion of the Circuit ID
-    {23, agent},  // insertion of the Remote ID
-    {25, agent},  // shelf
-    {31, port},   // role
-    {34, port},   // trust
-    {37, port},   // Remote ID
-    {42, agent},  // customer VLAN in the Circuit ID
-    {45, port},   // Circuit-ID mode
-    {52, agent},  // Circuit-ID format
-    {54, agent},  // Remote-ID format
-    {56, line},   // Circuit-ID mode
-    {58, line},   // Circuit-ID format
-    {60, line},   // Remote-ID format
-    {62, line},   // entry made
-    {63, line},   // entry deleted
+    {2, Kind::agent},   // log level
+    {10, Kind::agent},  // state
+    {12, Kind::vlan},   // VLAN state
+    {19, Kind::agent},  // tag mode
+    {21, Kind::agent},  // insertion of the Circuit ID
+    {23, Kind::agent},  // insertion of the Remote ID
+    {25, Kind::agent},  // shelf
+    {31, Kind::port},   // role
+    {34, Kind::port},   // trust
+    {37, Kind::port},   // Remote ID
+    {42, Kind::agent},  // customer VLAN in the Circuit ID
+    {45, Kind::port},   // Circuit-ID mode
+    {52, Kind::agent},  // Circuit-ID format
+    {54, Kind::agent},  // Remote-ID format
+    {56, Kind::line},   // Circuit-ID mode
+    {58, Kind::line},   // Circuit-ID format
+    {60, Kind::line},   // Remote-ID format
+    {62, Kind::line},   // entry made
+    {63, Kind::line},   // entry deleted
 };
 static_assert(std::ranges::is_sorted(rows, {}, &Row::id));
 
@@ -52,10 +52,10 @@ std::optional<SettingKey> key_of(const EngineCall &call) {
     if (row == std::end(rows) || row->id != call.id) return std::nullopt;
     const auto [first, second, third] = call.numbers;
     switch (row->kind) {
-        case agent: return SettingKey{agent};
-        case port: return SettingKey{port, first};
-        case vlan: return SettingKey{vlan, 0, static_cast<std::uint16_t>(first)};
-        case line: return SettingKey{line, first, static_cast<std::uint16_t>(second)};
+        case Kind::agent: return SettingKey{Kind::agent};
+        case Kind::port: return SettingKey{Kind::port, first};
+        case Kind::vlan: return SettingKey{Kind::vlan, 0, static_cast<std::uint16_t>(first)};
+        case Kind::line: return SettingKey{Kind::line, first, static_cast<std::uint16_t>(second)};
     }
     return std::nullopt;
 }
@@ -66,10 +66,12 @@ void replace_part(node::Settings &settings, SettingKey key, node::Settings part)
         if (auto found = from.extract(id)) map.insert(std::move(found));
     };
     switch (key.kind) {
-        case agent: settings.agent = std::move(part.agent); break;
-        case port: replace(settings.ports, key.port, part.ports); break;
-        case vlan: replace(settings.vlans, key.vlan, part.vlans); break;
-        case line: replace(settings.lines, node::LineKey(key.port, key.vlan), part.lines); break;
+        case Kind::agent: settings.agent = std::move(part.agent); break;
+        case Kind::port: replace(settings.ports, key.port, part.ports); break;
+        case Kind::vlan: replace(settings.vlans, key.vlan, part.vlans); break;
+        case Kind::line:
+            replace(settings.lines, node::LineKey(key.port, key.vlan), part.lines);
+            break;
     }
 }
 
