@@ -11,7 +11,7 @@ namespace {
 
 using Worker = RunningBridge;
 
-const Bytes padi = datagram({}, hex(client + "8863 1109 0000 0000"));
+const Bytes plain_padi = datagram({}, hex(client + "8863 1109 0000 0000"));
 
 // The buffer that a datagram is received into held a longer one before, or an
 // error reply's tag behind its own end; in what is read past the new one's end
@@ -50,8 +50,8 @@ TEST_F(Worker, HasSentItsFramesWhenItsLockIsHad) {
         for (; !nothing_pending(device); ++taken) receive_from(device);
     };
     for (int round = 1; round <= 100; ++round) {
-        for (std::size_t frame = 0; frame < frames; ++frame) send_to(device, padi);
-        const std::size_t counted = port_stats(sub).padi;
+        for (std::size_t frame = 0; frame < frames; ++frame) send_to(device, plain_padi);
+        const std::size_t counted = port_stats(sub).plain_padi;
         take_pending();
         ASSERT_GE(taken, counted) << "counted before it was sent";
 
@@ -68,19 +68,19 @@ TEST_F(Worker, HasSentItsFramesWhenItsLockIsHad) {
 }
 
 TEST_F(Worker, DropsAFrameForWhichThereIsNoMemory) {
-    EXPECT_FALSE(exchange(padi).empty());  // the worker has started, and said so
+    EXPECT_FALSE(exchange(plain_padi).empty());  // the worker has started, and said so
     cache_pppoeia_port_vsa_circuit_id_mode_set(bridge, sub, PPPOEIA_CID_CUSTOM);
     cache_pppoeia_circuit_id_format_set(bridge, "$SHELF $hCLNT_MAC");
     {
         const MemoryForThisThreadOnly here;
-        EXPECT_TRUE(exchange(padi).empty());
-        EXPECT_TRUE(exchange(padi).empty());
+        EXPECT_TRUE(exchange(plain_padi).empty());
+        EXPECT_TRUE(exchange(plain_padi).empty());
     }
     for (int frame = 0; frame < 3; ++frame)
-        EXPECT_EQ(to_hex(exchange(padi)),
+        EXPECT_EQ(to_hex(exchange(plain_padi)),
                   to_hex(datagram({}, hex(client + "8863 1109 0000 0015 0105 0011 00000de9 01 09 "
                                                    "'s1 '020000000001 02 00"))));
-    EXPECT_EQ(port_stats(sub).padi, 6U);
+    EXPECT_EQ(port_stats(sub).plain_padi, 6U);
 }
 
 }  // namespace

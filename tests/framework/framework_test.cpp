@@ -73,8 +73,8 @@ TEST_F(Frameworks, StartsServesAndStops) {
     EXPECT_FALSE(framework.apply(node));
     EXPECT_THAT(lines(), ElementsAre("apply {", "shelf S2", "+bridge br1 256", "} 1"));
     EXPECT_TRUE(framework.clear_configuration());
-    EXPECT_THAT(lines(),
-                ElementsAre("clear {", "defaults earlier", "defaults later", "[agent] enabled = true", "}"));
+    EXPECT_THAT(lines(), ElementsAre("clear {", "defaults earlier", "defaults later",
+                                     "[agent] enabled = true", "}"));
     framework.save_configuration();
     EXPECT_THAT(lines(), ElementsAre("save {", "save earlier", "save later", "}"));
     recorder.refused = {"stop later"};
