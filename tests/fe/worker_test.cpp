@@ -51,7 +51,7 @@ TEST_F(Worker, HasSentItsFramesWhenItsLockIsHad) {
     };
     for (int round = 1; round <= 100; ++round) {
         for (std::size_t frame = 0; frame < frames; ++frame) send_to(device, plain_padi);
-        const std::size_t counted = port_stats(sub).plain_padi;
+        const std::size_t counted = port_stats(sub).padi;
         take_pending();
         ASSERT_GE(taken, counted) << "counted before it was sent";
 
@@ -80,7 +80,7 @@ TEST_F(Worker, DropsAFrameForWhichThereIsNoMemory) {
         EXPECT_EQ(to_hex(exchange(plain_padi)),
                   to_hex(datagram({}, hex(client + "8863 1109 0000 0015 0105 0011 00000de9 01 09 "
                                                    "'s1 '020000000001 02 00"))));
-    EXPECT_EQ(port_stats(sub).plain_padi, 6U);
+    EXPECT_EQ(port_stats(sub).padi, 6U);
 }
 
 }  // namespace
