@@ -18,6 +18,13 @@ Json show_vlans(Call &call);
 Json show_vlan(Call &call);
 void print_vlans(const Json &answer);
 
+Json show_lines(Call &call);
+void print_lines(const Json &answer);
+Json show_sessions(Call &call);
+void print_sessions(const Json &answer);
+Json show_servers(Call &call);
+void print_servers(const Json &answer);
+
 Json show_stats(Call &call);
 void print_stats(const Json &answer);
 

@@ -49,6 +49,8 @@ constexpr Argument cvid = option("cvid", "Customer VLAN", Kind::vlan, 0, 4095);
 constexpr Argument count = option("count", "End after so many", Kind::number, 1, 1000000000);
 constexpr Word which_id[] = {{"Cid", 0}, {"Rid", 1}};
 constexpr Word test_modes[] = {{"test", 0}, {"available", 1}};
+constexpr Word line_states[] = {
+    {"asking", 0}, {"offered", 1}, {"online", 2}, {"refused", 3}, {"silent", 4}};
 constexpr Word shells[] = {{"bash", 0}, {"zsh", 1}};
 
 constexpr Group group_rows[] = {
@@ -71,6 +73,12 @@ constexpr Command rows[] = {
     {"show port", "One port and its VLANs", {{port()}}, show_port, print_port},
     {"show vlans", "All VLANs", {}, show_vlans, print_vlans},
     {"show vlan", "One VLAN", {{vlan()}}, show_vlan, print_vlans},
+    {"show lines", "Lines that were heard, and how each is",
+        {{option("port", "Only of this port", Kind::port),
+          Argument{"state", "Only in this state", Kind::word, !required, false, line_states}}}, show_lines, print_lines},
+    {"show sessions", "Open sessions, as far as Discovery tells",
+        {{option("port", "Only of this port", Kind::port)}}, show_sessions, print_sessions},
+    {"show servers", "Servers that have answered", {}, show_servers, print_servers},
     {"status", "Health of the node, what is wrong and what to do", {}, show_status, print_status, verdict_of_status},
     {"reload", "Read the node description again and apply it",
         {{option("dry-run", "Only say what would change or is wrong", Kind::flag)}}, reload, print_reload},

@@ -48,6 +48,12 @@ inline constexpr auto xdr_of<rpcNodeConfigStatus> = xdr_rpcNodeConfigStatus;
 template <>
 inline constexpr auto xdr_of<rpcNodeLineIds> = xdr_rpcNodeLineIds;
 template <>
+inline constexpr auto xdr_of<rpcNodeLines> = xdr_rpcNodeLines;
+template <>
+inline constexpr auto xdr_of<rpcNodeLineStory> = xdr_rpcNodeLineStory;
+template <>
+inline constexpr auto xdr_of<rpcNodeServers> = xdr_rpcNodeServers;
+template <>
 inline constexpr auto xdr_of<rpcNodeHealth> = xdr_rpcNodeHealth;
 template <>
 inline constexpr auto xdr_of<rpcNodeDeviceList> = xdr_rpcNodeDeviceList;

@@ -28,6 +28,9 @@ constexpr Procedure node_procedures[] = {
     asking<rpc_node_why_1_svc, xdr_no_arguments, xdr_rpcNodeText>(30),
     asking<rpc_node_devices_1_svc, xdr_no_arguments, xdr_rpcNodeDeviceList>(40),
     asking<rpc_node_port_frames_1_svc, xdr_u_int, xdr_rpcNodePortFrames>(41),
+    asking<rpc_node_lines_1_svc, xdr_no_arguments, xdr_rpcNodeLines>(50),
+    asking<rpc_node_line_story_1_svc, xdr_rpc_node_line_story_1_argument, xdr_rpcNodeLineStory>(51),
+    asking<rpc_node_servers_1_svc, xdr_no_arguments, xdr_rpcNodeServers>(52),
 };
 // clang-format on
 static_assert(is_sorted(node_procedures));
