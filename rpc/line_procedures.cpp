@@ -87,7 +87,7 @@ rpcNodeServer server_of(const server_row &row) {
 // Asks for page after page; take(page) keeps what is in it.
 template <class Page, class Take>
 int read_pages(int (*ask)(const char *, std::uint32_t, Page *), Take take) {
-    return shared([&] {
+    return shared([&]() -> int {
         Page page{};
         do {
             if (ask(default_bridge, page.next, &page) != 0) return failed;
