@@ -108,17 +108,22 @@ constexpr bool every_setting(std::string_view) {
     return true;
 }
 
+template <auto Settings, std::size_t... Which>
+constexpr auto keys_of_rows(std::index_sequence<Which...>) {
+    using Record = RecordOf<Settings>;
+    using Inner = std::remove_reference_t<decltype(std::declval<Record>().*Settings)>;
+    return std::array{Key<Record>{std::get<Which>(settings_of<Inner>).name, optional,
+                                  take_row<Settings, Which>}...};
+}
+
 // Those whose name `Chosen` takes.
 template <auto Settings, bool (*Chosen)(std::string_view) = every_setting>
 constexpr auto keys_of_settings() {
     using Record = RecordOf<Settings>;
     using Inner = std::remove_reference_t<decltype(std::declval<Record>().*Settings)>;
-    constexpr auto all = []<std::size_t... Which>(std::index_sequence<Which...>) {
-        return std::array{Key<Record>{std::get<Which>(settings_of<Inner>).name, optional,
-                                      take_row<Settings, Which>}...};
-    }
-    (std::make_index_sequence<
-        std::tuple_size_v<std::remove_cvref_t<decltype(settings_of<Inner>)>>>{});
+    using Rows = std::remove_cvref_t<decltype(settings_of<Inner>)>;
+    constexpr auto all =
+        keys_of_rows<Settings>(std::make_index_sequence<std::tuple_size_v<Rows>>{});
     constexpr auto is_chosen = [](const Key<Record> &key) { return Chosen(key.name); };
     std::array<Key<Record>, std::ranges::count_if(all, is_chosen)> chosen{};
     std::ranges::copy_if(all, chosen.begin(), is_chosen);
