@@ -1,8 +1,8 @@
 #include "ctl/batch.h"
 
 #include <algorithm>
-#include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace ia::ctl {
 
@@ -28,26 +28,28 @@ std::string quoted_part(const std::string &line, std::size_t &at) {
 
 std::vector<std::string> split_line(const std::string &line) {
     std::vector<std::string> words;
-    std::optional<std::string> word;
+    std::string word;
+    bool begun = false;  // also by quotes with nothing between them
     const auto end_word = [&] {
-        if (word) words.push_back(*word);
-        word.reset();
+        if (begun) words.push_back(std::move(word));
+        word.clear();
+        begun = false;
     };
     for (std::size_t at = 0; at < line.size();) {
         const char c = line[at];
-        if (!word && c == '#') break;
+        if (!begun && c == '#') break;
         if (std::string(blanks).find(c) != std::string::npos) {
             end_word();
             ++at;
             continue;
         }
-        if (!word) word.emplace();
+        begun = true;
         if (c == '\'' || c == '"') {
-            *word += quoted_part(line, at);
+            word += quoted_part(line, at);
             continue;
         }
         if (c == '\\' && at + 1 < line.size()) ++at;
-        *word += line[at++];
+        word += line[at++];
     }
     end_word();
     return words;
