@@ -3,7 +3,6 @@
 #include "fe/line_book.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string_view>
 
 namespace ia {
@@ -50,8 +49,7 @@ template <std::size_t Size>
 void keep_text(char (&field)[Size], std::string_view text) {
     text = text.substr(0, Size - 1);
     if (field == text) return;
-    std::memcpy(field, text.data(), text.size());
-    field[text.size()] = '\0';
+    field[text.copy(field, Size - 1)] = '\0';
 }
 
 // One that is like the last event is counted there.

@@ -14,7 +14,7 @@ std::pair<std::uint32_t, std::uint32_t> pvc_of(const Interface &interface) {
 // What is said, over what everything is created with.
 AgentSettings of_bridge(const Bridge &bridge) {
     AgentSettings made = created<AgentSettings>();
-    made.shelf.reset();  // the node's, not the bridge's
+    made.shelf = {};  // the node's, not the bridge's
     return overlay(made, bridge.settings);
 }
 
