@@ -13,9 +13,9 @@ std::pair<std::uint32_t, std::uint32_t> pvc_of(const Interface &interface) {
 
 // What is said, over what everything is created with.
 AgentSettings of_bridge(const Bridge &bridge) {
-    AgentSettings made = created<AgentSettings>();
-    made.shelf = {};  // the node's, not the bridge's
-    return overlay(made, bridge.settings);
+    AgentSettings made = overlay(created<AgentSettings>(), bridge.settings);
+    made.shelf.reset();  // the node's, not the bridge's
+    return made;
 }
 
 PortSettings of_port(const Interface &interface) {
