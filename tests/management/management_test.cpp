@@ -46,7 +46,7 @@ std::string shelf_there() {
     return shelf;
 }
 std::string held_there() {
-    return std::to_string(node().held.size());
+    return std::to_string(held_count());
 }
 template <std::uint32_t Port>
 std::string remote_id_there() {

@@ -67,6 +67,11 @@ void reset_node() {
     state = State{};
 }
 
+std::size_t held_count() {
+    const std::scoped_lock lock(guard);
+    return state.script.held.size();
+}
+
 void add_node_bridge(const std::string &name) {
     const std::scoped_lock lock(guard);
     state.script.bridges.insert(name);

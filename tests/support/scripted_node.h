@@ -49,6 +49,9 @@ void reset_node();
 // One more bridge, while other threads use the node.
 void add_node_bridge(const std::string &name);
 
+// How many holds there are, while the engine runs.
+std::size_t held_count();
+
 // The bridge module's side of a pseudo device. receive() waits up to two
 // seconds and gives nothing after that.
 void send_to(const std::string &device, const Bytes &datagram);
